@@ -1,0 +1,128 @@
+# One function per kind of target: zeb_add_library, zeb_add_program, zeb_add_test.
+
+# Sanitizers go into everything that is linked into one process, GoogleTest included.
+if(ZEB_SANITIZE)
+    add_compile_options(-fsanitize=${ZEB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${ZEB_SANITIZE})
+endif()
+
+# What all targets of this project have in common: warnings, hardening, 64-bit files and times.
+function(zeb_configure_target target)
+    target_compile_options(
+        ${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow -Wpedantic $<$<BOOL:${ZEB_WERROR}>:-Werror>
+                          -fstack-protector-strong)
+    # The 32-bit build opens large files and knows dates behind 2038; on x86-64 both change nothing.
+    target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+    # _FORTIFY_SOURCE warns without optimisation and hides errors from the sanitizers.
+    if(NOT ZEB_SANITIZE)
+        target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+    endif()
+    target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now)
+endfunction()
+
+# zeb_add_library(<target> ALIAS zeb::<x> SOVERSION <n> SOURCES <file>... INCLUDE_DIR <dir>
+#                 [PUBLIC_LINKS <target>...] [PRIVATE_LINKS <target>...] VERSION_SCRIPT <file>)
+#
+# The shared library lib<target>.so.<n>, its public headers, its export as zeb::<x> by the CMake package zeb_text and
+# its pkg-config module <target>. PUBLIC_LINKS are libraries of this project whose headers the public headers include.
+function(zeb_add_library target)
+    cmake_parse_arguments(
+        PARSE_ARGV 1 arg "" "ALIAS;SOVERSION;INCLUDE_DIR;VERSION_SCRIPT" "SOURCES;PUBLIC_LINKS;PRIVATE_LINKS")
+    zeb_require_arguments(${target} ALIAS SOVERSION SOURCES INCLUDE_DIR VERSION_SCRIPT)
+
+    add_library(${target} SHARED ${arg_SOURCES})
+    add_library(${arg_ALIAS} ALIAS ${target})
+    zeb_configure_target(${target})
+    target_compile_features(${target} PUBLIC cxx_std_17)
+    target_link_libraries(${target} PUBLIC ${arg_PUBLIC_LINKS} PRIVATE ${arg_PRIVATE_LINKS})
+
+    string(REPLACE zeb:: "" export_name ${arg_ALIAS})
+    set_target_properties(
+        ${target}
+        PROPERTIES SOVERSION ${arg_SOVERSION}
+                   EXPORT_NAME ${export_name}
+                   CXX_VISIBILITY_PRESET hidden
+                   VISIBILITY_INLINES_HIDDEN ON
+                   INSTALL_RPATH "$ORIGIN")
+
+    # A unique symbol would keep the library in memory after dlclose; clang++ makes none.
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+    # A sanitizer's run-time library is in the program, so its symbols stay undefined here.
+    if(NOT ZEB_SANITIZE)
+        target_link_options(${target} PRIVATE -Wl,-z,defs)
+    endif()
+    cmake_path(ABSOLUTE_PATH arg_VERSION_SCRIPT NORMALIZE)
+    target_link_options(${target} PRIVATE -Wl,--version-script=${arg_VERSION_SCRIPT})
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${arg_VERSION_SCRIPT})
+
+    # Headers below a folder zeb/ are included by that path; others get a folder named after the library.
+    cmake_path(ABSOLUTE_PATH arg_INCLUDE_DIR NORMALIZE)
+    if(IS_DIRECTORY ${arg_INCLUDE_DIR}/zeb)
+        set(include_destination ${CMAKE_INSTALL_INCLUDEDIR})
+    else()
+        set(include_destination ${CMAKE_INSTALL_INCLUDEDIR}/${target})
+    endif()
+    target_include_directories(
+        ${target} PUBLIC $<BUILD_INTERFACE:${arg_INCLUDE_DIR}> $<INSTALL_INTERFACE:${include_destination}>)
+    set_property(GLOBAL APPEND PROPERTY ZEB_INCLUDE_DIRS ${arg_INCLUDE_DIR})
+
+    install(DIRECTORY ${arg_INCLUDE_DIR}/ DESTINATION ${include_destination} FILES_MATCHING PATTERN *.hpp)
+    install(TARGETS ${target} EXPORT zeb_text-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    zeb_install_pkg_config(${target} ${include_destination} "${arg_PUBLIC_LINKS}")
+endfunction()
+
+# zeb_add_program(<target> SOURCES <file>... LINKS <target>...)
+function(zeb_add_program target)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+    zeb_require_arguments(${target} SOURCES LINKS)
+
+    add_executable(${target} ${arg_SOURCES})
+    zeb_configure_target(${target})
+    target_link_libraries(${target} PRIVATE ${arg_LINKS})
+    file(RELATIVE_PATH library_dir /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+    set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${library_dir}")
+endfunction()
+
+# zeb_add_test(<target> SOURCES <file>... LINKS <target>... [CONCURRENT] [DEFINITIONS <name=value>...])
+#
+# A GoogleTest program, each of its tests known to ctest. CONCURRENT marks tests that start threads: they get the label
+# "concurrent" and make up what the thread sanitizer runs.
+function(zeb_add_test target)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "CONCURRENT" "" "SOURCES;LINKS;DEFINITIONS")
+    zeb_require_arguments(${target} SOURCES LINKS)
+
+    add_executable(${target} ${arg_SOURCES})
+    zeb_configure_target(${target})
+    target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support)
+    target_compile_definitions(${target} PRIVATE ${arg_DEFINITIONS})
+    target_link_libraries(${target} PRIVATE ${arg_LINKS} GTest::gmock GTest::gtest_main)
+
+    set(labels "")
+    if(arg_CONCURRENT)
+        set(labels LABELS concurrent)
+        add_dependencies(zeb_concurrent_tests ${target})
+    endif()
+    gtest_discover_tests(
+        ${target} TEST_PREFIX ${target}. DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 600 ${labels})
+endfunction()
+
+# Stops with the name of the argument that a call of the functions above has left out.
+macro(zeb_require_arguments target)
+    foreach(name ${ARGN})
+        if(NOT DEFINED arg_${name})
+            message(FATAL_ERROR "${CMAKE_CURRENT_FUNCTION}(${target}): ${name} is missing")
+        endif()
+    endforeach()
+    if(DEFINED arg_UNPARSED_ARGUMENTS)
+        message(FATAL_ERROR "${CMAKE_CURRENT_FUNCTION}(${target}): unknown ${arg_UNPARSED_ARGUMENTS}")
+    endif()
+endmacro()
+
+# The pkg-config module of a library. It finds its prefix from where it lies, so that an installed tree can be moved.
+function(zeb_install_pkg_config target include_destination public_links)
+    file(RELATIVE_PATH prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+    string(REPLACE zeb:: zeb_ requires "${public_links}")
+    list(JOIN requires ", " requires)
+    configure_file(${PROJECT_SOURCE_DIR}/packaging/module.pc.in ${target}.pc @ONLY)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${target}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endfunction()
