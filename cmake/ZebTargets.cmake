@@ -121,6 +121,7 @@ endmacro()
 # The pkg-config module of a library. It finds its prefix from where it lies, so that an installed tree can be moved.
 function(zeb_install_pkg_config target include_destination public_links)
     file(RELATIVE_PATH prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+    string(REGEX REPLACE "/$" "" prefix ${prefix})
     string(REPLACE zeb:: zeb_ requires "${public_links}")
     list(JOIN requires ", " requires)
     configure_file(${PROJECT_SOURCE_DIR}/packaging/module.pc.in ${target}.pc @ONLY)

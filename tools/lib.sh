@@ -1,0 +1,20 @@
+# What the scripts of this folder share: they source it and then stand in the tree's top folder.
+set -euo pipefail
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+fail() {
+    echo "${0##*/}: $*" >&2
+    exit 1
+}
+
+# Configures a preset when it is new or the presets have changed; whatever else changes, ninja notices itself.
+configure() {
+    if [ ! "build/$1/build.ninja" -nt CMakePresets.json ]; then
+        mkdir -p build
+        cmake --preset "$1" >"build/$1.log" 2>&1 || {
+            cat "build/$1.log" >&2
+            fail "preset $1 cannot be configured"
+        }
+    fi
+}
