@@ -1,0 +1,328 @@
+#pragma once
+
+#include <zeb/foundation/Export.hpp>
+#include <zeb/foundation/Memory.hpp>
+
+#include <atomic>
+#include <cstddef>
+#include <cstring>
+#include <initializer_list>
+#include <iterator>
+#include <memory>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+/// @file
+/// The copy-on-write growable array of all lists that the library takes and returns.
+
+namespace zeb::foundation {
+
+namespace detail {
+/// Throws OutOfBoundsException for an access to element `index` of an array of `size` elements.
+[[noreturn]] ZEB_EXPORT void throwOutOfBounds(std::size_t size, std::size_t index);
+}  // namespace detail
+
+/// A growable array whose copies share their elements until one of them is changed.
+///
+/// A copy costs one atomic increment and never throws. A call that may change elements (any
+/// non-const operation but assignment and destruction) first copies them when they are shared
+/// (it "detaches"). Reading through const operations never detaches and touches no reference
+/// count, so `for (T const& x : constArray)` runs over plain memory.
+///
+/// @par Exceptions
+/// `std::bad_alloc` where memory is needed, and whatever copying a `T` throws; the array is
+/// unchanged after an exception from `append`, `reserve` and detaching, and holds valid but
+/// unspecified elements after one from `insert` and `remove`.
+/// @par Thread safety
+/// One object may be read by several threads at once; changing it needs exclusive access. Copies
+/// are independent objects, whatever they share inside.
+/// @par Copies and references
+/// A reference or iterator from a non-const operation points into memory that a later copy will
+/// share. Do not write through it once the array has been copied.
+template <typename T>
+class ZEB_EXPORT Array {
+    static_assert(alignof(T) <= alignof(std::max_align_t), "over-aligned elements");
+
+public:
+    using value_type = T;
+    using size_type = std::size_t;
+    using reference = T&;
+    using const_reference = T const&;
+    using iterator = T*;
+    using const_iterator = T const*;
+
+    /// An empty array; allocates nothing.
+    Array() noexcept = default;
+
+    /// The elements of `elements`, in order.
+    Array(std::initializer_list<T> elements) : Array(elements.begin(), elements.end()) {}
+
+    /// `count` copies of `value`.
+    explicit Array(size_type count, T const& value = T()) {
+        Builder building(count);
+        for (size_type i = 0; i < count; ++i) {
+            building.add(value);
+        }
+        block_ = building.release();
+    }
+
+    /// Copies of the elements of [first, last), in order.
+    template <
+        typename Iterator,
+        typename = std::enable_if_t<std::is_convertible_v<
+            typename std::iterator_traits<Iterator>::iterator_category, std::forward_iterator_tag>>>
+    Array(Iterator first, Iterator last) {
+        Builder building(static_cast<size_type>(std::distance(first, last)));
+        for (; first != last; ++first) {
+            building.add(*first);
+        }
+        block_ = building.release();
+    }
+
+    Array(Array const& other) noexcept : block_(other.block_) {
+        if (block_ != nullptr) {
+            block_->references.fetch_add(1, std::memory_order_relaxed);
+        }
+    }
+
+    /// The moved-from array is empty.
+    Array(Array&& other) noexcept : block_(std::exchange(other.block_, nullptr)) {}
+
+    Array& operator=(Array const& other) noexcept {
+        Array(other).swap(*this);
+        return *this;
+    }
+
+    Array& operator=(Array&& other) noexcept {
+        Array(std::move(other)).swap(*this);
+        return *this;
+    }
+
+    ~Array() { release(block_); }
+
+    void swap(Array& other) noexcept { std::swap(block_, other.block_); }
+
+    /// Number of elements.
+    [[nodiscard]] size_type size() const noexcept { return block_ == nullptr ? 0 : block_->size; }
+    [[nodiscard]] bool empty() const noexcept { return size() == 0; }
+
+    /// Elements that fit without another allocation.
+    [[nodiscard]] size_type capacity() const noexcept {
+        return block_ == nullptr ? 0 : block_->capacity;
+    }
+
+    /// Element `index`, 0-based.
+    /// @throws OutOfBoundsException when `index` is not less than `size()`; its message tells both
+    [[nodiscard]] T const& operator[](size_type index) const {
+        checkIndex(index);
+        return block_->elements()[index];
+    }
+
+    /// Element `index`, for changing it; detaches.
+    /// @throws OutOfBoundsException when `index` is not less than `size()`
+    [[nodiscard]] T& operator[](size_type index) {
+        checkIndex(index);
+        detach();
+        return block_->elements()[index];
+    }
+
+    /// The elements as plain memory; null when the array never held any.
+    [[nodiscard]] T const* data() const noexcept {
+        return block_ == nullptr ? nullptr : block_->elements();
+    }
+    /// The elements as plain memory that may be written; detaches.
+    [[nodiscard]] T* data() {
+        detach();
+        return block_ == nullptr ? nullptr : block_->elements();
+    }
+
+    [[nodiscard]] const_iterator begin() const noexcept { return data(); }
+    [[nodiscard]] const_iterator end() const noexcept { return data() + size(); }
+    [[nodiscard]] const_iterator cbegin() const noexcept { return begin(); }
+    [[nodiscard]] const_iterator cend() const noexcept { return end(); }
+    /// Iterators that may write; they detach.
+    [[nodiscard]] iterator begin() { return data(); }
+    [[nodiscard]] iterator end() { return data() + size(); }
+
+    /// Adds `value`, which may be an element of this array, at the end; amortised constant time.
+    void append(T const& value) { emplaceBack(value); }
+    void append(T&& value) { emplaceBack(std::move(value)); }
+    /// The standard containers' name of `append`.
+    void push_back(T const& value) { emplaceBack(value); }
+    void push_back(T&& value) { emplaceBack(std::move(value)); }
+
+    /// Puts `value` before element `index`; `index` equal to `size()` appends. Linear time.
+    /// @throws OutOfBoundsException when `index` is greater than `size()`
+    void insert(size_type index, T value) {
+        if (index > size()) {
+            detail::throwOutOfBounds(size(), index);
+        }
+        emplaceBack(std::move(value));
+        T* const elements = block_->elements();
+        for (size_type i = block_->size - 1; i > index; --i) {
+            std::swap(elements[i], elements[i - 1]);
+        }
+    }
+
+    /// Removes element `index`. Linear time.
+    /// @throws OutOfBoundsException when `index` is not less than `size()`
+    void remove(size_type index) { remove(index, 1); }
+
+    /// Removes `count` elements from `index` on. Linear time, whatever `count` is.
+    /// @throws OutOfBoundsException when not all of them exist; nothing is removed then
+    void remove(size_type index, size_type count) {
+        if (index > size() || count > size() - index) {
+            detail::throwOutOfBounds(size(), index + count);
+        }
+        if (count == 0) {
+            return;
+        }
+        detach();
+        T* const elements = block_->elements();
+        for (size_type i = index + count; i < block_->size; ++i) {
+            elements[i - count] = std::move(elements[i]);
+        }
+        size_type const kept = block_->size - count;
+        std::destroy(elements + kept, elements + block_->size);
+        block_->size = kept;
+    }
+
+    /// Makes room for `count` elements in all.
+    void reserve(size_type count) {
+        if (count > capacity() || isShared()) {
+            reallocate(count < size() ? size() : count);
+        }
+    }
+
+    /// Removes all elements.
+    void clear() noexcept { Array().swap(*this); }
+
+    friend bool operator==(Array const& a, Array const& b) {
+        if (a.block_ == b.block_) {
+            return true;
+        }
+        if (a.size() != b.size()) {
+            return false;
+        }
+        for (size_type i = 0; i < a.size(); ++i) {
+            if (!(a.block_->elements()[i] == b.block_->elements()[i])) {
+                return false;
+            }
+        }
+        return true;
+    }
+    friend bool operator!=(Array const& a, Array const& b) { return !(a == b); }
+
+    // ---------------------------------------------------------------- not API
+
+private:
+    /// Head of the one allocation that holds the elements behind it.
+    struct alignas(alignof(std::max_align_t)) Block {
+        std::atomic<size_type> references{1};
+        size_type size{0};
+        size_type capacity;
+
+        explicit Block(size_type room) noexcept : capacity(room) {}
+        T* elements() noexcept { return reinterpret_cast<T*>(this + 1); }
+    };
+
+    static Block* allocate(size_type capacity) {
+        void* const memory =
+            detail::allocateBlock(detail::blockSize(sizeof(Block), capacity, sizeof(T)));
+        return ::new (memory) Block(capacity);
+    }
+
+    static void release(Block* block) noexcept {
+        if (block != nullptr && block->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+            std::destroy_n(block->elements(), block->size);
+            detail::freeBlock(block);
+        }
+    }
+
+    /// A block under construction, given back if an element's constructor throws.
+    class Builder {
+    public:
+        explicit Builder(size_type capacity)
+            : block_(capacity == 0 ? nullptr : allocate(capacity)) {}
+        Builder(Builder const&) = delete;
+        Builder& operator=(Builder const&) = delete;
+        ~Builder() { Array::release(block_); }
+        template <typename Value>
+        void add(Value&& value) {
+            ::new (static_cast<void*>(block_->elements() + block_->size))
+                T(std::forward<Value>(value));
+            ++block_->size;
+        }
+        Block* release() noexcept { return std::exchange(block_, nullptr); }
+
+    private:
+        Block* block_;
+    };
+
+    void checkIndex(size_type index) const {
+        if (index >= size()) {
+            detail::throwOutOfBounds(size(), index);
+        }
+    }
+
+    bool isShared() const noexcept {
+        return block_ != nullptr && block_->references.load(std::memory_order_acquire) != 1;
+    }
+
+    void detach() {
+        if (isShared()) {
+            reallocate(block_->size);
+        }
+    }
+
+    /// Moves the elements (copies them when they are shared) into a block of `capacity`.
+    void reallocate(size_type capacity) {
+        bool const shared = isShared();
+        if constexpr (std::is_trivially_copyable_v<T>) {
+            if (!shared && block_ != nullptr) {
+                block_ = static_cast<Block*>(detail::resizeBlock(
+                    block_, detail::blockSize(sizeof(Block), capacity, sizeof(T))));
+                block_->capacity = capacity;
+                return;
+            }
+        }
+        Builder building(capacity);
+        if (block_ != nullptr) {
+            for (size_type i = 0; i < block_->size; ++i) {
+                T& element = block_->elements()[i];
+                if (shared) {
+                    building.add(static_cast<T const&>(element));
+                } else {
+                    building.add(std::move_if_noexcept(element));
+                }
+            }
+        }
+        release(std::exchange(block_, building.release()));
+    }
+
+    template <typename Value>
+    void emplaceBack(Value&& value) {
+        if (block_ != nullptr && block_->size < block_->capacity && !isShared()) {
+            ::new (static_cast<void*>(block_->elements() + block_->size))
+                T(std::forward<Value>(value));
+            ++block_->size;
+            return;
+        }
+        // `value` may be one of the elements that are about to move.
+        T copy(std::forward<Value>(value));
+        reallocate(size() < capacity() ? capacity()
+                                       : detail::grownCapacity(capacity(), size() + 4));
+        ::new (static_cast<void*>(block_->elements() + block_->size)) T(std::move(copy));
+        ++block_->size;
+    }
+
+    Block* block_ = nullptr;
+};
+
+template <typename T>
+void swap(Array<T>& a, Array<T>& b) noexcept {
+    a.swap(b);
+}
+
+}  // namespace zeb::foundation

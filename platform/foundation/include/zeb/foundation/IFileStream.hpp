@@ -1,0 +1,20 @@
+#pragma once
+
+#include <zeb/foundation/Export.hpp>
+#include <zeb/foundation/String.hpp>
+
+#include <fstream>
+
+namespace zeb::foundation {
+
+/// A binary input stream on a file. When the file cannot be opened the stream's state says so
+/// (`failbit`), as with every standard stream.
+/// @par Thread safety one thread at a time.
+class ZEB_EXPORT IFileStream : public std::ifstream {
+public:
+    /// @param path as `FileSystem` takes it; one that holds a NUL byte cannot be opened
+    explicit IFileStream(String const& path);
+    ~IFileStream() override;
+};
+
+}  // namespace zeb::foundation

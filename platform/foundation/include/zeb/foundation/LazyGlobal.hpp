@@ -1,0 +1,86 @@
+#pragma once
+
+#include <zeb/foundation/Exception.hpp>
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdint>
+#include <exception>
+
+namespace zeb::foundation {
+
+/// Makes the object of a `LazyGlobal` from its initialisation parameter.
+template <typename T>
+struct LazyGlobalFactory {
+    static T* create(char const* parameter) { return new T(parameter); }
+};
+
+/// A global object that is built at its first use and destroyed when its library is unloaded.
+///
+/// It is a plain aggregate, initialised statically, so that loading the library runs no
+/// constructor:
+/// ```cpp
+/// LazyGlobal<String> NAME = {"parameter", nullptr, 0, PTHREAD_MUTEX_INITIALIZER};
+/// ```
+/// The members are public because an aggregate's are; use `get()` alone. Teardown brings all of
+/// them back to what they were at load. Globals of one source file are torn down in reverse order.
+///
+/// @tparam Factory `create(char const*)` returns a new `T`; what it throws leaves the global
+/// unbuilt
+/// @par Thread safety `get()` may be called by any number of threads; the object is built once.
+template <typename T, typename Factory = LazyGlobalFactory<T>>
+struct LazyGlobal {
+    char const* parameter;
+    T* object;
+    std::atomic<std::int32_t> built;
+    pthread_mutex_t mutex;
+
+    /// The object, built now if this is its first use. The initialisation parameter is handed to
+    /// the factory.
+    /// @throws whatever building the object throws; the next call tries again
+    T& get() {
+        if (built.load(std::memory_order_acquire) == 0) {
+            Lock const lock(mutex);
+            if (built.load(std::memory_order_relaxed) == 0) {
+                object = Factory::create(parameter);
+                built.store(1, std::memory_order_release);
+            }
+        }
+        return *object;
+    }
+
+    ~LazyGlobal() {
+        static constexpr char TEXT[] = "Caught exception in the LazyGlobal destructor";
+        try {
+            delete object;
+        } catch (Exception const& exception) {
+            logErroneousException(TEXT, exception);
+        } catch (std::exception const& exception) {
+            logErroneousException(TEXT, exception);
+        } catch (...) {
+            logErroneousException(TEXT);
+        }
+        object = nullptr;
+        built.store(0, std::memory_order_release);
+        pthread_mutex_destroy(&mutex);
+        static constexpr pthread_mutex_t INITIAL = PTHREAD_MUTEX_INITIALIZER;
+        mutex = INITIAL;
+    }
+
+private:
+    class Lock {
+    public:
+        explicit Lock(pthread_mutex_t& mutex) noexcept : mutex_(mutex) {
+            pthread_mutex_lock(&mutex_);
+        }
+        Lock(Lock const&) = delete;
+        Lock& operator=(Lock const&) = delete;
+        ~Lock() { pthread_mutex_unlock(&mutex_); }
+
+    private:
+        pthread_mutex_t& mutex_;
+    };
+};
+
+}  // namespace zeb::foundation

@@ -1,0 +1,161 @@
+#pragma once
+
+#include <zeb/foundation/Export.hpp>
+#include <zeb/foundation/IntrusiveReference.hpp>
+#include <zeb/foundation/String.hpp>
+
+#include <cerrno>
+#include <functional>
+#include <iosfwd>
+#include <mutex>
+
+/// @file
+/// Trace messages: who writes them, where they go, and what they cost when nobody listens.
+
+namespace zeb::foundation {
+
+/// One message on its way to an appender.
+struct LogMessage {
+    String component;      ///< who speaks, such as "zeb.common.regex"
+    String category;       ///< one of the category constants of `Logger`
+    String text;           ///< the message; may hold newlines and NUL bytes
+    char const* file;      ///< source unit, a constant
+    int line;              ///< line in it, 1-based
+    char const* function;  ///< signature of the logging function, a constant
+};
+
+/// Where messages go. Derive from it to route them into a log of your own.
+///
+/// What `append` throws reaches the function that logged.
+/// @par Thread safety `append` may be called by several threads at once.
+class ZEB_EXPORT LogAppender : public IntrusiveCounted {
+public:
+    LogAppender();
+    /// May throw in a derived class; who drops the last reference logs that.
+    virtual ~LogAppender() noexcept(false);
+    LogAppender(LogAppender const&) = delete;
+    LogAppender& operator=(LogAppender const&) = delete;
+
+    virtual void append(LogMessage const& message) = 0;
+};
+
+/// Writes a line "category component: text" for each message to a stream, which must outlive it.
+class ZEB_EXPORT StreamAppender : public LogAppender {
+public:
+    explicit StreamAppender(std::ostream& stream);
+    ~StreamAppender() noexcept(false) override;
+    void append(LogMessage const& message) override;
+
+private:
+    std::mutex mutex_;
+    std::ostream& stream_;
+};
+
+/// Hands each message as "component: text" to the system's log daemon, with the priority of its
+/// category. NUL bytes are written as blanks.
+class ZEB_EXPORT SyslogAppender : public LogAppender {
+public:
+    SyslogAppender();
+    ~SyslogAppender() noexcept(false) override;
+    void append(LogMessage const& message) override;
+};
+
+/// Calls a function for each message; it may be called by several threads at once.
+class ZEB_EXPORT CallbackAppender : public LogAppender {
+public:
+    using Callback = std::function<void(LogMessage const&)>;
+    explicit CallbackAppender(Callback callback);
+    ~CallbackAppender() noexcept(false) override;
+    void append(LogMessage const& message) override;
+
+private:
+    Callback callback_;
+};
+
+/// A named source of messages, built where a function wants to log.
+///
+/// Test the level first, so that a message nobody wants costs one comparison:
+/// ```cpp
+/// if (logger.getLogLevel() >= Logger::DEBUG_LEVEL) { logger.logMessage(...); }
+/// ```
+/// @par Thread safety a logger belongs to one thread; `setDefault` may be called by any thread at
+///   any time.
+class ZEB_EXPORT Logger {
+public:
+    /// How much is let through; each level includes those below it.
+    enum Level {
+        NO_LEVEL = 0,
+        FATAL_LEVEL = 1,
+        ERROR_LEVEL = 2,
+        WARNING_LEVEL = 3,
+        INFO_LEVEL = 4,
+        DEBUG_LEVEL = 5,
+        DEBUG2_LEVEL = 6,
+        DEBUG3_LEVEL = 7
+    };
+
+    static constexpr char STR_FATAL_CATEGORY[] = "FATAL";
+    static constexpr char STR_ERROR_CATEGORY[] = "ERROR";
+    static constexpr char STR_WARNING_CATEGORY[] = "WARNING";
+    static constexpr char STR_INFO_CATEGORY[] = "INFO";
+    static constexpr char STR_DEBUG_CATEGORY[] = "DEBUG";
+    static constexpr char STR_DEBUG2_CATEGORY[] = "DEBUG2";
+    static constexpr char STR_DEBUG3_CATEGORY[] = "DEBUG3";
+
+    /// @param component the name that the messages carry
+    /// @param appender where they go; null for the process's default. With an appender of its own
+    ///   the logger lets every level through.
+    explicit Logger(String component, IntrusiveReference<LogAppender> appender =
+                                          IntrusiveReference<LogAppender>()) noexcept;
+
+    /// The level when the logger was built, as an integer: one read of memory.
+    [[nodiscard]] int getLogLevel() const noexcept { return level_; }
+
+    /// Hands a message to the appender, whatever the level. Nothing happens when there is none.
+    /// @param category one of the category constants
+    /// @param file,function constants that outlive the message
+    /// @throws std::bad_alloc and whatever the appender throws
+    void logMessage(char const* category, String const& message, char const* file, int line,
+                    char const* function) const;
+
+    /// Chooses, for the whole process, how much is let through and where it goes. A null appender
+    /// or `NO_LEVEL` switches logging off, as it is at start. Loggers built before keep their
+    /// level.
+    static void setDefault(Level level, IntrusiveReference<LogAppender> appender) noexcept;
+
+private:
+    String component_;
+    IntrusiveReference<LogAppender> appender_;
+    int level_;
+};
+
+/// Brings `errno` back to what it was, so that logging never changes what a caller sees.
+class ErrnoGuard {
+public:
+    ErrnoGuard() noexcept : saved_(errno) {}
+    ErrnoGuard(ErrnoGuard const&) = delete;
+    ErrnoGuard& operator=(ErrnoGuard const&) = delete;
+    ~ErrnoGuard() { errno = saved_; }
+
+private:
+    int saved_;
+};
+
+/// @name Logging statements
+/// Log `message`, an expression that is evaluated only when `logger` lets the level through, in the
+/// name of the source unit `unit`. `errno` stays as it was.
+/// @{
+#define ZEB_LOG(logger, LEVEL, unit, message)                                                     \
+    do {                                                                                          \
+        if ((logger).getLogLevel() >= ::zeb::foundation::Logger::LEVEL##_LEVEL) {                 \
+            ::zeb::foundation::ErrnoGuard const errnoGuard;                                       \
+            (logger).logMessage(::zeb::foundation::Logger::STR_##LEVEL##_CATEGORY, message, unit, \
+                                __LINE__, __PRETTY_FUNCTION__);                                   \
+        }                                                                                         \
+    } while (false)
+#define ZEB_LOG_DEBUG(logger, unit, message) ZEB_LOG(logger, DEBUG, unit, message)
+#define ZEB_LOG_DEBUG2(logger, unit, message) ZEB_LOG(logger, DEBUG2, unit, message)
+#define ZEB_LOG_DEBUG3(logger, unit, message) ZEB_LOG(logger, DEBUG3, unit, message)
+/// @}
+
+}  // namespace zeb::foundation

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <zeb/foundation/StringBuffer.hpp>
+
+#include <ostream>
+#include <streambuf>
+
+namespace zeb::foundation {
+
+/// An output stream into a `StringBuffer`. It formats as the classic locale does, whatever the
+/// global locale is, so that its texts are the same on every machine.
+/// @par Exceptions as the standard streams: exhausted memory sets `badbit`.
+/// @par Thread safety one thread at a time.
+class ZEB_EXPORT OStringStream : public std::ostream {
+public:
+    OStringStream();
+    ~OStringStream() override;
+
+    [[nodiscard]] std::size_t length() const noexcept { return bytes_.buffer.length(); }
+    /// What was written so far; valid until the next write.
+    operator std::string_view() const noexcept { return bytes_.buffer; }
+    /// A copy of what was written so far.
+    [[nodiscard]] String toString() const { return bytes_.buffer.toString(); }
+
+    // ---------------------------------------------------------------- not API
+
+private:
+    class ZEB_EXPORT Bytes : public std::streambuf {
+    public:
+        ~Bytes() override;
+        StringBuffer buffer;
+
+    protected:
+        int_type overflow(int_type byte) override;
+        std::streamsize xsputn(char const* bytes, std::streamsize count) override;
+    };
+
+    Bytes bytes_;
+};
+
+}  // namespace zeb::foundation

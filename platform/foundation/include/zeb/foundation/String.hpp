@@ -1,0 +1,255 @@
+#pragma once
+
+#include <zeb/foundation/Array.hpp>
+#include <zeb/foundation/Export.hpp>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+/// @file
+/// The 8-bit string of all interfaces.
+
+namespace zeb::foundation {
+
+class String;
+
+/// A list of lines or tokens.
+using StringArray = Array<String>;
+
+/// An immutable-by-sharing byte string: reference-counted, copied on write.
+///
+/// It holds any bytes, NUL included (UTF-8 where the text is Unicode), and always ends its memory
+/// with one NUL more, for `c_str()`. Positions are 0-based byte offsets, ends are exclusive, and a
+/// failed search yields `npos`. No operation depends on the locale: case folding is ASCII's, white
+/// space is blank, `\t \n \v \f \r`.
+///
+/// A copy costs one atomic increment and never throws. Every operation that yields a new text makes
+/// at most one allocation for it, and none when the result is empty or the whole string. A
+/// `std::string_view` parameter must not be made from a null pointer; a `String` may be.
+///
+/// @par Exceptions
+/// `std::bad_alloc` where memory is needed; the string is unchanged then.
+/// @par Thread safety
+/// One object may be read by several threads at once; changing it needs exclusive access. Copies
+/// are independent objects, whatever they share inside.
+class ZEB_EXPORT String {
+public:
+    /// "Not found", and as a count "to the end": all bits set.
+    static constexpr std::size_t npos = static_cast<std::size_t>(-1);
+
+    /// Whether `tokenize` yields each delimiter as a token of one byte.
+    enum ReturnDelimiters { DISCARD_DELIMITERS, RETURN_DELIMITERS };
+    /// Whether `tokenize` yields the empty token between two adjacent delimiters, before a leading
+    /// and after a trailing one.
+    enum ReturnEmptyTokens { SKIP_EMPTY_TOKENS, RETURN_EMPTY_TOKENS };
+
+    /// The empty string; allocates nothing.
+    String() noexcept = default;
+    /// The bytes of `text` up to its NUL; null gives the empty string.
+    String(char const* text);
+    /// The `count` bytes at `bytes`, NUL bytes included; a null `bytes` gives the empty string.
+    String(char const* bytes, std::size_t count);
+    String(std::string_view text);
+    String(std::string const& text);
+
+    String(String const& other) noexcept : block_(other.block_) {
+        if (block_ != nullptr) {
+            block_->references.fetch_add(1, std::memory_order_relaxed);
+        }
+    }
+    /// The moved-from string is empty.
+    String(String&& other) noexcept : block_(std::exchange(other.block_, nullptr)) {}
+    String& operator=(String const& other) noexcept {
+        String(other).swap(*this);
+        return *this;
+    }
+    String& operator=(String&& other) noexcept {
+        String(std::move(other)).swap(*this);
+        return *this;
+    }
+    ~String() {
+        if (block_ != nullptr) {
+            release(block_);
+        }
+    }
+
+    void swap(String& other) noexcept { std::swap(block_, other.block_); }
+
+    /// Number of bytes, the terminating NUL not counted.
+    [[nodiscard]] std::size_t length() const noexcept {
+        return block_ == nullptr ? 0 : block_->length;
+    }
+    [[nodiscard]] bool empty() const noexcept { return length() == 0; }
+
+    /// The bytes and a terminating NUL; valid until the string is changed or destroyed.
+    [[nodiscard]] char const* c_str() const noexcept {
+        return block_ == nullptr ? "" : block_->text();
+    }
+
+    /// All bytes, valid as `c_str()` is.
+    operator std::string_view() const noexcept { return {c_str(), length()}; }
+
+    /// The byte at `index`; `index` equal to `length()` gives the terminating NUL.
+    /// @throws OutOfBoundsException when `index` is greater than `length()`
+    [[nodiscard]] char operator[](std::size_t index) const { return charAt(index); }
+    /// The named form of `operator[]`.
+    [[nodiscard]] char charAt(std::size_t index) const {
+        if (index > length()) {
+            detail::throwOutOfBounds(length(), index);
+        }
+        return c_str()[index];
+    }
+
+    /// Offset of the first `wanted` at or after `from`; `npos` when there is none.
+    [[nodiscard]] std::size_t indexOf(char wanted, std::size_t from = 0) const noexcept;
+    /// Offset of the first occurrence of `wanted` that starts at or after `from`; `npos` when there
+    /// is none. An empty `wanted` is found at `from` as long as that is not beyond the end.
+    [[nodiscard]] std::size_t indexOf(std::string_view wanted, std::size_t from = 0) const noexcept;
+    /// Offset of the last `wanted` at or before `from`; `npos` when there is none.
+    [[nodiscard]] std::size_t lastIndexOf(char wanted, std::size_t from = npos) const noexcept;
+    /// Offset of the last occurrence of `wanted` that starts at or before `from`; `npos` when there
+    /// is none. An empty `wanted` is found at the smaller of `from` and `length()`.
+    [[nodiscard]] std::size_t lastIndexOf(std::string_view wanted,
+                                          std::size_t from = npos) const noexcept;
+
+    /// The bytes from `start` on, `count` at most. Both are clipped to the string; a `start` at or
+    /// beyond the end gives the empty string.
+    [[nodiscard]] String substring(std::size_t start, std::size_t count = npos) const;
+
+    [[nodiscard]] bool equalsIgnoreCase(std::string_view other) const noexcept;
+    [[nodiscard]] bool startsWith(std::string_view prefix) const noexcept;
+    [[nodiscard]] bool endsWith(std::string_view suffix) const noexcept;
+
+    /// Appends `text`, which may be part of this string; amortised linear in `text`.
+    String& operator+=(std::string_view text);
+    String& operator+=(char byte) { return *this += std::string_view(&byte, 1); }
+    /// The named form of `+=`.
+    String& concat(std::string_view text) { return *this += text; }
+
+    /// A copy without white space at both ends.
+    [[nodiscard]] String trim() const;
+
+    /// Splits the string at every byte of `delimiters`. The empty string has no tokens at all.
+    ///   "a\n\nb\n" at "\n", empty tokens returned: "a", "", "b", ""
+    /// @param delimiters bytes, each a delimiter; when there are none the whole string is the token
+    /// @par Complexity linear; one allocation at most for each token
+    [[nodiscard]] StringArray tokenize(
+        std::string_view delimiters, ReturnDelimiters returnDelimiters = DISCARD_DELIMITERS,
+        ReturnEmptyTokens returnEmptyTokens = SKIP_EMPTY_TOKENS) const;
+
+    /// @name Numbers
+    /// The whole text must be the number: no blanks, no group separators, the decimal point a full
+    /// stop in every locale. An optional sign comes first, `-` for signed and real types only.
+    /// `base` is 2 to 36; digits beyond 9 are letters of either case; base 16 takes an optional
+    /// `0x` or `0X`. Reals are decimal, `inf`, `infinity` and `nan` included, in either case.
+    /// @throws StringConversionException naming the text and the type, when the text is empty,
+    ///   malformed or out of the type's range (a real that would become infinite or zero too), or
+    ///   the base is not one of those above
+    /// @{
+    [[nodiscard]] double toReal64() const;
+    [[nodiscard]] float toReal32() const;
+    [[nodiscard]] std::int8_t toInt8(int base = 10) const;
+    [[nodiscard]] std::int16_t toInt16(int base = 10) const;
+    [[nodiscard]] std::int32_t toInt32(int base = 10) const;
+    [[nodiscard]] std::int64_t toInt64(int base = 10) const;
+    [[nodiscard]] std::uint8_t toUInt8(int base = 10) const;
+    [[nodiscard]] std::uint16_t toUInt16(int base = 10) const;
+    [[nodiscard]] std::uint32_t toUInt32(int base = 10) const;
+    [[nodiscard]] std::uint64_t toUInt64(int base = 10) const;
+    /// @}
+
+    // ---------------------------------------------------------------- not API
+
+private:
+    friend class StringBuffer;
+
+    /// Head of the one allocation that holds the bytes and the terminating NUL behind it.
+    struct Block {
+        std::atomic<std::size_t> references{1};
+        std::size_t length{0};
+        std::size_t capacity;
+
+        explicit Block(std::size_t room) noexcept : capacity(room) {}
+        char* text() noexcept { return reinterpret_cast<char*>(this + 1); }
+    };
+
+    static Block* allocate(std::size_t capacity);
+    static Block* resize(Block* block, std::size_t capacity);
+    static void release(Block* block) noexcept;
+
+    Block* block_ = nullptr;
+};
+
+inline void swap(String& a, String& b) noexcept { a.swap(b); }
+
+namespace detail {
+/// Enables an operator for operands that read as bytes but are no `String`: literals, views, ...
+template <typename T>
+using IfOtherText = std::enable_if_t<
+    std::is_convertible_v<T const&, std::string_view> && !std::is_same_v<T, String>, int>;
+}  // namespace detail
+
+/// @name Comparison by unsigned bytes
+/// @{
+inline bool operator==(String const& a, String const& b) noexcept {
+    return std::string_view(a) == std::string_view(b);
+}
+template <typename T, detail::IfOtherText<T> = 0>
+bool operator==(String const& a, T const& b) noexcept {
+    return std::string_view(a) == std::string_view(b);
+}
+template <typename T, detail::IfOtherText<T> = 0>
+bool operator==(T const& a, String const& b) noexcept {
+    return std::string_view(a) == std::string_view(b);
+}
+inline bool operator!=(String const& a, String const& b) noexcept { return !(a == b); }
+template <typename T, detail::IfOtherText<T> = 0>
+bool operator!=(String const& a, T const& b) noexcept {
+    return !(a == b);
+}
+template <typename T, detail::IfOtherText<T> = 0>
+bool operator!=(T const& a, String const& b) noexcept {
+    return !(a == b);
+}
+inline bool operator<(String const& a, String const& b) noexcept {
+    return std::string_view(a) < std::string_view(b);
+}
+inline bool operator>(String const& a, String const& b) noexcept { return b < a; }
+inline bool operator<=(String const& a, String const& b) noexcept { return !(b < a); }
+inline bool operator>=(String const& a, String const& b) noexcept { return !(a < b); }
+/// @}
+
+/// @name Concatenation
+/// @{
+[[nodiscard]] inline String operator+(String a, std::string_view b) {
+    a += b;
+    return a;
+}
+[[nodiscard]] inline String operator+(String a, char b) {
+    a += b;
+    return a;
+}
+template <typename T, detail::IfOtherText<T> = 0>
+[[nodiscard]] String operator+(T const& a, String const& b) {
+    return String(std::string_view(a)) + std::string_view(b);
+}
+/// @}
+
+/// Writes the bytes, field width and fill applied as for `std::string_view`.
+ZEB_EXPORT std::ostream& operator<<(std::ostream& out, String const& text);
+
+}  // namespace zeb::foundation
+
+template <>
+struct std::hash<zeb::foundation::String> {
+    std::size_t operator()(zeb::foundation::String const& text) const noexcept {
+        return std::hash<std::string_view>()(text);
+    }
+};

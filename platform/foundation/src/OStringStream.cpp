@@ -1,0 +1,28 @@
+#include <zeb/foundation/OStringStream.hpp>
+
+#include <locale>
+
+namespace zeb::foundation {
+
+OStringStream::Bytes::~Bytes() = default;
+
+OStringStream::Bytes::int_type OStringStream::Bytes::overflow(int_type byte) {
+    if (!traits_type::eq_int_type(byte, traits_type::eof())) {
+        buffer.append(traits_type::to_char_type(byte));
+    }
+    return traits_type::not_eof(byte);
+}
+
+std::streamsize OStringStream::Bytes::xsputn(char const* bytes, std::streamsize count) {
+    buffer.append(std::string_view(bytes, static_cast<std::size_t>(count)));
+    return count;
+}
+
+OStringStream::OStringStream() : std::ostream(nullptr) {
+    imbue(std::locale::classic());
+    rdbuf(&bytes_);
+}
+
+OStringStream::~OStringStream() = default;
+
+}  // namespace zeb::foundation
