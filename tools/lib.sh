@@ -8,6 +8,16 @@ fail() {
     exit 1
 }
 
+# Runs apt-get by the arguments; when that fails, once more by the main suite alone, without its updates, because a mirror
+# can list security updates that it does not hold (yet).
+apt_get_or_main_suite() {
+    local suite
+    "$@" && return
+    suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
+    echo "Trying again with $suite alone"
+    "$@" -t "$suite"
+}
+
 # Configures a preset when it is new or the presets have changed; whatever else changes, ninja notices itself.
 configure() {
     if [ ! "build/$1/build.ninja" -nt CMakePresets.json ]; then
