@@ -75,6 +75,7 @@ public:
 
     /// The formatted text.
     [[nodiscard]] String toString() const { return result_.toString(); }
+    // NOLINTNEXTLINE(google-explicit-constructor): a Format is written where a String is wanted
     operator String() const { return toString(); }
 
     // ---------------------------------------------------------------- not API

@@ -18,6 +18,7 @@ public:
 
     [[nodiscard]] std::size_t length() const noexcept { return bytes_.buffer.length(); }
     /// What was written so far; valid until the next write.
+    // NOLINTNEXTLINE(google-explicit-constructor): every text is read as a view
     operator std::string_view() const noexcept { return bytes_.buffer; }
     /// A copy of what was written so far.
     [[nodiscard]] String toString() const { return bytes_.buffer.toString(); }

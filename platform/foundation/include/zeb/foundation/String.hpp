@@ -53,11 +53,11 @@ public:
     /// The empty string; allocates nothing.
     String() noexcept = default;
     /// The bytes of `text` up to its NUL; null gives the empty string.
-    String(char const* text);
+    String(char const* text);  // NOLINT(google-explicit-constructor): a text is a String
     /// The `count` bytes at `bytes`, NUL bytes included; a null `bytes` gives the empty string.
     String(char const* bytes, std::size_t count);
-    String(std::string_view text);
-    String(std::string const& text);
+    String(std::string_view text);    // NOLINT(google-explicit-constructor): likewise
+    String(std::string const& text);  // NOLINT(google-explicit-constructor): likewise
 
     String(String const& other) noexcept : block_(other.block_) {
         if (block_ != nullptr) {
@@ -94,6 +94,7 @@ public:
     }
 
     /// All bytes, valid as `c_str()` is.
+    // NOLINTNEXTLINE(google-explicit-constructor): every text is read as a view
     operator std::string_view() const noexcept { return {c_str(), length()}; }
 
     /// The byte at `index`; `index` equal to `length()` gives the terminating NUL.
