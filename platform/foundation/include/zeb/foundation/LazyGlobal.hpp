@@ -66,6 +66,8 @@ struct LazyGlobal {
         pthread_mutex_destroy(&mutex);
         static constexpr pthread_mutex_t INITIAL = PTHREAD_MUTEX_INITIALIZER;
         mutex = INITIAL;
+        // Without it the optimiser drops the stores above: nobody may read them after a destructor.
+        std::atomic_signal_fence(std::memory_order_seq_cst);
     }
 
 private:
