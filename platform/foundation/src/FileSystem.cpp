@@ -11,17 +11,21 @@
 #include <cerrno>
 #include <system_error>
 
+#include "VisibleNul.hpp"
+
 namespace zeb::foundation {
 
 namespace {
 
 constexpr char UNIT[] = "FileSystem";
 
-/// Least room for one read; a file that does not tell its size is read in such steps.
+/// Room for the first read of a file that does not tell its size, and for one that outgrows the
+/// size it told. Many of the kernel's own files cannot be read in smaller pieces.
 constexpr std::size_t LEAST_READ = 4096;
 
 [[noreturn]] void throwFailure(char const* what, String const& path, int error) {
-    String const message = Format("%1 %2: %3", what, path, std::generic_category().message(error));
+    String const message = Format("%1 %2: %3", what, detail::withVisibleNul(path),
+                                  std::generic_category().message(error));
     throw FileSystemException(UNIT, __LINE__, message.c_str(), Exception::NO_CODE, nullptr, error);
 }
 
@@ -118,11 +122,11 @@ String FileSystem::getFileContents(String const& path) {
     if (file.get() < 0) {
         throwFailure(WHAT, path, errno);
     }
+    std::size_t const expected = expectedSize(file.get());
+    StringBuffer contents(0);
     // One byte more than expected, so that the end is seen without growing.
-    StringBuffer contents(expectedSize(file.get()) + 1);
+    std::size_t wanted = expected > 0 ? expected + 1 : LEAST_READ;
     for (;;) {
-        std::size_t const room = contents.capacity() - contents.length();
-        std::size_t const wanted = room > 0 ? room : LEAST_READ;
         ssize_t const got = readSome(file.get(), contents.prepare(wanted), wanted);
         if (got < 0) {
             throwFailure(WHAT, path, errno);
@@ -131,6 +135,8 @@ String FileSystem::getFileContents(String const& path) {
             return contents.releaseString();
         }
         contents.commit(static_cast<std::size_t>(got));
+        std::size_t const room = contents.capacity() - contents.length();
+        wanted = room > 0 ? room : LEAST_READ;
     }
 }
 

@@ -1,5 +1,6 @@
 #include <zeb/foundation/StringBuffer.hpp>
 
+#include <algorithm>
 #include <utility>
 
 namespace zeb::foundation {
@@ -12,8 +13,8 @@ StringBuffer::~StringBuffer() {
 
 void StringBuffer::grow(std::size_t count) {
     std::size_t const needed = detail::blockSize(length_, count, 1);
-    std::size_t const capacity =
-        detail::grownCapacity(block_ == nullptr ? initialCapacity_ / 2 : capacity_, needed);
+    std::size_t const capacity = block_ == nullptr ? std::max(initialCapacity_, needed)
+                                                   : detail::grownCapacity(capacity_, needed);
     block_ = String::resize(block_, capacity);
     text_ = block_->text();
     capacity_ = capacity;
@@ -24,9 +25,10 @@ String StringBuffer::releaseString() {
     if (length_ == 0) {
         return result;
     }
-    // An eighth of waste is cheaper than moving the text.
+    // Little room, as a buffer starts with, costs more to give back than to keep; so does an
+    // eighth.
     std::size_t const waste = capacity_ - length_;
-    if (waste > 64 && waste > length_ / 8) {
+    if (waste > INITIAL_CAPACITY && waste > length_ / 8) {
         block_ = String::resize(block_, length_);
         text_ = block_->text();
         capacity_ = length_;

@@ -30,7 +30,7 @@ public:
     /// Bytes that fit without another allocation.
     [[nodiscard]] std::size_t capacity() const noexcept { return capacity_; }
 
-    /// The bytes so far; valid until the next non-const operation. `text` may not be kept longer.
+    /// The bytes so far; valid until the next non-const operation.
     // NOLINTNEXTLINE(google-explicit-constructor): every text is read as a view
     operator std::string_view() const noexcept { return {text_, length_}; }
 
