@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 namespace zeb::foundation {
 
@@ -73,10 +74,13 @@ public:
     Format& operator=(Format const&) = delete;
     virtual ~Format();
 
-    /// The formatted text.
-    [[nodiscard]] String toString() const { return result_.toString(); }
+    /// The formatted text. A temporary hands its memory over instead of copying it.
+    [[nodiscard]] String toString() const& { return result_.toString(); }
+    [[nodiscard]] String toString() && { return result_.releaseString(); }
     // NOLINTNEXTLINE(google-explicit-constructor): a Format is written where a String is wanted
-    operator String() const { return toString(); }
+    operator String() const& { return toString(); }
+    // NOLINTNEXTLINE(google-explicit-constructor): likewise
+    operator String() && { return std::move(*this).toString(); }
 
     // ---------------------------------------------------------------- not API
 
