@@ -23,6 +23,9 @@ public:
     }
 
     void set(int level, IntrusiveReference<LogAppender> appender) noexcept {
+        if (level == Logger::NO_LEVEL) {
+            appender = IntrusiveReference<LogAppender>();
+        }
         {
             std::lock_guard const lock(mutex_);
             level_.store(appender ? level : int{Logger::NO_LEVEL}, std::memory_order_relaxed);

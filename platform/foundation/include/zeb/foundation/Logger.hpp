@@ -120,7 +120,7 @@ public:
 
     /// Chooses, for the whole process, how much is let through and where it goes. A null appender
     /// or `NO_LEVEL` switches logging off, as it is at start. Loggers built before keep their
-    /// level.
+    /// level, but their messages go where the choice of the moment sends them.
     static void setDefault(Level level, IntrusiveReference<LogAppender> appender) noexcept;
 
 private:
