@@ -12,6 +12,13 @@ namespace {
 constexpr char UNIT[] = "Exception";
 constexpr char COMPONENT[] = "zeb.foundation";
 
+/// A copy of `chained` on the heap; null for null, and when memory is exhausted.
+std::shared_ptr<Exception const> copyOf(Exception const* chained) {
+    Exception const* const copy = chained == nullptr ? nullptr : chained->clone();
+    // Even an owner of null would allocate.
+    return copy == nullptr ? nullptr : std::shared_ptr<Exception const>(copy);
+}
+
 void logError(char const* text, char const* reason) noexcept {
     try {
         Logger const logger{String(COMPONENT)};
@@ -28,7 +35,7 @@ Exception::Exception(char const* file, int line, char const* message, int subcla
                      Exception const* chained, int errorCode)
     : file_(file),
       message_(message),
-      chained_(chained == nullptr ? nullptr : chained->clone()),
+      chained_(copyOf(chained)),
       line_(line),
       subclassCode_(subclassCode),
       errorCode_(errorCode) {}

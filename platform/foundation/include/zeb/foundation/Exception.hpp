@@ -26,6 +26,7 @@ public:
     /// @param subclassCode a code whose meaning the derived class defines, or `NO_CODE`
     /// @param chained the exception that led to this one; cloned, null when there is none
     /// @param errorCode a code of the system or the caller, or `NO_CODE`
+    /// @throws std::bad_alloc
     Exception(char const* file, int line, char const* message, int subclassCode,
               Exception const* chained, int errorCode);
     Exception(Exception const&) noexcept;
