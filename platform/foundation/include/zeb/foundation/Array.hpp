@@ -170,10 +170,11 @@ public:
     void remove(size_type index) { remove(index, 1); }
 
     /// Removes `count` elements from `index` on. Linear time, whatever `count` is.
-    /// @throws OutOfBoundsException when not all of them exist; nothing is removed then
+    /// @throws OutOfBoundsException when not all of them exist; its message tells the first index
+    ///   without an element, and nothing is removed
     void remove(size_type index, size_type count) {
         if (index > size() || count > size() - index) {
-            detail::throwOutOfBounds(size(), index + count);
+            detail::throwOutOfBounds(size(), index > size() ? index : size());
         }
         if (count == 0) {
             return;

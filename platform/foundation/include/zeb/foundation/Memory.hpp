@@ -13,25 +13,25 @@
 
 namespace zeb::foundation::detail {
 
+/// @param size bytes, at least 1
 /// @return a block of `size` bytes, aligned for every fundamental type; never null
 /// @throws std::bad_alloc when memory is exhausted or `size` exceeds `PTRDIFF_MAX`
 [[nodiscard]] ZEB_EXPORT void* allocateBlock(std::size_t size);
 
-/// Changes the size of `block`, which may be null; on an exception `block` stays valid.
+/// Changes the size of `block`, which may be null, to `size` bytes, at least 1; the bytes that both
+/// sizes have are kept. On an exception `block` stays as it was.
 /// @throws std::bad_alloc as `allocateBlock` does
 [[nodiscard]] ZEB_EXPORT void* resizeBlock(void* block, std::size_t size);
 
 /// Gives `block` back; null is allowed.
 ZEB_EXPORT void freeBlock(void* block) noexcept;
 
+[[noreturn]] ZEB_EXPORT void throwBadAlloc();
+
 /// @return the bytes of a block of `header` bytes and `count` elements of `elementSize` bytes
 /// @throws std::bad_alloc when that number cannot be represented
 [[nodiscard]] inline std::size_t blockSize(std::size_t header, std::size_t count,
-                                           std::size_t elementSize);
-
-[[noreturn]] ZEB_EXPORT void throwBadAlloc();
-
-inline std::size_t blockSize(std::size_t header, std::size_t count, std::size_t elementSize) {
+                                           std::size_t elementSize) {
     std::size_t bytes = 0;
     if (__builtin_mul_overflow(count, elementSize, &bytes) ||
         __builtin_add_overflow(bytes, header, &bytes)) {
@@ -40,8 +40,9 @@ inline std::size_t blockSize(std::size_t header, std::size_t count, std::size_t 
     return bytes;
 }
 
-/// The next capacity of a block that holds `capacity` elements and must hold `needed`: doubled,
-/// so that appending element by element costs linear time.
+/// @return the next capacity of a block that has room for `capacity` elements and must hold
+/// `needed`: twice the room, or `needed` when that is more, so that appending element by element
+/// costs linear time
 [[nodiscard]] inline std::size_t grownCapacity(std::size_t capacity, std::size_t needed) noexcept {
     std::size_t const doubled = capacity > static_cast<std::size_t>(-1) / 2 ? needed : capacity * 2;
     return doubled < needed ? needed : doubled;
