@@ -3,14 +3,18 @@
 #include <zeb/foundation/Exception.hpp>
 #include <zeb/foundation/Format.hpp>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <climits>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <new>
 #include <ostream>
 #include <system_error>
+
+#include "VisibleNul.hpp"
 
 namespace zeb::foundation {
 
@@ -25,7 +29,8 @@ char toLower(char byte) noexcept {
 }
 
 [[noreturn]] void throwConversion(String const& text, char const* type, char const* reason) {
-    String const message = Format("Cannot convert \"%1\" to %2: %3", text, type, reason);
+    String const message =
+        Format("Cannot convert \"%1\" to %2: %3", detail::withVisibleNul(text), type, reason);
     throw StringConversionException(UNIT, __LINE__, message.c_str(), Exception::NO_CODE, nullptr,
                                     Exception::NO_CODE);
 }
@@ -37,11 +42,12 @@ T parseWith(String const& text, std::string_view digits, char const* type,
     T value{};
     char const* const end = digits.data() + digits.size();
     auto const [stop, error] = std::from_chars(digits.data(), end, value, parameters...);
+    // A number out of range is read to its end all the same.
+    if (error == std::errc::invalid_argument || stop != end) {
+        throwConversion(text, type, "not a number");
+    }
     if (error == std::errc::result_out_of_range) {
         throwConversion(text, type, "out of range");
-    }
-    if (error != std::errc() || stop != end) {
-        throwConversion(text, type, "not a number");
     }
     return value;
 }
@@ -61,10 +67,8 @@ T parseInteger(String const& text, int base, char const* type) {
     if (prefixed) {
         digits.remove_prefix(2);
     }
-    if (!digits.empty() && digits.front() == '-') {
-        throwConversion(text, type, "not a number");  // from_chars would take a second sign
-    }
-    // The magnitude is read unsigned, since "-0x80" cannot be handed to from_chars as it stands.
+    // The magnitude is read unsigned: from_chars takes "-80" but not "-0x80", and of an unsigned
+    // number no sign, so that a second one is refused.
     using Magnitude = std::make_unsigned_t<T>;
     auto const magnitude = parseWith<Magnitude>(text, digits, type, base);
     auto const limit = static_cast<Magnitude>(std::numeric_limits<T>::max());
@@ -193,26 +197,41 @@ String& String::operator+=(std::string_view text) {
     if (text.empty()) {
         return *this;
     }
-    std::size_t const oldLength = length();
+    if (block_ == nullptr) {
+        // The first text of a string gets just the room it needs.
+        return *this = String(text);
+    }
+    std::size_t const oldLength = block_->length;
     std::size_t const newLength = detail::blockSize(oldLength, text.size(), 1);
-    bool const own = block_ != nullptr && block_->references.load(std::memory_order_acquire) == 1;
-    if (own && newLength <= block_->capacity) {
-        std::memmove(block_->text() + oldLength, text.data(), text.size());
-    } else {
-        // A block of its own, since `text` may lie in the present one. The first text of a string
-        // gets just the room it needs.
-        Block* const grown =
-            allocate(oldLength == 0 ? newLength : detail::grownCapacity(oldLength, newLength));
+    std::size_t const newCapacity = detail::grownCapacity(oldLength, newLength);
+    bool const shared = block_->references.load(std::memory_order_acquire) != 1;
+    bool const full = newLength > block_->capacity;
+    // A part of this string must stay where it is until it is copied.
+    bool const ownText = std::less_equal<>()(c_str(), text.data()) &&
+                         std::less_equal<>()(text.data(), c_str() + oldLength);
+    if (shared || (full && ownText)) {
+        Block* const grown = allocate(newCapacity);
         std::memcpy(grown->text(), c_str(), oldLength);
         std::memcpy(grown->text() + oldLength, text.data(), text.size());
-        Block* const old = std::exchange(block_, grown);
-        if (old != nullptr) {
-            release(old);
+        release(std::exchange(block_, grown));
+    } else {
+        if (full) {
+            block_ = resize(block_, newCapacity);
         }
+        std::memmove(block_->text() + oldLength, text.data(), text.size());
     }
     block_->length = newLength;
     block_->text()[newLength] = '\0';
     return *this;
+}
+
+String detail::prepended(std::string_view head, String const& tail) {
+    if (head.empty()) {
+        return tail;
+    }
+    StringBuffer both(head.size() + tail.length());
+    both.append(head).append(tail);
+    return both.releaseString();
 }
 
 String String::trim() const {
@@ -234,27 +253,30 @@ StringArray String::tokenize(std::string_view delimiters, ReturnDelimiters retur
     for (char const delimiter : delimiters) {
         isDelimiter[static_cast<unsigned char>(delimiter)] = true;
     }
-    char const* const text = c_str();
-    auto const isDelimiterAt = [&](std::size_t index) {
-        return isDelimiter[static_cast<unsigned char>(text[index])];
+    std::string_view const text = *this;
+    auto const endOfToken = [&](std::size_t start) {
+        if (delimiters.size() == 1) {
+            // Lines, mostly; the search of a single byte is much faster than a look-up of each.
+            return std::min(text.find(delimiters[0], start), text.size());
+        }
+        while (start < text.size() && !isDelimiter[static_cast<unsigned char>(text[start])]) {
+            ++start;
+        }
+        return start;
     };
-    auto const append = [&](std::size_t start, std::size_t end) {
+    for (std::size_t start = 0;;) {
+        std::size_t const end = endOfToken(start);
         if (end > start || returnEmptyTokens == RETURN_EMPTY_TOKENS) {
             tokens.append(substring(start, end - start));
         }
-    };
-    std::size_t start = 0;
-    for (std::size_t i = 0; i < length(); ++i) {
-        if (isDelimiterAt(i)) {
-            append(start, i);
-            if (returnDelimiters == RETURN_DELIMITERS) {
-                tokens.append(String(text + i, 1));
-            }
-            start = i + 1;
+        if (end == text.size()) {
+            return tokens;
         }
+        if (returnDelimiters == RETURN_DELIMITERS) {
+            tokens.append(substring(end, 1));
+        }
+        start = end + 1;
     }
-    append(start, length());
-    return tokens;
 }
 
 double String::toReal64() const { return parseReal<double>(*this, "a 64-bit real number"); }

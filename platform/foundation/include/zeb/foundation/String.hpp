@@ -195,6 +195,9 @@ namespace detail {
 template <typename T>
 using IfOtherText = std::enable_if_t<
     std::is_convertible_v<T const&, std::string_view> && !std::is_same_v<T, String>, int>;
+
+/// `head` and `tail` joined with one allocation.
+[[nodiscard]] ZEB_EXPORT String prepended(std::string_view head, String const& tail);
 }  // namespace detail
 
 /// @name Comparison by unsigned bytes
@@ -239,7 +242,7 @@ inline bool operator>=(String const& a, String const& b) noexcept { return !(a <
 }
 template <typename T, detail::IfOtherText<T> = 0>
 [[nodiscard]] String operator+(T const& a, String const& b) {
-    return String(std::string_view(a)) + std::string_view(b);
+    return detail::prepended(std::string_view(a), b);
 }
 /// @}
 
