@@ -1,0 +1,339 @@
+#pragma once
+
+#include <regex.h>
+
+#include <zeb/foundation/Array.hpp>
+#include <zeb/foundation/Exception.hpp>
+#include <zeb/foundation/Export.hpp>
+#include <zeb/foundation/String.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+/// @file
+/// Regular expressions over strings and lines, and sed-style editing of texts and files.
+///
+/// The expressions are those of the C library (`regcomp`, `regexec`), so these rules hold for all
+/// that follows:
+/// - Offsets are bytes, 0-based; ends are exclusive.
+/// - The C library sees a pattern and a subject up to its first NUL byte. What lies behind a NUL
+///   is neither compiled nor searched, but it is kept wherever a text is copied.
+/// - A subject is at most `RegularExpression::MAX_SUBJECT_LENGTH` bytes up to its first NUL; in a
+///   longer one nothing is found.
+/// - Letter case, character classes and multi-byte characters are those of the locale that is set
+///   while compiling and matching; let it be the same at both times. In a UTF-8 locale a malformed
+///   byte is matched neither by `.` nor by `[^x]`.
+/// - Of several matches the leftmost is taken, and of those that start there the longest.
+/// - The time of a search is the C library's: linear in the subject for simple expressions, but
+///   quadratic and worse for some, above all those with back-references. Do not take expressions
+///   from people you do not trust.
+
+namespace ZEBNS2 {
+
+using zeb::foundation::Array;
+using zeb::foundation::String;
+using zeb::foundation::StringArray;
+
+/// Offsets of a match in its subject: first byte, and the byte behind the last.
+using OffsetPair = std::pair<std::uint32_t, std::uint32_t>;
+
+/// A regular expression that does not compile; the message tells why.
+///
+/// @par Thread safety one object may be read by several threads at once. Copying never throws.
+class ZEB_EXPORT RegularExpressionException : public zeb::foundation::Exception {
+public:
+    /// The source unit recorded by the library's own throw.
+    static constexpr char SOURCE_UNIT[] = "OrventoCommonRegex";
+    /// The line recorded by the library's own throw.
+    static constexpr int SOURCE_LINE = 136;
+
+    /// The arguments of `zeb::foundation::Exception`, handed on unchanged.
+    RegularExpressionException(char const* file, int line, char const* message, int subclassCode,
+                               zeb::foundation::Exception const* chained, int errorCode);
+    ~RegularExpressionException() noexcept override;
+    /// "RegularExpressionException"
+    [[nodiscard]] char const* type() const noexcept override;
+    [[nodiscard]] RegularExpressionException* clone() const noexcept override;
+    [[noreturn]] void rethrow() const override;
+};
+
+/// A pattern, its options and the expression compiled from them.
+///
+/// An object whose pattern failed to compile, or that was made from a null pointer, holds no
+/// compiled expression: it can be used, but it matches nothing.
+///
+/// A copy is compiled anew from the pattern, so it costs as much as the first compilation and may
+/// throw as it does. That also holds for an object without a compiled expression: the copy of one
+/// made from a null pointer has the empty pattern, which matches everything, and the copy of a
+/// failed one fails again.
+///
+/// @par Thread safety any number of threads may call the const operations of one object, though
+///   the C library makes them wait for one another; `replace`, assignment and destruction need
+///   exclusive access.
+class ZEB_EXPORT RegularExpression {
+public:
+    /// How a pattern is compiled: a sum of the constants below. Other bits are ignored.
+    using CompilationOptions = unsigned int;
+    static constexpr CompilationOptions EXTENDED_SYNTAX = 0;   ///< POSIX extended syntax
+    static constexpr CompilationOptions BASIC_SYNTAX = 1;      ///< POSIX basic syntax
+    static constexpr CompilationOptions CASE_INSENSITIVE = 2;  ///< letter case is ignored
+    /// A newline is no ordinary character: neither `.` nor `[^x]` matches it, and `^` and `$` match
+    /// behind and before it.
+    static constexpr CompilationOptions NO_NEWLINE = 4;
+
+    /// Match slots that `all_matches` hands to the C library.
+    static constexpr std::size_t MAX_MATCH_SLOTS = 102400;
+
+    /// Longest subject in bytes: 1 GiB. The offsets of the C library are 32-bit integers and
+    /// cannot be relied on near their limit.
+    static constexpr std::size_t MAX_SUBJECT_LENGTH = std::size_t{1} << 30;
+
+    /// Compiles `pattern`.
+    /// @throws RegularExpressionException when it does not compile, std::bad_alloc
+    explicit RegularExpression(String const& pattern, CompilationOptions options);
+    /// Compiles `pattern`, bytes up to a NUL. When it is null nothing is compiled: the object has
+    /// an empty pattern and options 0, and matches nothing.
+    /// @throws RegularExpressionException when it does not compile, std::bad_alloc
+    explicit RegularExpression(char const* pattern, CompilationOptions options);
+    /// Compiles the pattern of `other` with its options.
+    /// @throws RegularExpressionException when it does not compile, std::bad_alloc
+    RegularExpression(RegularExpression const& other);
+    /// `replace` with the pattern and options of `other`; nothing happens when that is this object.
+    /// @throws RegularExpressionException, std::bad_alloc and leaves this object as `replace` does
+    RegularExpression& operator=(RegularExpression const& other);
+    ~RegularExpression();
+
+    /// Takes another pattern and compiles it.
+    /// @throws RegularExpressionException when it does not compile; the object then has the new
+    ///   pattern and options, no compiled expression, and matches nothing. The message is
+    ///   `Error creating regular expression: REASON  The faulty expression (OPTIONS) is: "PATTERN"`
+    ///   with the C library's reason and, for instance, `basic|case insensitive|no newline`.
+    /// @throws std::bad_alloc with the object in the same state
+    /// @par Complexity the C library's, which grows steeply for nested and counted repetitions
+    void replace(String const& pattern, CompilationOptions options);
+
+    /// The pattern last given, compiled or not; with all of its bytes.
+    [[nodiscard]] String const& getPattern() const noexcept { return pattern_; }
+    /// The options last given.
+    [[nodiscard]] CompilationOptions getOptions() const noexcept { return options_; }
+
+    /// @name One match
+    /// @{
+
+    /// Whether the expression matches anywhere in `subject`, be it an empty text.
+    [[nodiscard]] bool matches(String const& subject) const noexcept;
+
+    /// The text of the first match.
+    /// @return a part of `subject`; empty when nothing matches, and when the match is empty
+    /// @throws std::bad_alloc
+    [[nodiscard]] String matching_substring(String const& subject) const;
+
+    /// The offsets of the first match.
+    /// @param subject bytes up to a NUL; in null nothing matches
+    /// @return start and end; (-1, -1) when nothing matches
+    ///   first_match("xxabc") of "abc" == (2, 5)
+    [[nodiscard]] std::pair<int, int> first_match(char const* subject) const noexcept;
+
+    /// @}
+
+    /// @name All matches in one subject
+    /// None of these reports an error: without a compiled expression and without a match the result
+    /// is empty.
+    /// @throws std::bad_alloc
+    /// @{
+
+    /// The first match, then each of its groups in order of their opening parentheses.
+    ///
+    /// The first group that took no part in the match ends the list, even when later ones did:
+    /// `ab` against `((a)|(x))(b)` gives (0,2), (0,1), (0,1).
+    /// @par Complexity one search, and memory for `MAX_MATCH_SLOTS` pairs while it runs
+    [[nodiscard]] Array<OffsetPair> all_matches(String const& subject) const;
+
+    /// Successive matches of the whole expression from left to right, without overlap; equal texts
+    /// at different places are all listed.
+    ///
+    /// `^` never matches at the start of the subject here, and each search begins where the last
+    /// match ended as if the subject began there. An empty match where a search began is listed and
+    /// ends the list. In an empty subject nothing is found.
+    ///   "aaa" against `a`: (0,1), (1,2), (2,3)      "aaa" against `^a`: none
+    ///   "ab cd" against `\>`: (2,2), (5,5)          "b" against `a*`: (0,0)
+    /// @par Complexity one search for each match
+    [[nodiscard]] Array<OffsetPair> all_unique_matches(String const& subject) const;
+
+    /// The texts of `all_matches`.
+    /// @par Complexity one search, and memory for the groups that the expression has
+    [[nodiscard]] Array<String> all_matching_substrings(String const& subject) const;
+
+    /// The texts of `all_unique_matches`.
+    ///   "abcabc" against `b.`: "bc", "bc"
+    [[nodiscard]] Array<String> all_unique_matching_substrings(String const& subject) const;
+
+    /// @}
+
+    /// @name Lines
+    /// Each element of `lines` is a subject of its own; it is neither split nor joined. Line
+    /// numbers are 0-based indexes into `lines`.
+    /// @throws std::bad_alloc
+    /// @par Complexity one search for each line
+    /// @{
+
+    /// For each line its `all_matching_substrings`; as many elements as lines, some of them empty.
+    [[nodiscard]] Array<Array<String>> all_matching_substrings(Array<String> const& lines) const;
+
+    /// For each line its `all_unique_matching_substrings`; as many elements as lines, some of them
+    /// empty.
+    [[nodiscard]] Array<Array<String>> all_unique_matching_substrings(
+        Array<String> const& lines) const;
+
+    /// For each line its `matching_substring`; as many elements as lines, empty where nothing
+    /// matches.
+    [[nodiscard]] Array<String> matching_substring(Array<String> const& lines) const;
+
+    /// The matched text of the first line that matches, be it an empty text; empty when none does.
+    [[nodiscard]] String first_matching_substring(Array<String> const& lines) const;
+
+    /// The lines whose first match is not empty, in order. A line that matches with an empty text
+    /// alone (any line against `^`) is left out.
+    [[nodiscard]] Array<String> all_matching_lines(Array<String> const& lines) const;
+
+    /// The lines that do not match at all, in order. A line whose first match is empty does match,
+    /// so it is neither here nor in `all_matching_lines`. Without a compiled expression there are
+    /// none.
+    [[nodiscard]] Array<String> non_matching_lines(Array<String> const& lines) const;
+
+    /// The numbers of the lines that match, ascending; a line with an empty match counts.
+    [[nodiscard]] Array<unsigned int> find_matching_line_numbers(Array<String> const& lines) const;
+
+    /// @}
+
+    /// @name Patterns from plain text and wildcards
+    /// Pure functions, byte by byte; a byte that is not named, NUL too, stays as it is. They accept
+    /// every text. Of the options only `BASIC_SYNTAX` has an effect.
+    /// @throws std::bad_alloc
+    /// @par Complexity linear. @par Thread safety reentrant.
+    /// @{
+
+    /// `text` with a backslash before each of `$ ( ) * + , . ? [ ] ^ { | }` and each backslash;
+    /// with `BASIC_SYNTAX` before backslashes only, although some of the others are operators there
+    /// too.
+    ///   "x.y*z" becomes `x\.y\*z`, with BASIC_SYNTAX `x.y*z`
+    [[nodiscard]] static String escapeRegexSpecialCharacters(String const& text,
+                                                             CompilationOptions options);
+
+    /// An expression for whole subjects from a wildcard: `*` stands for any text and `?` for any
+    /// one byte, a backslash for itself. The other operators of `escapeRegexSpecialCharacters` are
+    /// treated as there.
+    ///   `logs\*.txt` becomes `^logs\\.*\.txt$`, with BASIC_SYNTAX `^logs\\.*.txt$`; "" becomes
+    ///   `^$`
+    [[nodiscard]] static String convertWin32WildcardExpression(String const& wildcard,
+                                                               CompilationOptions options);
+
+    /// @}
+
+    // ---------------------------------------------------------------- not API
+
+private:
+    friend class GroupSearch;
+
+    struct Release {
+        void operator()(regex_t* compiled) const noexcept;
+    };
+
+    bool search(std::string_view subject, regmatch_t* slots, std::size_t slotCount,
+                int flags) const noexcept;
+    bool find(std::string_view subject, regmatch_t& match) const noexcept;
+
+    String pattern_;
+    CompilationOptions options_;
+    std::unique_ptr<regex_t, Release> compiled_;
+};
+
+/// `expression.matches(subject)` as a function.
+[[nodiscard]] ZEB_EXPORT bool regex_matches(RegularExpression const& expression,
+                                            String const& subject) noexcept;
+
+/// @name Editing in the manner of sed
+/// All of them trace what they do under the component "zeb.common.regex".
+/// @par Thread safety reentrant; two edits of one file must not overlap.
+/// @{
+
+/// Applies one sed command to a text.
+///
+/// The text is cut into lines at each newline; the last line is the empty one behind a final
+/// newline. The empty text has no lines. The commands are:
+///
+/// | Command            | What it does to the lines                                              |
+/// |--------------------|------------------------------------------------------------------------|
+/// | `s/EXPR/TEXT/`     | replaces the first match in each line; the closing delimiter may lack  |
+/// | `s/EXPR/TEXT/g`    | replaces every match in each line; what follows the `g` is ignored     |
+/// | `/EXPR/d`          | deletes each line that matches                                         |
+/// | `/FROM/,/TO/d`     | deletes from a line that matches FROM to the next one that matches TO  |
+///
+/// In `s` the byte behind it is the delimiter, whatever it is, and a backslash does not protect it.
+/// In TEXT `\0` is the whole match, `\1` to `\9` are its groups (nothing, for one that
+/// `RegularExpression::all_matches` does not list), `\\` is a backslash; a backslash before any
+/// other byte stays, with that byte, and ends TEXT there. Delete commands have no blanks around
+/// them, and no `/` within an expression.
+///
+/// A range that finds no end deletes nothing. After a range the search for FROM goes on; the line
+/// that begins a range never ends it.
+///
+/// With `g` the rest of the line behind a match is searched as if it were a line of its own, so `^`
+/// matches there again: `s/^a/b/g` makes "bbb" of "aaa". An empty match directly behind the match
+/// before it is not replaced: one byte is copied, a NUL too, and the search goes on behind it.
+///   "abc" by `s/b*/X/g` becomes "XaXcX", by `s/^/X/g` "XaXbXcX"
+///
+/// @param options how the expressions of the command are compiled
+/// @return the edited text; empty, too, when the command is none of the above
+/// @throws RegularExpressionException when an expression of the command does not compile, even for
+///   an empty text; std::bad_alloc
+/// @par Complexity one search for each line and replacement, otherwise linear in text and result
+///   realSed("x=1", "s/([a-z]+)=([0-9]+)/\\2=\\1/", 0) == "1=x"
+///   realSed("x\ny\nx", "/x/d", 0) == "y"      realSed("x", "", 0) == ""
+[[nodiscard]] ZEB_EXPORT String realSed(String const& text, String const& sedString,
+                                        RegularExpression::CompilationOptions options);
+
+/// Replaces the first match in a text, which is not cut into lines.
+/// @param replacement the new text, in which `%0` stands for the whole match, `%1` to `%9` for its
+///   groups (nothing, for one that `RegularExpression::all_matches` does not list), `%%` for a
+///   percent sign; any other `%` is itself
+/// @return the edited text; `text` itself when nothing matches
+/// @throws std::bad_alloc
+/// @par Complexity one search, otherwise linear in text and result
+[[nodiscard]] ZEB_EXPORT String sed(String const& text, RegularExpression const& expression,
+                                    String const& replacement);
+
+/// The same with an expression in extended syntax.
+/// @throws RegularExpressionException when `expression` does not compile, std::bad_alloc
+///   sed("key=value", "([a-z]+)=(.*)", "%2:%1") == "value:key"      sed("aaa", "a", "b") == "baa"
+[[nodiscard]] ZEB_EXPORT String sed(String const& text, String const& expression,
+                                    String const& replacement);
+
+/// Applies `sed` to each line of a file and writes the file back in place, with the rights of the
+/// caller. A final newline, or its lack, stays as it is. A symbolic link is followed.
+///
+/// All checks come first, and the new contents are complete in memory before the file is opened for
+/// writing, which empties it. From there on nothing is reported: when it cannot be opened the file
+/// stays as it was, when writing fails midway it is left short.
+///
+/// @param fileName path as the system takes it
+/// @param replacement as for `sed`
+/// @throws zeb::foundation::FileSystemException when the file does not exist, is not a regular one,
+///   cannot be written by the effective user or cannot be read; the file is unchanged
+/// @throws std::bad_alloc with the file unchanged
+/// @par Complexity one search for each line, otherwise linear; old and new contents in memory
+ZEB_EXPORT void unprivilegedSed(String const& fileName, RegularExpression const& expression,
+                                String const& replacement);
+
+/// The same with an expression in extended syntax.
+/// @throws RegularExpressionException when `expression` does not compile; nothing is read then.
+///   Otherwise as above.
+ZEB_EXPORT void unprivilegedSed(String const& fileName, String const& expression,
+                                String const& replacement);
+
+/// @}
+
+}  // namespace ZEBNS2

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <regex.h>
+
+#include <array>
+
+/// @file
+/// The one way to the C library's compiler of regular expressions.
+
+namespace ZEBNS2 {
+
+/// Compiles the bytes of `pattern` up to its NUL.
+/// @param flags flags of `regcomp`
+/// @return 0, or the code of the error; `compiled` must go to `regfree` only after 0
+inline int compileExpression(regex_t& compiled, char const* pattern, int flags) noexcept {
+    return ::regcomp(&compiled, pattern, flags);
+}
+
+/// Room for the reason why a pattern does not compile, its NUL included.
+using CompilationError = std::array<char, 1024>;
+
+/// The C library's words for an error of `compileExpression`.
+inline CompilationError compilationError(int code, regex_t const& compiled) noexcept {
+    CompilationError text{};
+    ::regerror(code, &compiled, text.data(), text.size());
+    return text;
+}
+
+}  // namespace ZEBNS2
