@@ -5,8 +5,37 @@
 
 namespace zeb::foundation::UTF8Utils {
 
-/// Appends the UTF-8 encoding (RFC 3629, 1 to 4 bytes) of `codePoint` to `out`. A surrogate and a
-/// value above 0x10FFFF are no characters: EF BF BD, the encoding of U+FFFD, is appended for them.
+/// Bytes of the longest encoding.
+inline constexpr unsigned int MAX_LENGTH = 4;
+
+/// Writes the UTF-8 encoding (RFC 3629, 1 to 4 bytes) of `codePoint` at `out`, which has room for
+/// `MAX_LENGTH` bytes. A surrogate and a value above 0x10FFFF are no characters: EF BF BD, the
+/// encoding of U+FFFD, is written for them.
+/// @return the end of what was written
+/// @par Thread safety reentrant.
+inline char* encode(unsigned int codePoint, char* out) noexcept {
+    auto const put = [&out](unsigned int byte) { *out++ = static_cast<char>(byte); };
+    if (codePoint < 0x80) {
+        put(codePoint);
+    } else if (codePoint < 0x800) {
+        put(0xC0 | codePoint >> 6);
+        put(0x80 | (codePoint & 0x3F));
+    } else if (codePoint >= 0x10000 && codePoint <= 0x10FFFF) {
+        put(0xF0 | codePoint >> 18);
+        put(0x80 | (codePoint >> 12 & 0x3F));
+        put(0x80 | (codePoint >> 6 & 0x3F));
+        put(0x80 | (codePoint & 0x3F));
+    } else {
+        bool const character = codePoint <= 0xFFFF && (codePoint < 0xD800 || codePoint > 0xDFFF);
+        unsigned int const point = character ? codePoint : 0xFFFD;
+        put(0xE0 | point >> 12);
+        put(0x80 | (point >> 6 & 0x3F));
+        put(0x80 | (point & 0x3F));
+    }
+    return out;
+}
+
+/// Appends what `encode` writes to `out`.
 /// @throws std::bad_alloc; `out` is unchanged then
 /// @par Thread safety reentrant.
 ZEB_EXPORT void UCS4toUTF8(unsigned int codePoint, StringBuffer& out);
