@@ -1,0 +1,25 @@
+#pragma once
+
+#include <zeb/foundation/Exception.hpp>
+#include <zeb/foundation/Export.hpp>
+
+namespace zeb::xmltoolkit {
+
+/// A text that is no well-formed XML, or that exceeds a limit of the parser.
+///
+/// `what()` is one line, "line L, column C: reason". Both count from 1; a column is one character,
+/// whatever number of bytes it has, a byte order mark included; a carriage return with a line feed
+/// behind it ends one line.
+/// They tell where the offending character, markup or reference begins.
+/// @par Thread safety one object may be read by several threads at once. Copying never throws.
+class ZEB_EXPORT DOMException : public foundation::Exception {
+public:
+    DOMException(char const* file, int line, char const* message, int subclassCode,
+                 foundation::Exception const* chained, int errorCode);
+    ~DOMException() noexcept override;
+    [[nodiscard]] char const* type() const noexcept override;
+    [[nodiscard]] DOMException* clone() const noexcept override;
+    [[noreturn]] void rethrow() const override;
+};
+
+}  // namespace zeb::xmltoolkit

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <zeb/foundation/Array.hpp>
+#include <zeb/foundation/Export.hpp>
+#include <zeb/foundation/String.hpp>
+
+#include <cstddef>
+#include <iosfwd>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+namespace zeb::xmltoolkit {
+
+struct XMLDocument;
+
+/// A handle to an element of a parsed tree, or to none: a null handle.
+///
+/// The tree itself never changes, and lives as long as there is a handle to any of its elements.
+/// Copying a handle costs one atomic increment and never throws; moving leaves a null handle and
+/// costs nothing. Every operation is allowed on a null handle, which has no name, no attributes, no
+/// text and no relatives.
+///
+/// The tree holds elements, their attributes and their character data, all in document order. It
+/// does not hold comments, processing instructions and the document type declaration.
+///
+/// No operation uses a stack in proportion to the depth of the tree, destroying it included.
+/// @par Exceptions `std::bad_alloc` where a `String` or an `Array` is returned.
+/// @par Thread safety one handle may be read by several threads at once; changing it needs
+/// exclusive
+///   access. Different handles are independent, also when they refer to the same tree.
+class ZEB_EXPORT XMLNode {
+public:
+    /// A null handle.
+    XMLNode() noexcept = default;
+
+    /// @name Null test
+    /// @{
+    [[nodiscard]] bool isNull() const noexcept { return document_ == nullptr; }
+    explicit operator bool() const noexcept { return !isNull(); }
+    /// @}
+
+    /// The name as written, with its prefix; empty for a null handle.
+    [[nodiscard]] foundation::String getName() const { return nameView(); }
+
+    /// Names and values of the attributes: those written, in the order written, then those that the
+    /// document type adds. Two attributes never have the same name.
+    [[nodiscard]] foundation::Array<std::pair<foundation::String, foundation::String>> getAttrs()
+        const;
+
+    /// The character data that stands directly in the element, CDATA sections and replaced entities
+    /// included, joined over the child elements in between; that of child elements is not included.
+    /// Lines end in "\n" as XML demands.
+    ///   "x" of <a>1<b>2</b><![CDATA[<]]>&amp;</a>: getText() == "1<&"
+    /// @par Complexity linear in the text and the number of children
+    [[nodiscard]] foundation::String getText() const;
+
+    /// @name Relatives
+    /// The first child element; the next sibling element. A null handle when there is none: also
+    /// for the sibling of the top element. The second forms turn a handle that is no longer needed
+    /// into the result, which costs no atomic operation:
+    /// ```cpp
+    /// for (XMLNode child = node.getChild(); child; child = std::move(child).getNext()) { ... }
+    /// ```
+    /// @par Complexity constant
+    /// @{
+    [[nodiscard]] XMLNode getChild() const& noexcept { return XMLNode(*this).getChild(); }
+    [[nodiscard]] XMLNode getChild() && noexcept;
+    [[nodiscard]] XMLNode getNext() const& noexcept { return XMLNode(*this).getNext(); }
+    [[nodiscard]] XMLNode getNext() && noexcept;
+    /// @}
+
+    /// The element and all below it as well-formed XML in UTF-8, without an XML declaration; empty
+    /// for a null handle. Parsing it gives an equal tree. Default attributes are written out,
+    /// entities and CDATA sections as escaped text, empty elements as "<name/>".
+    /// @par Complexity linear in the result
+    [[nodiscard]] foundation::String toString() const;
+
+    /// @name Reading without allocation
+    /// The bytes belong to the tree and stay valid as long as any handle to it. Attributes are
+    /// numbered from 0 in the order of `getAttrs()`.
+    /// @par Complexity constant
+    /// @{
+    [[nodiscard]] std::string_view nameView() const noexcept;
+    [[nodiscard]] std::size_t attributeCount() const noexcept;
+    /// @throws OutOfBoundsException when `index` is not less than `attributeCount()`
+    [[nodiscard]] std::string_view attributeNameView(std::size_t index) const;
+    /// @throws OutOfBoundsException when `index` is not less than `attributeCount()`
+    [[nodiscard]] std::string_view attributeValueView(std::size_t index) const;
+    /// @}
+
+    // ---------------------------------------------------------------- not API
+
+private:
+    friend class XMLParserDOM;
+
+    XMLNode(std::shared_ptr<XMLDocument const> document, std::size_t index,
+            std::size_t siblingsEnd) noexcept
+        : document_(std::move(document)), index_(index), siblingsEnd_(siblingsEnd) {}
+
+    XMLNode elementAt(std::size_t index, std::size_t siblingsEnd) && noexcept;
+    std::size_t attributeRecord(std::size_t index) const;
+
+    std::shared_ptr<XMLDocument const> document_;
+    /// The element's record, and the end of the records of its parent.
+    std::size_t index_ = 0;
+    std::size_t siblingsEnd_ = 0;
+};
+
+/// Writes `node.toString()`, field width and fill applied to the whole of it.
+/// @throws std::bad_alloc; the stream's state tells of its own failures
+ZEB_EXPORT std::ostream& operator<<(std::ostream& out, XMLNode const& node);
+
+}  // namespace zeb::xmltoolkit

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <zeb/foundation/Export.hpp>
+#include <zeb/foundation/String.hpp>
+#include <zeb/xmltoolkit/DOMException.hpp>
+#include <zeb/xmltoolkit/XMLNode.hpp>
+
+#include <cstddef>
+
+namespace zeb::xmltoolkit {
+
+/// The parser that turns a text into a tree.
+class ZEB_EXPORT XMLParserDOM {
+public:
+    XMLParserDOM() = delete;
+
+    /// How deep elements may be nested, the top element counting as 1.
+    static constexpr std::size_t MAXIMUM_DEPTH = 10000;
+
+    /// Parses a whole XML 1.0 document.
+    ///
+    /// The parser does not validate and reads nothing but `xml`. The internal subset of a document
+    /// type declaration takes effect: its entities, parameter entities included, are replaced and
+    /// its default attributes added. An external subset and external entities are never fetched: a
+    /// reference to such an entity in an element's content yields nothing, in an attribute it is an
+    /// error. Names keep their namespace prefixes, which mean nothing here.
+    ///
+    /// @param xml UTF-8 (with or without a mark), UTF-16 with its mark, or ISO-8859-1 or US-ASCII
+    /// as
+    ///   its XML declaration says
+    /// @return the top element, its names and texts in UTF-8; the tree does not refer to `xml`
+    /// @throws DOMException
+    ///   - when `xml` is not well-formed; empty texts and texts with a NUL character are not
+    ///   - when its declaration tells a version other than "1." and digits, or another encoding
+    ///   - when elements are nested deeper than `MAXIMUM_DEPTH`
+    ///   - when entities make the text more than 100 times as long, or default attributes do,
+    ///     and the surplus exceeds 8 MiB
+    /// @throws std::bad_alloc when memory is exhausted, or libexpat takes more of it than befits
+    /// the
+    ///   text
+    /// @par Complexity linear in the text with its entities replaced; nothing recurses.
+    /// @par Thread safety reentrant
+    [[nodiscard]] static XMLNode parse(foundation::String const& xml);
+};
+
+}  // namespace zeb::xmltoolkit

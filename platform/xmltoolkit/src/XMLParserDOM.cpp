@@ -1,0 +1,330 @@
+#include <zeb/xmltoolkit/XMLParserDOM.hpp>
+
+#include <expat.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <new>
+#include <random>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+#include <zeb/foundation/Format.hpp>
+#include <zeb/foundation/StringBuffer.hpp>
+
+#include "XMLDocument.hpp"
+
+namespace zeb::xmltoolkit {
+
+namespace {
+
+using foundation::Array;
+using foundation::Format;
+using foundation::String;
+using foundation::StringBuffer;
+
+constexpr char UNIT[] = "XMLParserDOM";
+
+/// libexpat takes lengths as `int` and keeps what a piece leaves over in a buffer whose size it
+/// doubles, so a piece must stay well below INT_MAX. Most texts are one piece, parsed in place.
+constexpr std::size_t PIECE_SIZE = std::size_t{64} << 20;
+
+/// How much default attributes may add to a text, as libexpat limits it for entities.
+constexpr std::uint64_t MAXIMUM_AMPLIFICATION = 100;
+constexpr std::uint64_t AMPLIFICATION_THRESHOLD = std::uint64_t{8} << 20;
+
+[[noreturn]] void refuse(std::uint64_t line, std::uint64_t column, std::string_view reason) {
+    String const message = Format("line %1, column %2: %3", line, column, reason);
+    throw DOMException(UNIT, __LINE__, message.c_str(), DOMException::NO_CODE, nullptr,
+                       DOMException::NO_CODE);
+}
+
+/// XML 1.0 has no version but "1." and digits; libexpat does not look.
+bool isVersion(std::string_view version) noexcept {
+    return version.size() > 2 && version.substr(0, 2) == "1." &&
+           version.find_first_not_of("0123456789", 2) == std::string_view::npos;
+}
+
+/// The distinct names of a document under construction: an open hash table of their indexes.
+///
+/// The hash of a name is its value as a polynomial at a secret point, modulo the prime 2^31 - 1.
+/// Any two names of up to n bytes collide for at most n of the possible points, so nobody can write
+/// a text whose names all fall into one place.
+///
+/// A document repeats itself, though: mostly a name is followed by the one that followed it the
+/// last time. That one is tried first, which spares the hash.
+class NameTable {
+public:
+    /// @param text where the bytes of new names go, each with a NUL behind it
+    NameTable(std::uint32_t secret, StringBuffer& text)
+        : point_(secret % (PRIME - 1) + 1), text_(text), slots_(64, 0) {
+        add("");
+    }
+
+    /// The index of `name`, which is not empty, in the list of names.
+    std::uint32_t find(char const* name) {
+        std::uint32_t const expected = followers_[last_];
+        if (std::strcmp(text() + list()[expected].position, name) == 0) {
+            return last_ = expected;
+        }
+        std::uint32_t const index = lookUp(name);
+        followers_[last_] = index;
+        return last_ = index;
+    }
+
+    Array<XMLDocument::Name> release() noexcept { return std::move(names_); }
+
+private:
+    static constexpr std::uint64_t PRIME = (std::uint64_t{1} << 31) - 1;
+
+    char const* text() const noexcept { return std::string_view(text_).data(); }
+    XMLDocument::Name const* list() const noexcept { return names_.data(); }
+
+    std::uint32_t lookUp(std::string_view name) {
+        std::uint32_t& slot = slots_[slotOf(name)];
+        if (slot != 0) {
+            return slot;
+        }
+        std::uint32_t const index = add(name);
+        slot = index;
+        if (names_.size() > slots_.size() / 2) {
+            grow();
+        }
+        return index;
+    }
+
+    std::uint32_t add(std::string_view name) {
+        if (names_.size() > UINT32_MAX) {
+            throw std::bad_alloc();
+        }
+        auto const index = static_cast<std::uint32_t>(names_.size());
+        names_.append({text_.length(), name.size()});
+        followers_.push_back(0);
+        text_.append(name).append('\0');
+        return index;
+    }
+
+    /// Where `name` is, or else the free place for it.
+    std::size_t slotOf(std::string_view name) const noexcept {
+        std::size_t const mask = slots_.size() - 1;
+        std::size_t slot = hash(name) & mask;
+        while (slots_[slot] != 0 && bytesOf(slots_[slot]) != name) {
+            slot = (slot + 1) & mask;
+        }
+        return slot;
+    }
+
+    std::size_t hash(std::string_view name) const noexcept {
+        std::uint64_t value = 0;
+        for (char const byte : name) {
+            value = value * point_ + static_cast<unsigned char>(byte);
+            // One round of folding keeps the value below 2^32 and the next product below 2^63.
+            value = (value & PRIME) + (value >> 31);
+        }
+        return static_cast<std::size_t>(value);
+    }
+
+    std::string_view bytesOf(std::uint32_t index) const noexcept {
+        return {text() + list()[index].position, list()[index].size};
+    }
+
+    void grow() {
+        slots_.assign(slots_.size() * 2, 0);
+        for (std::uint32_t i = 1; i < names_.size(); ++i) {
+            slots_[slotOf(bytesOf(i))] = i;
+        }
+    }
+
+    std::uint64_t point_;
+    StringBuffer& text_;
+    Array<XMLDocument::Name> names_;
+    /// For each name the one that followed it the last time.
+    std::vector<std::uint32_t> followers_;
+    std::uint32_t last_ = 0;
+    /// Indexes of names; 0, that of the empty name, is a free place. Their number is a power of
+    /// two.
+    std::vector<std::uint32_t> slots_;
+};
+
+/// One run of the parser over one text.
+class Parsing {
+public:
+    explicit Parsing(std::string_view xml)
+        : xml_(xml),
+          parser_(XML_ParserCreate(nullptr)),
+          text_(xml.size()),
+          names_(std::random_device()(), text_) {
+        if (parser_ == nullptr) {
+            throw std::bad_alloc();
+        }
+        // libexpat's own defaults stay: hash tables salted with the system's randomness, and the
+        // limit on what entities add.
+        XML_SetUserData(parser_.get(), this);
+        // Without a handler for external entities these are skipped, parameter entities included.
+        XML_SetParamEntityParsing(parser_.get(), XML_PARAM_ENTITY_PARSING_ALWAYS);
+        XML_SetXmlDeclHandler(parser_.get(), onDeclaration);
+        XML_SetElementHandler(parser_.get(), onStart, onEnd);
+        XML_SetCharacterDataHandler(parser_.get(), onCharacters);
+    }
+
+    std::shared_ptr<XMLDocument const> run() {
+        refuseLeadingNul();
+        bool last = false;
+        for (std::size_t done = 0; !last; done += PIECE_SIZE) {
+            std::string_view const piece = xml_.substr(done, PIECE_SIZE);
+            last = xml_.size() - done == piece.size();
+            feed(piece, last);
+        }
+        auto document = std::make_shared<XMLDocument>();
+        document->records = std::move(records_);
+        document->names = names_.release();
+        document->text = text_.releaseString();
+        return document;
+    }
+
+private:
+    /// A NUL in the first two bytes would make libexpat take the text for UTF-16 without its mark.
+    void refuseLeadingNul() const {
+        std::size_t const nul = xml_.substr(0, 2).find('\0');
+        if (nul != std::string_view::npos) {
+            refuse(1, nul + 1, "NUL character, or UTF-16 without its mark");
+        }
+    }
+
+    void feed(std::string_view piece, bool last) {
+        XML_Status const status =
+            XML_Parse(parser_.get(), piece.data(), static_cast<int>(piece.size()),
+                      last ? XML_TRUE : XML_FALSE);
+        if (failure_ != nullptr) {
+            std::rethrow_exception(failure_);
+        }
+        if (status == XML_STATUS_OK) {
+            return;
+        }
+        XML_Error const error = XML_GetErrorCode(parser_.get());
+        if (error == XML_ERROR_NO_MEMORY) {
+            throw std::bad_alloc();
+        }
+        refuseHere(XML_ErrorString(error));
+    }
+
+    [[noreturn]] void refuseHere(std::string_view reason) const {
+        refuse(XML_GetCurrentLineNumber(parser_.get()),
+               XML_GetCurrentColumnNumber(parser_.get()) + std::uint64_t{1}, reason);
+    }
+
+    void declaration(char const* version) const {
+        if (!isVersion(version)) {
+            refuseHere("XML version is not 1.x");
+        }
+    }
+
+    void start(char const* name, char const** attributes) {
+        if (open_.size() == XMLParserDOM::MAXIMUM_DEPTH) {
+            refuseHere(
+                String(Format("elements are nested deeper than %1", XMLParserDOM::MAXIMUM_DEPTH)));
+        }
+        std::size_t const index = records_.size();
+        open_.push_back(index);
+        records_.append({names_.find(name), 0, 0});
+        std::size_t count = 0;
+        for (; attributes[2 * count] != nullptr; ++count) {
+            std::string_view const value = attributes[2 * count + 1];
+            std::uint32_t const attributeName = names_.find(attributes[2 * count]);
+            records_.append(
+                {attributeName, static_cast<std::uint32_t>(value.size()), text_.length()});
+            text_.append(value);
+        }
+        records_[index].size = static_cast<std::uint32_t>(count);
+        inText_ = false;
+        limitDefaults(attributes);
+    }
+
+    /// Attributes that the document type adds stand behind those written.
+    void limitDefaults(char const** attributes) {
+        auto i = static_cast<std::size_t>(XML_GetSpecifiedAttributeCount(parser_.get()));
+        for (; attributes[i] != nullptr; ++i) {
+            defaulted_ += std::string_view(attributes[i]).size() + 2;
+        }
+        if (defaulted_ > AMPLIFICATION_THRESHOLD &&
+            defaulted_ > MAXIMUM_AMPLIFICATION * xml_.size()) {
+            refuseHere("default attributes make the text more than 100 times as long");
+        }
+    }
+
+    void end() {
+        records_[open_.back()].position = records_.size();
+        open_.pop_back();
+        inText_ = false;
+    }
+
+    void characters(std::string_view bytes) {
+        if (!inText_ || records_[records_.size() - 1].size > UINT32_MAX - bytes.size()) {
+            records_.append({XMLDocument::TEXT, 0, text_.length()});
+            inText_ = true;
+        }
+        records_[records_.size() - 1].size += static_cast<std::uint32_t>(bytes.size());
+        text_.append(bytes);
+    }
+
+    /// libexpat is C: no exception may cross it. After a failure it can still call handlers.
+    template <typename Action>
+    static void guard(void* parsing, Action action) noexcept {
+        Parsing& self = *static_cast<Parsing*>(parsing);
+        if (self.failure_ != nullptr) {
+            return;
+        }
+        try {
+            action(self);
+        } catch (...) {
+            self.failure_ = std::current_exception();
+            XML_StopParser(self.parser_.get(), XML_FALSE);
+        }
+    }
+
+    static void onDeclaration(void* parsing, char const* version, char const*, int) {
+        guard(parsing, [=](Parsing& self) { self.declaration(version); });
+    }
+    static void onStart(void* parsing, char const* name, char const** attributes) {
+        guard(parsing, [=](Parsing& self) { self.start(name, attributes); });
+    }
+    static void onEnd(void* parsing, char const*) {
+        guard(parsing, [](Parsing& self) { self.end(); });
+    }
+    static void onCharacters(void* parsing, char const* bytes, int count) {
+        guard(parsing, [=](Parsing& self) {
+            self.characters({bytes, static_cast<std::size_t>(count)});
+        });
+    }
+
+    struct Free {
+        void operator()(XML_Parser parser) const noexcept { XML_ParserFree(parser); }
+    };
+
+    std::string_view xml_;
+    std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> parser_;
+    StringBuffer text_;
+    NameTable names_;
+    Array<XMLDocument::Record> records_;
+    /// Records of the elements that are not closed yet.
+    std::vector<std::size_t> open_;
+    /// Whether the last record is a text that goes on.
+    bool inText_ = false;
+    /// Bytes that default attributes have added.
+    std::uint64_t defaulted_ = 0;
+    std::exception_ptr failure_;
+};
+
+}  // namespace
+
+XMLNode XMLParserDOM::parse(String const& xml) {
+    std::shared_ptr<XMLDocument const> document = Parsing(xml).run();
+    std::size_t const end = document->records.size();
+    return XMLNode(std::move(document), 0, end);
+}
+
+}  // namespace zeb::xmltoolkit

@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "ParseHelpers.hpp"
+
+using zeb::test::parse;
+using zeb::test::rejection;
+using zeb::test::repeat;
+using zeb::xmltoolkit::XMLNode;
+
+namespace {
+
+constexpr std::string_view AMPLIFIED =
+    ": limit on input amplification factor (from DTD and entities) breached";
+
+bool endsWith(std::string_view text, std::string_view end) {
+    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
+TEST(HostileXML, AMillionNestedElementsAreRefused) {
+    EXPECT_EQ(rejection(repeat("<a>", 1'000'000) + repeat("</a>", 1'000'000)),
+              "line 1, column 30001: elements are nested deeper than 10000");
+    EXPECT_EQ(rejection(repeat("<a>", 1'000'000)),
+              "line 1, column 30001: elements are nested deeper than 10000");
+}
+
+TEST(HostileXML, AMillionSiblingsAreATree) {
+    XMLNode const node = parse("<a>" + repeat("<b/>", 1'000'000) + "</a>");
+    std::size_t count = 0;
+    for (XMLNode child = node.getChild(); child; child = std::move(child).getNext()) {
+        ++count;
+    }
+    EXPECT_EQ(count, 1'000'000u);
+}
+
+TEST(HostileXML, AMillionAttributesOfOneElementAreKept) {
+    std::string xml = "<a";
+    for (int i = 0; i < 1'000'000; ++i) {
+        xml += " n" + std::to_string(i) + "='" + std::to_string(i) + "'";
+    }
+    XMLNode const node = parse(xml + "/>");
+    ASSERT_EQ(node.attributeCount(), 1'000'000u);
+    EXPECT_EQ(node.attributeNameView(0), "n0");
+    EXPECT_EQ(node.attributeNameView(999'999), "n999999");
+    EXPECT_EQ(node.attributeValueView(777'777), "777777");
+}
+
+TEST(HostileXML, ManyDistinctNamesStayDistinct) {
+    std::string xml = "<r>";
+    for (int i = 0; i < 200'000; ++i) {
+        xml += "<n" + std::to_string(i) + "/>";
+    }
+    XMLNode child = parse(xml + "</r>").getChild();
+    for (int i = 0; i < 200'000; ++i) {
+        ASSERT_EQ(child.nameView(), "n" + std::to_string(i));
+        child = std::move(child).getNext();
+    }
+    EXPECT_TRUE(child.isNull());
+}
+
+TEST(HostileXML, LongNamesAndValuesAreKept) {
+    std::string const name(1'000'000, 'n');
+    std::string const value(5'000'000, 'v');
+    XMLNode const node = parse("<" + name + " " + name + "='" + value + "'/>");
+    EXPECT_TRUE(node.nameView() == name);
+    EXPECT_TRUE(node.attributeNameView(0) == name);
+    EXPECT_TRUE(node.attributeValueView(0) == value);
+}
+
+std::string billionLaughs() {
+    std::string xml = "<!DOCTYPE a [<!ENTITY e0 'ha'>";
+    for (int i = 1; i <= 10; ++i) {
+        xml += "<!ENTITY e" + std::to_string(i) + " '" +
+               repeat("&e" + std::to_string(i - 1) + ";", 10) + "'>";
+    }
+    return xml + "]>";
+}
+
+TEST(HostileXML, BillionLaughsAreRefused) {
+    EXPECT_TRUE(endsWith(rejection(billionLaughs() + "<a>&e10;</a>"), AMPLIFIED));
+    EXPECT_TRUE(endsWith(rejection(billionLaughs() + "<a x='&e10;'/>"), AMPLIFIED));
+}
+
+TEST(HostileXML, BillionLaughsOfParameterEntitiesAreRefused) {
+    std::string xml = "<!DOCTYPE a [<!ENTITY % e0 '<!ELEMENT b ANY>'>";
+    for (int i = 1; i <= 10; ++i) {
+        xml += "<!ENTITY % e" + std::to_string(i) + " '" +
+               repeat("&#37;e" + std::to_string(i - 1) + ";", 10) + "'>";
+    }
+    EXPECT_TRUE(endsWith(rejection(xml + "%e10;]><a/>"), AMPLIFIED));
+}
+
+TEST(HostileXML, QuadraticBlowupIsRefused) {
+    std::string const xml = "<!DOCTYPE a [<!ENTITY e '" + std::string(100'000, 'x') + "'>]><a>" +
+                            repeat("&e;", 50'000) + "</a>";
+    EXPECT_TRUE(endsWith(rejection(xml), AMPLIFIED));
+}
+
+TEST(HostileXML, EntitiesThatHoldElementsAreLimitedToo) {
+    std::string const xml = "<!DOCTYPE a [<!ENTITY e '" + repeat("<b/>", 25'000) + "'>]><a>" +
+                            repeat("&e;", 50'000) + "</a>";
+    EXPECT_TRUE(endsWith(rejection(xml), AMPLIFIED));
+}
+
+TEST(HostileXML, DefaultAttributesCannotBlowUpTheTree) {
+    // libexpat hands one stored value out for each element; the tree would hold 100 GB.
+    std::string const oneLong = "<!DOCTYPE a [<!ATTLIST b x CDATA '" + std::string(1'000'000, 'x') +
+                                "'>]><a>" + repeat("<b/>", 100'000) + "</a>";
+    EXPECT_TRUE(endsWith(rejection(oneLong),
+                         ": default attributes make the text more than 100 times as long"));
+    std::string many = "<!DOCTYPE a [<!ATTLIST b";
+    for (int i = 0; i < 2'000; ++i) {
+        many += " n" + std::to_string(i) + " CDATA ''";
+    }
+    many += ">]><a>" + repeat("<b/>", 100'000) + "</a>";
+    EXPECT_TRUE(endsWith(rejection(many),
+                         ": default attributes make the text more than 100 times as long"));
+}
+
+TEST(HostileXML, ModestDefaultAttributesAreNoAttack) {
+    // 400 times as long, but below 8 MiB altogether.
+    std::string const xml = "<!DOCTYPE a [<!ATTLIST b x CDATA '" + std::string(5'000, 'x') +
+                            "'>]><a>" + repeat("<b/>", 1'600) + "</a>";
+    EXPECT_EQ(rejection(xml), "");
+}
+
+TEST(HostileXML, AChainOfEntitiesNeedsNoStack) {
+    std::string general = "<!DOCTYPE a [<!ENTITY e0 'x'>";
+    std::string parameter = "<!DOCTYPE a [<!ENTITY % e0 '<!ENTITY z \"w\">'>";
+    int const links = 100'000;
+    for (int i = 1; i <= links; ++i) {
+        std::string const self = std::to_string(i);
+        std::string const previous = std::to_string(i - 1);
+        general += "<!ENTITY e" + self + " '&e" + previous + ";'>";
+        parameter += "<!ENTITY % e" + self + " '&#37;e" + previous + ";'>";
+    }
+    std::string const last = "e" + std::to_string(links) + ";";
+    EXPECT_EQ(parse(general + "]><a>&" + last + "</a>").getText(), "x");
+    EXPECT_EQ(parse(general + "]><a x='&" + last + "'/>").attributeValueView(0), "x");
+    EXPECT_EQ(parse(parameter + "%" + last + "]><a>&z;</a>").getText(), "w");
+}
+
+}  // namespace

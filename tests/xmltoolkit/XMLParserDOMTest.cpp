@@ -1,0 +1,207 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <type_traits>
+
+#include "ParseHelpers.hpp"
+
+using zeb::foundation::Exception;
+using zeb::test::inUTF16;
+using zeb::test::parse;
+using zeb::test::rejection;
+using zeb::test::repeat;
+using zeb::xmltoolkit::DOMException;
+using zeb::xmltoolkit::XMLNode;
+using zeb::xmltoolkit::XMLParserDOM;
+
+namespace {
+
+// ------------------------------------------------------------------------------------- Encodings
+
+TEST(XMLParserDOM, ReadsUTF8WithAndWithoutMark) {
+    EXPECT_EQ(parse("<a>\xC3\xA9</a>").getText(), "\xC3\xA9");
+    EXPECT_EQ(parse("\xEF\xBB\xBF<a>\xC3\xA9</a>").getText(), "\xC3\xA9");
+}
+
+TEST(XMLParserDOM, ReadsUTF16WithItsMark) {
+    std::string const euroLittle = "\xAC\x20", euroBig = "\x20\xAC";
+    EXPECT_EQ(
+        parse("\xFF\xFE" + inUTF16("<a>", true) + euroLittle + inUTF16("</a>", true)).getText(),
+        "\xE2\x82\xAC");
+    EXPECT_EQ(
+        parse("\xFE\xFF" + inUTF16("<a>", false) + euroBig + inUTF16("</a>", false)).getText(),
+        "\xE2\x82\xAC");
+}
+
+TEST(XMLParserDOM, JoinsSurrogatesOfUTF16) {
+    EXPECT_EQ(parse("\xFE\xFF" + inUTF16("<a>", false) + "\xD8\x3D\xDE" + std::string(1, '\0') +
+                    inUTF16("</a>", false))
+                  .getText(),
+              "\xF0\x9F\x98\x80");
+    EXPECT_EQ(rejection("\xFE\xFF" + inUTF16("<a>", false) + "\xD8\x3D" + inUTF16("</a>", false)),
+              "line 1, column 5: not well-formed (invalid token)");
+}
+
+TEST(XMLParserDOM, RefusesUTF16WithoutItsMark) {
+    EXPECT_EQ(rejection(inUTF16("<a/>", true)),
+              "line 1, column 2: NUL character, or UTF-16 without its mark");
+    EXPECT_EQ(rejection(inUTF16("<a/>", false)),
+              "line 1, column 1: NUL character, or UTF-16 without its mark");
+}
+
+TEST(XMLParserDOM, RefusesHalfACharacterOfUTF16) {
+    EXPECT_EQ(rejection("\xFF\xFE" + inUTF16("<a/>", true) + "x"),
+              "line 1, column 6: unclosed token");  // the mark is a character
+}
+
+TEST(XMLParserDOM, ReadsLatin1AndASCIIAsDeclared) {
+    EXPECT_EQ(parse("<?xml version='1.0' encoding='ISO-8859-1'?><a x='\xE4'>\xE9</a>").toString(),
+              "<a x=\"\xC3\xA4\">\xC3\xA9</a>");
+    EXPECT_EQ(parse("<?xml version='1.0' encoding='us-ascii'?><a>e</a>").getText(), "e");
+    EXPECT_EQ(rejection("<?xml version='1.0' encoding='US-ASCII'?><a>\xE9</a>"),
+              "line 1, column 45: not well-formed (invalid token)");
+}
+
+// --------------------------------------------------------------------------------- Document types
+
+TEST(XMLParserDOM, AddsDefaultAttributesBehindThoseWritten) {
+    EXPECT_EQ(parse("<!DOCTYPE a [<!ATTLIST a x CDATA 'd' y NMTOKEN ' q  ' z CDATA #IMPLIED>]>"
+                    "<a z='1'><a x='own'/></a>")
+                  .toString(),
+              "<a z=\"1\" x=\"d\" y=\"q\"><a x=\"own\" y=\"q\"/></a>");
+}
+
+TEST(XMLParserDOM, NormalisesAttributeValues) {
+    EXPECT_EQ(parse("<a x=' 1\t2\n3\r\n4 &#9;&#10;&#13;'/>").getAttrs()[0].second,
+              " 1 2 3 4 \t\n\r");
+    EXPECT_EQ(parse("<!DOCTYPE a [<!ATTLIST a x NMTOKENS #IMPLIED>]><a x='  1   2 '/>")
+                  .getAttrs()[0]
+                  .second,
+              "1 2");
+}
+
+TEST(XMLParserDOM, ReplacesInternalEntities) {
+    EXPECT_EQ(parse("<!DOCTYPE a [<!ENTITY e '<b>&f;</b>'><!ENTITY f 'x&#38;#38;y'>]>"
+                    "<a v='&f;'>1&e;2</a>")
+                  .toString(),
+              "<a v=\"x&amp;y\">1<b>x&amp;y</b>2</a>");
+    EXPECT_EQ(parse("<a>&lt;&gt;&amp;&apos;&quot;&#65;&#x42;</a>").getText(), "<>&'\"AB");
+}
+
+TEST(XMLParserDOM, TheFirstDeclarationOfAnEntityHolds) {
+    EXPECT_EQ(parse("<!DOCTYPE a [<!ENTITY e '1'><!ENTITY e '2'>]><a>&e;</a>").getText(), "1");
+}
+
+TEST(XMLParserDOM, ReplacesInternalParameterEntities) {
+    EXPECT_EQ(parse("<!DOCTYPE a [<!ENTITY % p \"<!ENTITY e 'x'>\"> %p;]><a>&e;</a>").getText(),
+              "x");
+}
+
+TEST(XMLParserDOM, NeverFetchesExternalEntities) {
+    // The file exists and is readable, and would be replaced if anybody looked.
+    EXPECT_EQ(parse("<!DOCTYPE a [<!ENTITY e SYSTEM 'file:///proc/self/status'>]><a>[&e;]</a>")
+                  .toString(),
+              "<a>[]</a>");
+    EXPECT_EQ(parse("<!DOCTYPE a SYSTEM 'file:///proc/self/status'><a>[&unknown;]</a>").toString(),
+              "<a>[]</a>");
+    EXPECT_EQ(
+        parse("<!DOCTYPE a [<!ENTITY % p SYSTEM 'file:///proc/self/status'> %p;]><a/>").toString(),
+        "<a/>");
+    EXPECT_EQ(rejection("<!DOCTYPE a [<!ENTITY e SYSTEM 'file:///x'>]><a v='&e;'/>"),
+              "line 1, column 52: reference to external entity in attribute");
+}
+
+// ----------------------------------------------------------------------------------- Content
+
+TEST(XMLParserDOM, JoinsTextOverSectionsCommentsAndInstructions) {
+    EXPECT_EQ(parse("<a>1<![CDATA[<2>&amp;]]>3<!-- x -->4<?pi x?>5</a>").toString(),
+              "<a>1&lt;2&gt;&amp;amp;345</a>");
+}
+
+TEST(XMLParserDOM, MakesAllLineEndsNewlines) {
+    EXPECT_EQ(parse("<a>1\r\n2\r3\n4&#13;</a>").getText(), "1\n2\n3\n4\r");
+}
+
+TEST(XMLParserDOM, KeepsPrefixes) {
+    XMLNode const node = parse("<p:a xmlns:p='u' p:x='1'><q:b/></p:a>");
+    EXPECT_EQ(node.getName(), "p:a");
+    EXPECT_EQ(node.toString(), "<p:a xmlns:p=\"u\" p:x=\"1\"><q:b/></p:a>");
+}
+
+TEST(XMLParserDOM, TheTreeOutlivesTheText) {
+    XMLNode node;
+    {
+        zeb::foundation::String const xml(std::string("<a x='1'>text</a>"));
+        node = XMLParserDOM::parse(xml);
+    }
+    EXPECT_EQ(node.toString(), "<a x=\"1\">text</a>");
+}
+
+TEST(XMLParserDOM, TextsLongerThanAPieceAreOneText) {
+    // 70 MB: libexpat gets two pieces, the second beginning within a text and within a character.
+    std::string const text = repeat("0123456789\xE2\x82\xAC<\n", 70'000'000 / 15);
+    std::string xml = "<a x='1'><b>";
+    for (char const byte : text) {
+        byte == '<' ? xml += "&lt;" : xml += byte;
+    }
+    xml += "</b><c/></a>";
+    XMLNode const node = parse(xml);
+    EXPECT_TRUE(std::string_view(node.getChild().getText()) == text);
+    EXPECT_EQ(node.getChild().getNext().getName(), "c");
+    xml.resize(xml.size() - 1);
+    EXPECT_THAT(rejection(xml), testing::HasSubstr(": unclosed token"));
+}
+
+// ------------------------------------------------------------------------------------------ Depth
+
+TEST(XMLParserDOM, TakesTenThousandLevelsAndNoMore) {
+    std::size_t const limit = XMLParserDOM::MAXIMUM_DEPTH;
+    ASSERT_EQ(limit, 10000u);
+    std::string const deepest = repeat("<a>", limit) + repeat("</a>", limit);
+    EXPECT_EQ(rejection(deepest), "");
+    EXPECT_EQ(rejection("<a>" + deepest + "</a>"),
+              "line 1, column 30001: elements are nested deeper than 10000");
+    EXPECT_EQ(rejection(repeat("<a>\n", limit) + "<b/>" + repeat("</a>", limit)),
+              "line 10001, column 1: elements are nested deeper than 10000");
+    // As deep as allowed, several times.
+    EXPECT_EQ(
+        rejection("<r>" + repeat(repeat("<a>", limit - 1) + repeat("</a>", limit - 1), 3) + "</r>"),
+        "");
+}
+
+// -------------------------------------------------------------------------------------- Exception
+
+TEST(DOMExceptionTest, TellsWhereItComesFrom) {
+    try {
+        static_cast<void>(parse("<a>"));
+        FAIL() << "accepted";
+    } catch (Exception const& exception) {
+        EXPECT_STREQ(exception.type(), "DOMException");
+        EXPECT_STREQ(exception.what(), "line 1, column 4: no element found");
+        EXPECT_STREQ(exception.getMessage(), exception.what());
+        EXPECT_STREQ(exception.getFile(), "XMLParserDOM");
+        EXPECT_GT(exception.getLine(), 0);
+        EXPECT_EQ(exception.getSubclassCode(), -1);
+        EXPECT_EQ(exception.getErrorCode(), -1);
+        EXPECT_EQ(exception.getChained(), nullptr);
+    }
+}
+
+TEST(DOMExceptionTest, IsClonedAndRethrownAsItself) {
+    DOMException const original("unit", 7, "text", 1, nullptr, 2);
+    Exception const& base = original;
+    std::unique_ptr<Exception> const clone(base.clone());
+    ASSERT_NE(clone, nullptr);
+    EXPECT_STREQ(clone->type(), "DOMException");
+    EXPECT_STREQ(clone->what(), "text");
+    EXPECT_EQ(clone->getLine(), 7);
+    EXPECT_EQ(clone->getSubclassCode(), 1);
+    EXPECT_EQ(clone->getErrorCode(), 2);
+    EXPECT_THROW(base.rethrow(), DOMException);
+    static_assert(std::is_nothrow_copy_constructible_v<DOMException>);
+}
+
+}  // namespace
