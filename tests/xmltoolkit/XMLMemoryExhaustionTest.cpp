@@ -1,69 +1,20 @@
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <cstddef>
-#include <cstdlib>
-#include <new>
 #include <string>
 
 #include <zeb/foundation/String.hpp>
 #include <zeb/xmltoolkit/XMLParserDOM.hpp>
 
+#include "FailingMalloc.hpp"
+#include "ParseHelpers.hpp"
+
 using zeb::foundation::String;
+using zeb::test::exhaust;
+using zeb::test::Exhaustion;
+using zeb::xmltoolkit::DOMException;
 using zeb::xmltoolkit::XMLNode;
 using zeb::xmltoolkit::XMLParserDOM;
-
-// The program's own malloc: it counts, and fails when told to. Everything in the process uses it,
-// libexpat and operator new included.
-
-namespace {
-
-constexpr long NEVER = -1;
-
-/// Allocations that still succeed; NEVER for all of them. The tests have one thread.
-long allocationsLeft = NEVER;
-long blocksInUse = 0;
-
-bool mayAllocate() {
-    if (allocationsLeft == 0) {
-        errno = ENOMEM;
-        return false;
-    }
-    if (allocationsLeft != NEVER) {
-        --allocationsLeft;
-    }
-    return true;
-}
-
-void* counted(void* block) {
-    blocksInUse += block == nullptr ? 0 : 1;
-    return block;
-}
-
-}  // namespace
-
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* block, std::size_t size);
-void __libc_free(void* block);
-
-void* malloc(std::size_t size) { return mayAllocate() ? counted(__libc_malloc(size)) : nullptr; }
-void* calloc(std::size_t count, std::size_t size) {
-    return mayAllocate() ? counted(__libc_calloc(count, size)) : nullptr;
-}
-void* realloc(void* block, std::size_t size) {
-    if (!mayAllocate()) {
-        return nullptr;
-    }
-    void* const moved = __libc_realloc(block, size);
-    return block == nullptr ? counted(moved) : moved;
-}
-void free(void* block) {
-    blocksInUse -= block == nullptr ? 0 : 1;
-    __libc_free(block);
-}
-}
 
 namespace {
 
@@ -73,62 +24,61 @@ String sample() {
         "<!DOCTYPE a [<!ENTITY e 'x<b/>y'><!ATTLIST b x CDATA 'd'>]><a>&e;<![CDATA[<]]>";
     for (int i = 0; i < 100; ++i) {
         std::string const number = std::to_string(i);
-        xml += "<n" + number + " a" + number + "='" + std::string(50, 'v') + "'>t</n" + number +
-               "><b>";
+        xml +=
+            "<n" + number + " a" + number + "='" + std::string(50, 'v') + "'>t</n" + number + ">";
     }
-    for (int i = 0; i < 100; ++i) {
-        xml += "</b>";
-    }
-    return xml + "</a>";
-}
-
-/// Runs `action` with ever more memory until it succeeds.
-/// @return how often it was refused memory
-template <typename Action>
-long refusals(Action action) {
-    for (long allowed = 0;; ++allowed) {
-        long const before = blocksInUse;
-        allocationsLeft = allowed;
-        bool refused = false;
-        try {
-            action();
-        } catch (std::bad_alloc const&) {
-            refused = true;
-        }
-        allocationsLeft = NEVER;
-        EXPECT_EQ(blocksInUse, before) << "with " << allowed << " allocations";
-        if (!refused) {
-            return allowed;
-        }
-    }
+    return xml + zeb::test::repeat("<b>", 100) + zeb::test::repeat("</b>", 100) + "</a>";
 }
 
 TEST(XMLMemoryExhaustion, ParsingThrowsBadAllocAndLeaksNothing) {
     String const xml = sample();
-    EXPECT_GT(refusals([&] { static_cast<void>(XMLParserDOM::parse(xml)); }), 30);
+    Exhaustion const result = exhaust([&] { static_cast<void>(XMLParserDOM::parse(xml)); });
+    EXPECT_GT(result.refusals, 30);
+    EXPECT_FALSE(result.leaked);
+}
+
+TEST(XMLMemoryExhaustion, RejectingThrowsBadAllocUntilItCanTellTheReason) {
+    String const deep = std::string(XMLParserDOM::MAXIMUM_DEPTH * 2, ' ') + "<a>&unknown;</a>";
+    Exhaustion const result =
+        exhaust([&] { EXPECT_THROW(static_cast<void>(XMLParserDOM::parse(deep)), DOMException); });
+    EXPECT_GT(result.refusals, 5);
+    EXPECT_FALSE(result.leaked);
 }
 
 TEST(XMLMemoryExhaustion, ReadingThrowsBadAllocAndLeavesTheTree) {
     XMLNode const node = XMLParserDOM::parse(sample());
-    String const rendered = node.toString();
-    EXPECT_GT(refusals([&] { static_cast<void>(node.toString()); }), 1);
-    EXPECT_GT(refusals([&] { static_cast<void>(node.getText()); }), 0);
-    EXPECT_GT(refusals([&] { static_cast<void>(node.getName()); }), 0);
     XMLNode const child = node.getChild().getNext();
-    EXPECT_GT(refusals([&] { static_cast<void>(child.getAttrs()); }), 1);
+    String const rendered = node.toString();
+    EXPECT_GT(exhaust([&] { static_cast<void>(node.toString()); }).refusals, 1);
+    EXPECT_GT(exhaust([&] { static_cast<void>(node.getText()); }).refusals, 0);
+    EXPECT_GT(exhaust([&] { static_cast<void>(node.getName()); }).refusals, 0);
+    EXPECT_GT(exhaust([&] { static_cast<void>(child.getAttrs()); }).refusals, 1);
+    EXPECT_FALSE(exhaust([&] { static_cast<void>(child.getAttrs()); }).leaked);
+    EXPECT_FALSE(exhaust([&] { static_cast<void>(node.toString()); }).leaked);
     EXPECT_EQ(node.toString(), rendered);
 }
 
 TEST(XMLMemoryExhaustion, WalkingAllocatesNothing) {
     XMLNode const node = XMLParserDOM::parse(sample());
-    EXPECT_EQ(refusals([&] {
-                  std::size_t attributes = 0;
-                  for (XMLNode child = node.getChild(); child; child = child.getNext()) {
-                      attributes += child.attributeCount() + child.nameView().size();
-                  }
-                  ASSERT_GT(attributes, 0u);
-              }),
-              0);
+    std::size_t bytes = 0;
+    Exhaustion const result = exhaust([&] {
+        for (XMLNode child = node.getChild(); child; child = child.getNext()) {
+            bytes += child.nameView().size();
+            for (std::size_t i = 0; i < child.attributeCount(); ++i) {
+                bytes += child.attributeNameView(i).size() + child.attributeValueView(i).size();
+            }
+        }
+    });
+    EXPECT_EQ(result.refusals, 0);
+    EXPECT_GT(bytes, 5000u);
+}
+
+TEST(XMLMemoryExhaustion, AnExceptionThatCannotBeClonedGivesNull) {
+    DOMException const exception("unit", 1, "text", -1, nullptr, -1);
+    zeb::test::allocationsLeft = 0;
+    DOMException const* const clone = exception.clone();
+    zeb::test::allocationsLeft = zeb::test::UNLIMITED;
+    EXPECT_EQ(clone, nullptr);
 }
 
 }  // namespace

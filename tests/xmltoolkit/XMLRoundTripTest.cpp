@@ -1,12 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <memory>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "ParseHelpers.hpp"
+#include "Random.hpp"
 
 using zeb::test::parse;
 using zeb::xmltoolkit::XMLNode;
@@ -26,18 +27,18 @@ constexpr int TEXT = -1;
 
 class Generator {
 public:
-    explicit Generator(unsigned int seed) : random_(seed) {}
+    explicit Generator(std::uint32_t seed) : random_(seed) {}
 
     std::unique_ptr<Element> element(unsigned int depth) {
         auto result = std::make_unique<Element>();
         result->name = name();
-        for (unsigned int i = below(4); i > 0; --i) {
+        for (std::size_t i = random_.below(4); i > 0; --i) {
             std::string const attribute = name() + std::to_string(i);
             result->attributes.emplace_back(attribute, text());
         }
         bool afterText = false;
-        for (unsigned int i = below(5); i > 0; --i) {
-            if (depth > 0 && below(2) == 0) {
+        for (std::size_t i = random_.below(5); i > 0; --i) {
+            if (depth > 0 && random_.oneIn(2)) {
                 result->content.emplace_back(static_cast<int>(result->children.size()), "");
                 result->children.push_back(element(depth - 1));
                 afterText = false;
@@ -53,11 +54,11 @@ public:
     std::string write(Element const& tree) {
         std::string xml = "<" + tree.name;
         for (auto const& [name, value] : tree.attributes) {
-            char const quote = below(2) == 0 ? '"' : '\'';
-            xml += blank() + name + (below(4) == 0 ? " = " : "=") + quote +
+            char const quote = random_.oneIn(2) ? '"' : '\'';
+            xml += blank() + name + (random_.oneIn(4) ? " = " : "=") + quote +
                    escape(value, "<&\"'\t\n\r") + quote;
         }
-        if (tree.content.empty() && below(2) == 0) {
+        if (tree.content.empty() && random_.oneIn(2)) {
             return xml + "/>";
         }
         xml += ">";
@@ -65,7 +66,7 @@ public:
             noise(xml);
             if (index != TEXT) {
                 xml += write(*tree.children[static_cast<std::size_t>(index)]);
-            } else if (below(4) == 0 && text.find("]]>") == std::string::npos &&
+            } else if (random_.oneIn(4) && text.find("]]>") == std::string::npos &&
                        text.find('\r') == std::string::npos) {
                 xml += "<![CDATA[" + text + "]]>";
             } else {
@@ -77,8 +78,6 @@ public:
     }
 
 private:
-    unsigned int below(unsigned int limit) { return static_cast<unsigned int>(random_() % limit); }
-
     std::string name() {
         static char const* const NAMES[] = {"a",
                                             "b",
@@ -89,7 +88,7 @@ private:
                                             "pfel",
                                             "\xE5\x90\x8D",
                                             "A"};
-        return NAMES[below(8)];
+        return random_.pick(NAMES);
     }
 
     std::string text() {
@@ -98,13 +97,13 @@ private:
             "\r",   " ", "x", "]]>", "&lt;", "\xC3\xA9", "\xF0\x9F\x98\x80",
             "word "};
         std::string result;
-        for (unsigned int i = below(8); i > 0; --i) {
-            result += PIECES[below(15)];
+        for (std::size_t i = random_.below(8); i > 0; --i) {
+            result += random_.pick(PIECES);
         }
         return result;
     }
 
-    std::string blank() { return below(3) == 0 ? "\n\t" : " "; }
+    std::string blank() { return random_.oneIn(3) ? "\n\t" : " "; }
 
     std::string escape(std::string const& text, std::string const& special) {
         std::string result;
@@ -120,7 +119,7 @@ private:
 
     /// Things that leave no trace in the tree.
     void noise(std::string& xml) {
-        switch (below(8)) {
+        switch (random_.below(8)) {
             case 0:
                 xml += "<!-- <a> & -->";
                 break;
@@ -132,7 +131,7 @@ private:
         }
     }
 
-    std::mt19937 random_;
+    zeb::test::Random random_;
 };
 
 void expectEqual(XMLNode const& node, Element const& expected) {
@@ -194,7 +193,7 @@ std::string order(std::string xml) {
 }
 
 TEST(XMLRoundTrip, RandomTreesComeBack) {
-    for (unsigned int seed = 0; seed < 3000; ++seed) {
+    for (std::uint32_t seed = 0; seed < 3000; ++seed) {
         Generator generator(seed);
         std::unique_ptr<Element> const tree = generator.element(6);
         std::string const xml = generator.write(*tree);
