@@ -1,0 +1,213 @@
+// A program of its own, because its functions take the place of the C library's: it sees what the
+// library really asks for.
+
+#include <OrventoCommonRegex.hpp>
+#include <RE.hpp>
+
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <regex.h>
+
+#include <cstddef>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::vector<int> compileFlags;
+std::vector<std::size_t> slotCounts;
+std::vector<int> searchFlags;
+/// What was compiled and must still be freed.
+std::set<regex_t const*> compiled;
+int errorTexts = 0;
+/// Off at exit, when globals are freed and `compiled` is gone.
+bool watching = false;
+
+template <typename Function>
+Function* libc(char const* name) {
+    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+void forget() {
+    compileFlags.clear();
+    slotCounts.clear();
+    searchFlags.clear();
+    errorTexts = 0;
+}
+
+}  // namespace
+
+extern "C" {
+
+int regcomp(regex_t* expression, char const* pattern, int flags) {
+    compileFlags.push_back(flags);
+    int const result = libc<decltype(regcomp)>("regcomp")(expression, pattern, flags);
+    if (result == 0) {
+        EXPECT_TRUE(compiled.insert(expression).second) << "compiled over a compiled one";
+    }
+    return result;
+}
+
+int regexec(regex_t const* expression, char const* subject, std::size_t slotCount,
+            regmatch_t* slots, int flags) {
+    slotCounts.push_back(slotCount);
+    searchFlags.push_back(flags);
+    return libc<decltype(regexec)>("regexec")(expression, subject, slotCount, slots, flags);
+}
+
+std::size_t regerror(int code, regex_t const* expression, char* text, std::size_t size) {
+    ++errorTexts;
+    EXPECT_EQ(size, 1024u);
+    return libc<decltype(regerror)>("regerror")(code, expression, text, size);
+}
+
+void regfree(regex_t* expression) {
+    if (watching) {
+        EXPECT_EQ(compiled.erase(expression), 1u) << "freed without being compiled";
+    }
+    libc<decltype(regfree)>("regfree")(expression);
+}
+
+}  // extern "C"
+
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using ZEBNS2::BadRegexException;
+using ZEBNS2::RE;
+using ZEBNS2::RegularExpression;
+using ZEBNS2::RegularExpressionException;
+using ZEBNS2::StringArray;
+
+class LibcCalls : public testing::Test {
+protected:
+    LibcCalls() {
+        watching = true;
+        forget();
+    }
+    ~LibcCalls() override {
+        watching = false;
+        EXPECT_THAT(compiled, IsEmpty()) << "never freed";
+    }
+};
+
+TEST_F(LibcCalls, OptionsSelectTheFlags) {
+    for (unsigned int options = 0; options < 16; ++options) {
+        SCOPED_TRACE(options);
+        forget();
+        RegularExpression const expression("a", options);
+        int const flags = ((options & 1) != 0 ? 0 : REG_EXTENDED) |
+                          ((options & 2) != 0 ? REG_ICASE : 0) |
+                          ((options & 4) != 0 ? REG_NEWLINE : 0);
+        EXPECT_THAT(compileFlags, ElementsAre(flags));
+    }
+}
+
+TEST_F(LibcCalls, REAddsExtendedSyntaxToItsFlags) {
+    {
+        RE const first("a", 0);
+        RE const second("a", REG_ICASE);
+        RE const third("a", REG_EXTENDED | REG_NOSUB);
+    }
+    EXPECT_THAT(compileFlags,
+                ElementsAre(REG_EXTENDED, REG_EXTENDED | REG_ICASE, REG_EXTENDED | REG_NOSUB));
+}
+
+TEST_F(LibcCalls, NullPatternIsNotCompiled) {
+    RegularExpression const expression(nullptr, 2);
+    EXPECT_THAT(compileFlags, IsEmpty());
+    EXPECT_FALSE(expression.matches("a"));
+    EXPECT_THAT(slotCounts, IsEmpty());
+
+    RegularExpression const copy(expression);
+    EXPECT_THAT(compileFlags, ElementsAre(REG_EXTENDED));
+}
+
+TEST_F(LibcCalls, FailedCompilationIsNotFreed) {
+    EXPECT_THROW(RegularExpression("(", 0), RegularExpressionException);
+    EXPECT_THROW(RE("(", 0), BadRegexException);
+    EXPECT_EQ(errorTexts, 2);
+}
+
+TEST_F(LibcCalls, ReplaceFreesTheOldExpressionFirst) {
+    RegularExpression expression("a", 0);
+    EXPECT_THROW(expression.replace("(", 0), RegularExpressionException);
+    EXPECT_THAT(compiled, IsEmpty());
+}
+
+TEST_F(LibcCalls, SelfAssignmentCompilesNothing) {
+    RegularExpression expression("a", 0);
+    RegularExpression const& self = expression;
+    forget();
+    expression = self;
+    EXPECT_THAT(compileFlags, IsEmpty());
+}
+
+TEST_F(LibcCalls, CopiesAreCompiledByThemselves) {
+    RegularExpression const expression("a", 0);
+    RegularExpression const copy(expression);
+    RegularExpression assigned("b", 0);
+    assigned = expression;
+    EXPECT_EQ(compiled.size(), 3u);
+    EXPECT_EQ(compileFlags.size(), 4u);
+}
+
+TEST_F(LibcCalls, AllMatchesAsksOnceForAllSlots) {
+    RegularExpression const expression("(a)", 0);
+    EXPECT_EQ(expression.all_matches("xa").size(), 2u);
+    EXPECT_THAT(slotCounts, ElementsAre(102400u));
+}
+
+TEST_F(LibcCalls, OtherMembersAskForOneSlot) {
+    RegularExpression const expression("(a)", 0);
+    StringArray const lines{"a", "b"};
+    EXPECT_TRUE(expression.matches("a"));
+    EXPECT_EQ(expression.matching_substring("a"), "a");
+    EXPECT_EQ(expression.first_match("a").first, 0);
+    EXPECT_EQ(expression.all_unique_matches("aa").size(), 2u);
+    EXPECT_EQ(expression.first_matching_substring(lines), "a");
+    EXPECT_EQ(expression.all_matching_lines(lines).size(), 1u);
+    EXPECT_EQ(expression.non_matching_lines(lines).size(), 1u);
+    EXPECT_EQ(expression.find_matching_line_numbers(lines).size(), 1u);
+    EXPECT_EQ(expression.matching_substring(lines).size(), 2u);
+    EXPECT_EQ(slotCounts.size(), 14u);
+    EXPECT_THAT(slotCounts, Each(1u));
+}
+
+TEST_F(LibcCalls, OnlySuccessiveMatchesForbidTheStartOfTheLine) {
+    RegularExpression const expression("a", 0);
+    EXPECT_EQ(expression.all_unique_matches("aa").size(), 2u);
+    for (int const flags : searchFlags) {
+        EXPECT_NE(flags & REG_NOTBOL, 0);
+    }
+    forget();
+    EXPECT_TRUE(expression.matches("a"));
+    EXPECT_EQ(expression.all_matches("a").size(), 1u);
+    for (int const flags : searchFlags) {
+        EXPECT_EQ(flags & (REG_NOTBOL | REG_NOTEOL), 0);
+    }
+}
+
+TEST_F(LibcCalls, SuccessiveMatchesOfAnEmptySubjectAreNotSearched) {
+    RegularExpression const expression("x*", 0);
+    EXPECT_THAT(expression.all_unique_matches(""), IsEmpty());
+    EXPECT_THAT(slotCounts, IsEmpty());
+}
+
+TEST_F(LibcCalls, DeletionTestsEachLineOnce) {
+    EXPECT_EQ(ZEBNS2::realSed("", "/a/d", 0), "");  // builds the expressions for the command
+    forget();
+    EXPECT_EQ(ZEBNS2::realSed("a\nb\na\nb", "/a/d", 0), "b\nb");
+    EXPECT_EQ(slotCounts.size(), 1u + 4u) << "the command, then the lines";
+    forget();
+    EXPECT_EQ(ZEBNS2::realSed("a\nb\nc\nb", "/a/,/c/d", 0), "b");
+    EXPECT_EQ(slotCounts.size(), 2u + 4u) << "the command by two expressions, then the lines";
+    EXPECT_EQ(compiled.size(), 2u) << "the expressions for the command, which live on";
+    compiled.clear();
+}
+
+}  // namespace
