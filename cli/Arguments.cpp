@@ -1,0 +1,161 @@
+#include "Arguments.hpp"
+
+#include <zeb/foundation/Logger.hpp>
+
+// Of CLI11 what is used; CLI/CLI.hpp takes twice as long to compile.
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include <algorithm>
+#include <iostream>
+
+namespace zeb::cli {
+
+using foundation::IntrusiveReference;
+using foundation::LogAppender;
+using foundation::Logger;
+using foundation::StreamAppender;
+
+namespace {
+
+/// Stores a value as it is: CLI11's own conversion to a string or number would change some, such as
+/// "010", which it reads as octal.
+CLI::callback_t store(std::string& value) {
+    return [&value](CLI::results_t const& results) {
+        value = results.front();
+        return true;
+    };
+}
+
+/// CLI11 takes "--name=" for "--name" and would then swallow the next word as its value.
+Words splitEmptyValues(Words const& words) {
+    Words result;
+    bool options = true;
+    for (std::string const& word : words) {
+        options = options && word != "--";
+        if (options && word.size() > 3 && word.compare(0, 2, "--") == 0 &&
+            word.find('=') == word.size() - 1) {
+            result.push_back(word.substr(0, word.size() - 1));
+            result.emplace_back();
+        } else {
+            result.push_back(word);
+        }
+    }
+    return result;
+}
+
+}  // namespace
+
+Arguments::Arguments(std::string const& command, std::string const& description,
+                     std::string const& examples)
+    : command_(command),
+      app_(std::make_unique<CLI::App>(description, std::string(PROGRAM) + " " + command)) {
+    app_->set_help_flag("--help", "Print this help and exit");
+    app_->footer("Examples:\n" + examples);
+    option("--trace", {"debug", "debug2", "debug3"}, trace_,
+           "Write the library's messages of this level and below to standard error");
+}
+
+Arguments::~Arguments() = default;
+
+void Arguments::word(char const* name, std::string& value, char const* description) {
+    app_->add_option(name, store(value), description)->required();
+}
+
+// CLI11 would take a word such as "[a,b]" of a list apart, so it gets this argument for its help
+// text only: with no word expected it leaves all of them over.
+void Arguments::rest(char const* name, Words& values, char const* description, std::size_t least) {
+    app_->add_option(name, CLI::callback_t(), description)->expected(0, -1);
+    app_->allow_extras();
+    restName_ = name;
+    rest_ = &values;
+    leastRest_ = least;
+}
+
+void Arguments::option(char const* name, char const* label, std::string& value,
+                       char const* description) {
+    app_->add_option(name, store(value), description)->type_name(label);
+}
+
+void Arguments::option(char const* name, Words const& choices, std::string& value,
+                       char const* description) {
+    std::string label;
+    for (std::string const& choice : choices) {
+        label += (label.empty() ? "" : "|") + choice;
+    }
+    app_->add_option(name, store(value), description)
+        ->type_name(label)
+        ->check(CLI::Validator(
+            [choices, label](std::string& given) {
+                bool const known =
+                    std::find(choices.begin(), choices.end(), given) != choices.end();
+                return known ? std::string() : "'" + given + "' is none of " + label;
+            },
+            ""));
+}
+
+void Arguments::flag(char const* name, bool& value, char const* description) {
+    app_->add_flag(name, value, description);
+}
+
+void Arguments::exclusive(std::initializer_list<char const*> names) {
+    for (char const* const a : names) {
+        for (char const* const b : names) {
+            if (a != b) {
+                app_->get_option(a)->excludes(app_->get_option(b));
+            }
+        }
+    }
+}
+
+void Arguments::parse(Words const& words) {
+    try {
+        Words lastFirst = splitEmptyValues(words);
+        std::reverse(lastFirst.begin(), lastFirst.end());
+        app_->parse(lastFirst);
+    } catch (CLI::CallForHelp const&) {
+        throw HelpRequest(app_->help());
+    } catch (CLI::ParseError const& error) {
+        fail(error.what());
+    }
+    takeRest();
+    startTrace();
+}
+
+// What CLI11 leaves over are words, unknown options and the mark "--".
+void Arguments::takeRest() {
+    if (rest_ == nullptr) {
+        return;
+    }
+    bool options = true;
+    for (std::string const& word : app_->remaining()) {
+        if (options && word == "--") {
+            options = false;
+        } else if (options && word.size() > 1 && word.front() == '-') {
+            fail("unknown option " + word);
+        } else {
+            rest_->push_back(word);
+        }
+    }
+    if (rest_->size() < leastRest_) {
+        fail(restName_ + " is required");
+    }
+}
+
+void Arguments::startTrace() const {
+    if (trace_.empty()) {
+        Logger::setDefault(Logger::NO_LEVEL, IntrusiveReference<LogAppender>());
+        return;
+    }
+    Logger::Level const level = trace_ == "debug"    ? Logger::DEBUG_LEVEL
+                                : trace_ == "debug2" ? Logger::DEBUG2_LEVEL
+                                                     : Logger::DEBUG3_LEVEL;
+    Logger::setDefault(level, IntrusiveReference<LogAppender>(new StreamAppender(std::cerr)));
+}
+
+void Arguments::fail(std::string const& reason) const {
+    throw Failure(command_ + ": " + reason + " (see " + PROGRAM + " " + command_ + " --help)");
+}
+
+}  // namespace zeb::cli

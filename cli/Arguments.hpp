@@ -1,0 +1,70 @@
+#pragma once
+
+#include "Streams.hpp"
+
+#include <cstddef>
+#include <initializer_list>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace zeb::cli {
+
+/// The user asked for help, which is the message.
+struct HelpRequest : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// What the arguments of one subcommand mean.
+///
+/// Declare the arguments, each with the variable that it sets, then `parse`. Every subcommand has
+/// the options `--help` and `--trace` as well. All values arrive byte for byte as the shell passed
+/// them; a word that begins with '-' and is no option comes behind `--`.
+class Arguments {
+public:
+    /// @param command as the user types it, such as "xml find"
+    /// @param examples lines of the help text
+    Arguments(std::string const& command, std::string const& description,
+              std::string const& examples);
+    ~Arguments();
+
+    /// A word that must be there; they are taken in the order of declaration.
+    void word(char const* name, std::string& value, char const* description);
+    /// All words behind those declared with `word`, at least `least` of them.
+    void rest(char const* name, Words& values, char const* description, std::size_t least = 0);
+    /// An option with a value, which the help text calls `label`.
+    void option(char const* name, char const* label, std::string& value, char const* description);
+    /// An option whose value is one of `choices`.
+    void option(char const* name, Words const& choices, std::string& value,
+                char const* description);
+    void flag(char const* name, bool& value, char const* description);
+    /// At most one of these options may be given.
+    void exclusive(std::initializer_list<char const*> names);
+
+    /// Sets the variables and switches the trace on that was asked for.
+    /// @throws HelpRequest
+    /// @throws Failure when the words do not fit
+    void parse(Words const& words);
+
+    /// Has the library's messages of the level of `--trace`, if any, written to standard error.
+    void startTrace() const;
+
+    /// @throws Failure that says why and where the help is
+    [[noreturn]] void fail(std::string const& reason) const;
+
+private:
+    void takeRest();
+
+    std::string command_;
+    std::string trace_;
+    std::unique_ptr<CLI::App> app_;
+    std::string restName_;
+    Words* rest_ = nullptr;
+    std::size_t leastRest_ = 0;
+};
+
+}  // namespace zeb::cli

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Arguments.hpp"
+
+#include <OrventoCommonRegex.hpp>
+
+namespace zeb::cli {
+
+/// @name Subcommands
+/// Each parses its own arguments, writes its results to `out` and returns the exit status. Failures
+/// that concern more than one input are thrown.
+/// @{
+Status edit(Words const& words, Output& out);
+Status replace(Words const& words, Output& out);
+Status match(Words const& words, Output& out);
+
+Status wildcard(Words const& words, Output& out);
+Status escape(Words const& words, Output& out);
+
+Status flatten(Words const& words, Output& out);
+Status unquote(Words const& words, Output& out);
+Status tokens(Words const& words, Output& out);
+Status searchReplace(Words const& words, Output& out);
+
+Status unit(Words const& words, Output& out);
+Status date(Words const& words, Output& out);
+Status number(Words const& words, Output& out);
+Status pad(Words const& words, Output& out);
+Status environment(Words const& words, Output& out);
+
+Status toUtf8(Words const& words, Output& out);
+Status xmlFix(Words const& words, Output& out);
+
+Status xmlCheck(Words const& words, Output& out);
+Status xmlFind(Words const& words, Output& out);
+/// @}
+
+/// The options that choose how expressions are read.
+struct Syntax {
+    bool ignoreCase = false;
+    bool basic = false;
+
+    void declare(Arguments& arguments);
+    [[nodiscard]] ZEBNS2::RegularExpression::CompilationOptions options() const;
+};
+
+}  // namespace zeb::cli

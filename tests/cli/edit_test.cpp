@@ -1,0 +1,122 @@
+#include "ZebText.hpp"
+
+#include <gtest/gtest.h>
+
+using namespace std::string_literals;
+
+namespace zeb::test {
+namespace {
+
+TEST(Edit, ReplacesTheFirstMatchOfEachLine) {
+    EXPECT_EQ(zebText({"edit", "s/o/0/"}, "foo\nbar\nboo\n"), prints("f0o\nbar\nb0o\n"));
+}
+
+TEST(Edit, ReplacesEveryMatchWithTheFlagG) {
+    EXPECT_EQ(zebText({"edit", "s/o/0/g"}, "foo\nbar\nboo"), prints("f00\nbar\nb00"));
+}
+
+TEST(Edit, PutsGroupsIntoTheReplacement) {
+    EXPECT_EQ(zebText({"edit", "s|([a-z]+)=([0-9]+)|\\2=\\1 (\\0, 100%)|g"}, "x=1 y=2"),
+              prints("1=x (x=1, 100%) 2=y (y=2, 100%)"));
+}
+
+TEST(Edit, DeletesLinesAndRanges) {
+    EXPECT_EQ(zebText({"edit", "/^#/d"}, "#a\nb\n#c\nd"), prints("b\nd"));
+    EXPECT_EQ(zebText({"edit", "/begin/,/end/d"}, "a\nbegin\nx\nend\nb\nbegin\ny"),
+              prints("a\nb\nbegin\ny"));
+}
+
+TEST(Edit, DeletingEverythingIsNoError) {
+    EXPECT_EQ(zebText({"edit", "/./d"}, "a\nb"), prints(""));
+    EXPECT_EQ(zebText({"edit", "s/a/b/"}, ""), prints(""));
+}
+
+TEST(Edit, IgnoresCaseAndReadsBasicSyntaxOnDemand) {
+    EXPECT_EQ(zebText({"edit", "s/a/x/g"}, "aA"), prints("xA"));
+    EXPECT_EQ(zebText({"edit", "--ignore-case", "s/a/x/g"}, "aA"), prints("xx"));
+    EXPECT_EQ(zebText({"edit", "--basic", "s/a+\\(b\\)/<\\1>/"}, "aab a+b"), prints("aab <b>"));
+    EXPECT_EQ(zebText({"edit", "--basic", "--ignore-case", "s/a+/x/"}, "aa A+"), prints("aa x"));
+}
+
+TEST(Edit, ReadsFilesInOrderAndStandardInputForAHyphen) {
+    TemporaryFolder const folder;
+    std::string const a = folder.file("a", "1a\n");
+    std::string const b = folder.file("b", "1b\n");
+    EXPECT_EQ(zebText({"edit", "s/1/2/", b, "-", a}, "1in\n"), prints("2b\n2in\n2a\n"));
+}
+
+TEST(Edit, KeepsNulBytesAndBytesOfEveryValue) {
+    std::string all;
+    for (int byte = 0; byte < 256; ++byte) {
+        all += static_cast<char>(byte);
+    }
+    EXPECT_EQ(zebText({"edit", "s/never/x/"}, all), prints(all));
+    EXPECT_EQ(zebText({"edit", "s/a/\xFF/"}, "a\0b\xE4"s), prints("\xFF\0b\xE4"s));
+}
+
+TEST(Edit, AnUnknownCommandIsAnErrorAndEmptiesNothing) {
+    for (std::string const command :
+         {"", "x/a/b/", "s/a/b/i", "s/a\\/b/z/", "s/a/b\\", "/foo/dx", " /foo/d", "p"}) {
+        SCOPED_TRACE(command);
+        EXPECT_EQ(
+            zebText({"edit", command}, "a\nfoo\n"),
+            failsWith("edit: unknown sed command \"" + command + "\" (see zeb-text edit --help)"));
+    }
+}
+
+TEST(Edit, AnUnknownCommandIsFoundBeforeAnyInputIsRead) {
+    EXPECT_EQ(zebText({"edit", "x/a/b/", "/nonexistent"}),
+              failsWith("edit: unknown sed command \"x/a/b/\" (see zeb-text edit --help)"));
+}
+
+TEST(Edit, AFaultyExpressionIsOneLineOnStandardError) {
+    EXPECT_EQ(zebText({"edit", "s/a(b/x/"}, "a"),
+              failsWith("Error creating regular expression: Unmatched ( or \\(  The faulty "
+                        "expression (extended) is: \"a(b\""));
+    EXPECT_EQ(zebText({"edit", "--basic", "--ignore-case", "/\n\\(/d"}, "a"),
+              failsWith("Error creating regular expression: Unmatched ( or \\(  The faulty "
+                        "expression (basic|case insensitive) is: \" \\(\""));
+}
+
+TEST(Edit, TracesTheLibrarysMessages) {
+    ProcessResult const debug = zebText({"edit", "--trace", "debug", "s/a/b/"}, "a");
+    EXPECT_EQ(debug.status, 0);
+    EXPECT_EQ(debug.out, "b");
+    EXPECT_EQ(debug.err,
+              "DEBUG zeb.common.regex: regex: Running sed \"s/a/b/\" on \"a\"\n"
+              "DEBUG zeb.common.regex: regex: Checking for search operation in \"s/a/b/\"\n");
+
+    ProcessResult const debug3 = zebText({"edit", "s/a/b/", "--trace=debug3"}, "a");
+    EXPECT_EQ(debug3.out, "b");
+    EXPECT_EQ(
+        debug3.err,
+        debug.err +
+            "DEBUG3 zeb.common.regex: regex: Applying sed search \"a\" to line \"a\"\n"
+            "DEBUG3 zeb.common.regex: regex: Adding leading text (0-0) \"\"\n"
+            "DEBUG3 zeb.common.regex: regex: Adding match replacement text (0-1) for \"b\" to "
+            "\"b\"\n"
+            "DEBUG3 zeb.common.regex: regex: Adding trailing text (1-1) \"\"\n"
+            "DEBUG3 zeb.common.regex: regex: Resulting line with replacements is \"b\"\n");
+}
+
+TEST(Edit, AnUnknownTraceLevelIsAnError) {
+    EXPECT_EQ(zebText({"edit", "--trace", "info", "s/a/b/"}),
+              failsWith("edit: --trace: 'info' is none of debug|debug2|debug3 (see zeb-text edit "
+                        "--help)"));
+}
+
+TEST(Edit, TakesMegabytes) {
+    std::string text;
+    std::string edited;
+    while (text.size() < 4'000'000) {
+        text += "name=value and so on\n";
+        edited += "value=name and so on\n";
+    }
+    ProcessResult const result = zebText({"edit", "s/([a-z]+)=([a-z]+)/\\2=\\1/"}, text);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_TRUE(result.out == edited);
+}
+
+}  // namespace
+}  // namespace zeb::test

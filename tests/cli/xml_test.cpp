@@ -1,0 +1,108 @@
+#include "ZebText.hpp"
+
+#include <gtest/gtest.h>
+
+namespace zeb::test {
+namespace {
+
+constexpr char DISKS[] =
+    "<?xml version='1.0'?>\n"
+    "<config>\n"
+    "  <disk id='1' type='raw'><partition n='p1'/></disk>\n"
+    "  <disk id='2'><partition n='p2'>first</partition><partition n='p3'/></disk>\n"
+    "</config>\n";
+
+TEST(XmlCheck, TellsOfEachFileWhetherItIsWellFormed) {
+    TemporaryFolder const folder;
+    std::string const good = folder.file("good.xml", DISKS);
+    std::string const bad = folder.file("bad.xml", "<a>\n  <b></a>\n");
+    ProcessResult const result = zebText({"xml", "check", good, bad});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, good + ": ok\n" + bad + ":2:8: mismatched tag\n");
+    EXPECT_EQ(result.err, "");
+}
+
+TEST(XmlCheck, ReadsStandardInput) {
+    EXPECT_EQ(zebText({"xml", "check"}, DISKS), prints("-: ok\n"));
+    EXPECT_EQ(zebText({"xml", "check"}, "").status, 1);
+}
+
+TEST(XmlCheck, AnUnreadableFileIsAnError) {
+    TemporaryFolder const folder;
+    std::string const missing = folder.path("missing.xml");
+    ProcessResult const expected{
+        2, "-: ok\n", "zeb-text: Cannot read file " + missing + ": No such file or directory\n"};
+    EXPECT_EQ(zebText({"xml", "check", missing, "-"}, DISKS), expected);
+}
+
+TEST(XmlFind, PrintsTheElement) {
+    EXPECT_EQ(zebText({"xml", "find", "config.disk[id=2].partition"}, DISKS),
+              prints("<partition n=\"p2\">first</partition>\n"));
+    EXPECT_EQ(zebText({"xml", "find", "CONFIG.Disk.partition[N=P3]"}, DISKS),
+              prints("<partition n=\"p3\"/>\n"));
+}
+
+TEST(XmlFind, PrintsTheText) {
+    EXPECT_EQ(zebText({"xml", "find", "--text", "config.disk[id=2].partition"}, DISKS),
+              prints("first\n"));
+    EXPECT_EQ(zebText({"xml", "find", "--text", "config.disk.partition"}, DISKS), prints("\n"));
+}
+
+TEST(XmlFind, PrintsAnAttribute) {
+    EXPECT_EQ(zebText({"xml", "find", "--attribute", "TYPE", "config.disk[id=1]"}, DISKS),
+              prints("raw\n"));
+}
+
+TEST(XmlFind, FindsNothing) {
+    EXPECT_EQ(zebText({"xml", "find", "disk"}, DISKS), findsNothing());
+    EXPECT_EQ(zebText({"xml", "find", "config.disk[id=3]"}, DISKS), findsNothing());
+    EXPECT_EQ(zebText({"xml", "find", "--attribute", "size", "config.disk"}, DISKS),
+              findsNothing());
+}
+
+TEST(XmlFind, SearchesEachFile) {
+    TemporaryFolder const folder;
+    std::string const a = folder.file("a.xml", "<a x='1'/>");
+    std::string const b = folder.file("b.xml", "<b x='2'/>");
+    std::string const c = folder.file("c.xml", "<a x='3'/>");
+    EXPECT_EQ(zebText({"xml", "find", "--attribute", "x", "a", a, b, c}), prints("1\n3\n"));
+}
+
+TEST(XmlFind, MalformedXmlIsAnError) {
+    ProcessResult const result = zebText({"xml", "find", "a"}, "<a>\n</b>");
+    EXPECT_EQ(result, failsWith("-:2:3: mismatched tag"));
+}
+
+TEST(XmlFind, AFaultyQueryIsAnError) {
+    EXPECT_EQ(zebText({"xml", "find", "config.disk[id=1=2]"}, DISKS),
+              failsWith("-: Too many attribute values in attribute specifier (3): id=1=2"));
+}
+
+TEST(XmlFind, TextOrAttributeAtMost) {
+    EXPECT_EQ(zebText({"xml", "find", "--text", "--attribute", "x", "a"}, DISKS),
+              failsWith("xml find: --text excludes --attribute (see zeb-text xml find --help)"));
+}
+
+TEST(XmlFind, TracesTheSearch) {
+    ProcessResult const result = zebText({"xml", "find", "--trace", "debug", "b"}, "<a/>");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err,
+              "DEBUG zeb.common: XMLNodeSearch: Using xml query \"b\" on node: <a/>\n"
+              "DEBUG zeb.common: XMLQueryParser: Parsing the XML query: \"b\"\n"
+              "DEBUG zeb.common: XMLQueryParser: Parsing node specifier from \"b\"\n"
+              "DEBUG zeb.common: XMLNodeSearch: Querying node: <a/>\n"
+              "DEBUG zeb.common: XMLNodeSearch: XML query found no results.\n");
+}
+
+TEST(XmlFind, TakesMegabytes) {
+    std::string text = "<list>";
+    for (int i = 0; text.size() < 3'000'000; ++i) {
+        text += "<item n='" + std::to_string(i) + "'>some text</item>";
+    }
+    EXPECT_EQ(zebText({"xml", "find", "--text", "list.item[n=50000]"}, text + "</list>"),
+              prints("some text\n"));
+}
+
+}  // namespace
+}  // namespace zeb::test
