@@ -1,0 +1,103 @@
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+/// @file
+/// What every benchmark here is made of: a work, done by the library and by its peers on the same
+/// input, their answers compared before anything is timed.
+
+namespace bench {
+
+/// The library's name in every contest.
+inline constexpr char LIBRARY[] = "library";
+
+/// Whether the command line asks for the work `name` (it asks for all unless it says otherwise), so
+/// that inputs nobody needs are not made.
+[[nodiscard]] bool wanted(std::string_view name);
+
+/// A function that registers works, to be run by main; a source file's way to join the program.
+struct Family {
+    explicit Family(void (*registerWorks)());
+};
+
+/// @name Answers as texts, so that different types can be compared
+/// @{
+template <typename Answer, std::enable_if_t<std::is_arithmetic_v<Answer>, int> = 0>
+std::string asText(Answer answer) {
+    return std::to_string(answer);
+}
+inline std::string asText(std::string_view answer) { return std::string(answer); }
+template <typename List, std::enable_if_t<!std::is_arithmetic_v<List> &&
+                                              !std::is_convertible_v<List const&, std::string_view>,
+                                          int> = 0>
+std::string asText(List const& answers) {
+    std::string text;
+    for (auto const& answer : answers) {
+        text.append(asText(answer)).push_back('\n');
+    }
+    return text;
+}
+/// @}
+
+/// One work and those who do it. The first contestant is the library; each further one's answer
+/// must equal the library's, or the program ends with both.
+class Contest {
+public:
+    /// @param name short and unique; "A1@10" is work A1 at ten times its smallest size
+    /// @param title for the table
+    /// @param bytes that one run of the work processes
+    Contest(std::string name, std::string const& title, std::size_t bytes);
+    Contest(Contest const&) = delete;
+    Contest& operator=(Contest const&) = delete;
+
+    /// Publishes the title and the aims.
+    ~Contest();
+
+    /// Adds a contestant; `work()` is timed, its result's destruction included, and returns the
+    /// answer. Whatever it refers to must live as long as the program.
+    template <typename Work>
+    Contest& add(std::string const& contestant, Work work) {
+        return add(contestant, work, asText(work()));
+    }
+
+    /// Adds a contestant whose timed run shows no answer, such as a process that writes to
+    /// /dev/null; `answer` was had from it in another way.
+    template <typename Work>
+    Contest& add(std::string const& contestant, Work work, std::string const& answer) {
+        compare(contestant, answer);
+        std::string const benchmarkName = name_ + '/' + contestant;
+        std::size_t const bytes = bytes_;
+        auto* const registered = benchmark::RegisterBenchmark(
+            benchmarkName.c_str(), [work, bytes](benchmark::State& state) mutable {
+                for ([[maybe_unused]] auto _ : state) {
+                    benchmark::DoNotOptimize(work());
+                }
+                state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
+            });
+        // Processes do their work outside this one's processor time.
+        registered->UseRealTime();
+        return *this;
+    }
+
+    /// The library is to be at least `factor` times as fast as `contestant`; as the best of all
+    /// others when that is "*".
+    Contest& aim(std::string const& contestant, double factor);
+
+private:
+    void compare(std::string const& contestant, std::string const& answer);
+
+    std::string name_;
+    std::string description_;
+    std::size_t bytes_;
+    bool hasExpected_ = false;
+    std::string expected_;
+};
+
+}  // namespace bench

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <zeb/foundation/Array.hpp>
+#include <zeb/foundation/String.hpp>
+
+#include <cstddef>
+
+/// @file
+/// The inputs of the benchmarks: made in memory, the same in every run and on every machine.
+
+namespace bench {
+
+/// A log of `lines` lines of 73 bytes on average, the newlines included. One line out of five holds
+/// "word=number", a quarter of those twice; four out of five hold "quiet"; "begin" and "end" stand
+/// 20 lines apart, once in 1,000 lines. No line has a "#" at its start, a "zebra", or a capital
+/// beside an underscore.
+[[nodiscard]] zeb::foundation::String logText(std::size_t lines);
+
+/// The kinds of text that need 1, 1 or 2, 3 and 4 bytes a character in UTF-8.
+enum class Script { ASCII, LATIN_GREEK, CJK, EMOJI };
+
+/// `bytes` bytes of words in UTF-16, the byte order mark included.
+[[nodiscard]] zeb::foundation::Array<char> utf16Text(Script script, bool bigEndian,
+                                                     std::size_t bytes);
+
+/// What `proseText` holds.
+inline constexpr char NEEDLE[] = "needle";
+
+/// `bytes` bytes of lower-case words with NEEDLE once in `distance` bytes; nowhere when that is 0.
+[[nodiscard]] zeb::foundation::String proseText(std::size_t bytes, std::size_t distance);
+
+/// About `bytes` bytes of arguments, 15 bytes each, with one blank between neighbours. Every
+/// fourth is in double quotes and holds blanks; every sixteenth holds quotes behind backslashes.
+[[nodiscard]] zeb::foundation::String argumentText(std::size_t bytes);
+
+}  // namespace bench

@@ -1,0 +1,149 @@
+"""Turns the results of zeb-bench (JSON) and zeb-peaks (lines) into one table.
+
+Usage: table.py <zeb-bench's JSON> <zeb-peaks' lines, if there are any>
+"""
+
+import json
+import os
+import re
+import sys
+
+UNITS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
+NOT_WORKS = {"date", "host_name", "executable", "num_cpus", "mhz_per_cpu", "cpu_scaling_enabled",
+             "caches", "load_avg", "library_build_type", "compiler"}
+LIBRARY = "library"
+
+# Highest resident memory allowed, as a multiple of the input and of the output.
+PEAKS = {"realSed": (3.0, 0.0), "convertToUTF8": (1.1, 1.1), "unprivilegedSed": (1.1, 1.1)}
+
+
+def machine(context):
+    """One line on what the figures were taken on."""
+    model = "unknown processor"
+    with open("/proc/cpuinfo", encoding="ascii") as info:
+        for line in info:
+            if line.startswith("model name"):
+                model = line.split(":", 1)[1].strip()
+                break
+    libc = os.confstr("CS_GNU_LIBC_VERSION")
+    load = context["load_avg"][0] if context["load_avg"] else 0
+    return (f"{model}, {context['num_cpus']} processors, {libc}, compiler {context['compiler']}, "
+            f"load {load:.2f} at the start")
+
+
+def duration(nanoseconds):
+    for unit in ("ns", "us", "ms"):
+        if nanoseconds < 1000:
+            break
+        nanoseconds /= 1000
+    else:
+        unit = "s"
+    return f"{nanoseconds:.3g} {unit}" if nanoseconds < 1000 else f"{nanoseconds:.0f} {unit}"
+
+
+def read_times(results):
+    """{work: {contestant: (median ns, spread in %)}}, threads counted into the contestant's name."""
+    times = {}
+    for entry in results["benchmarks"]:
+        if entry.get("error_occurred"):
+            sys.exit(f"table.py: {entry['name']}: {entry['error_message']}")
+        if entry.get("aggregate_name") not in ("median", "cv"):
+            continue
+        work, contestant = entry["run_name"].split("/", 1)
+        contestant = re.sub(r"/real_time", "", contestant)
+        record = times.setdefault(work, {}).setdefault(contestant, {})
+        if entry["aggregate_name"] == "median":
+            record["ns"] = entry["real_time"] * UNITS[entry["time_unit"]]
+            record["bytes_per_second"] = entry.get("bytes_per_second")
+            record["items_per_second"] = entry.get("items_per_second")
+        else:
+            record["spread"] = 100 * entry["real_time"]
+    return times
+
+
+def print_aims(aims, ratios):
+    """Tells for each (contestant, factor) whether the library is as fast as that; returns the text."""
+    told = []
+    for contestant, factor in aims:
+        ratio = min(ratios.values()) if contestant == "*" else ratios.get(contestant)
+        name = "the best" if contestant == "*" else contestant
+        verdict = "skipped" if ratio is None else "met" if ratio >= factor else "MISSED"
+        told.append(f"{factor:.2f} of {name}: {verdict}")
+    return "; ".join(told)
+
+
+def print_works(times, works):
+    print("Time of the library, its spread, its throughput; then the time of each other as a multiple of the "
+          "library's\n(above 1 the library is faster); then the multiples aimed at.\n")
+    for work, (title, aims) in works.items():
+        if "@" in work or LIBRARY not in times.get(work, {}):
+            continue
+        contestants = times[work]
+        own = contestants[LIBRARY]
+        ratios = {name: record["ns"] / own["ns"] for name, record in contestants.items() if name != LIBRARY}
+        rate = f"{own['bytes_per_second'] / 1e6:.0f} MB/s" if own["bytes_per_second"] else ""
+        print(f"{work:3} {title:46} {duration(own['ns']):>8} ±{own['spread']:.0f} % {rate:>11}  ",
+              ", ".join(f"{name} {ratio:.2f}" for name, ratio in sorted(ratios.items(), key=lambda pair: pair[1])))
+        if aims:
+            print(f"    aim: {print_aims(aims, ratios)}")
+
+
+def print_growth(times, works):
+    grown = sorted({work.split("@")[0] for work in times if "@" in work})
+    if not grown:
+        return
+    print("\nGrowth: nanoseconds for each byte at 1, 10 and 100 times a size, and the last by the first\n")
+    for work in grown:
+        sizes = [times.get(name, {}).get(LIBRARY) for name in (work + "@1", work + "@10", work)]
+        if None in sizes:
+            continue
+        costs = [1e9 / size["bytes_per_second"] for size in sizes]
+        title = works[work + "@1"][0]
+        print(f"{work:3} {title:46} {costs[0]:8.3f} {costs[1]:8.3f} {costs[2]:8.3f}   {costs[2] / costs[0]:5.2f}")
+
+
+def print_threads(times, works):
+    rows = [work for work in times if any("/threads:" in name for name in times[work])]
+    if not rows:
+        return
+    print("\nThreads: calls in a second, all threads together, as a multiple of those of one thread\n")
+    for work in sorted(rows):
+        rates = {int(name.rsplit(":", 1)[1]): record["items_per_second"] for name, record in times[work].items()}
+        print(f"{work:3} {works[work][0]:60} " +
+              ", ".join(f"{count} threads {rates[count] / rates[1]:.2f}" for count in sorted(rates) if count > 1))
+
+
+def print_peaks(path):
+    if not os.path.exists(path):
+        return
+    print("\nPeak of memory during a call, input included, in MB and as a multiple of the input; the most aimed at\n")
+    with open(path, encoding="ascii") as lines:
+        for line in lines:
+            name, *sizes = line.rstrip("\n").split("\t")
+            given, result, peak = (int(size) for size in sizes)
+            aim = ""
+            if name.split(" ")[0] in PEAKS:
+                of_input, of_output = PEAKS[name.split(" ")[0]]
+                limit = of_input * given + of_output * result
+                aim = f"aim {limit / 1e6:.0f}: {'met' if peak <= limit else 'MISSED'}"
+            print(f"{name:50} input {given / 1e6:5.1f}, output {result / 1e6:5.1f}, peak {peak / 1e6:6.1f} "
+                  f"= {peak / given:5.2f} x  {aim}")
+
+
+def main():
+    with open(sys.argv[1], encoding="utf-8") as file:
+        results = json.load(file)
+    context = results["context"]
+    works = {}
+    for work in sorted(set(context) - NOT_WORKS):
+        title, *aims = context[work].split("\t")
+        works[work] = (title, list(zip(aims[::2], map(float, aims[1::2]))))
+    times = read_times(results)
+    print(machine(context) + "\n")
+    print_works(times, works)
+    print_growth(times, works)
+    print_threads(times, works)
+    print_peaks(sys.argv[2])
+
+
+main()
