@@ -259,24 +259,24 @@ TEST(DoSedSearch, EmptyMatchBehindAMatchIsNotReplaced) {
         std::string_view result;
     };
     constexpr Row ROWS[] = {
-        {"abc", "b*", "XaXcX"},          //
-        {"abc", "x*", "XaXbXcX"},        //
-        {"abb", "b*", "XaX"},            // the end behind a match is such a place, too
-        {"b", "b*", "X"},                //
-        {"abc", "^", "XaXbXcX"},         // each rest starts afresh
-        {"abc", "$", "abcX"},            //
-        {"abc", "", "XaXbXcX"},          //
-        {"baaac", "a*", "XbXcX"},        //
-        {"ab cd", "\\>", "abX cdX"},     //
+        {"abc", "b*", "XaXcX"},         //
+        {"abc", "x*", "XaXbXcX"},       //
+        {"abb", "b*", "XaX"},           // the end behind a match is such a place, too
+        {"b", "b*", "X"},               //
+        {"abc", "^", "XaXbXcX"},        // each rest starts afresh
+        {"abc", "$", "abcX"},           //
+        {"abc", "", "XaXbXcX"},         //
+        {"baaac", "a*", "XbXcX"},       //
+        {"ab cd", "\\>", "abX cdX"},    //
         {"ab cd", "\\<", "XaXb XcXd"},  // a rest of word characters is a word of its own
-        {"aaa", "^a", "XXX"},            //
-        {"aaab", "^a", "XXXb"},          //
-        {"baa", "^a", "baa"},            // the first search decides
-        {"aba", "(^|b)a", "XX"},         //
-        {"b\0b"sv, "b*", "X\0X"sv},      // a NUL is copied like any other byte
-        {"\0\0"sv, "b*", "X\0X\0X"sv},   //
-        {"a\0a"sv, "a", "X\0a"sv},       // but not searched over
-        {"\0a"sv, "a", "\0a"sv},         //
+        {"aaa", "^a", "XXX"},           //
+        {"aaab", "^a", "XXXb"},         //
+        {"baa", "^a", "baa"},           // the first search decides
+        {"aba", "(^|b)a", "XX"},        //
+        {"b\0b"sv, "b*", "X\0X"sv},     // a NUL is copied like any other byte
+        {"\0\0"sv, "b*", "X\0X\0X"sv},  //
+        {"a\0a"sv, "a", "X\0a"sv},      // but not searched over
+        {"\0a"sv, "a", "\0a"sv},        //
     };
     for (Row const& row : ROWS) {
         SCOPED_TRACE(std::string(row.line) + " by " + row.expression);
