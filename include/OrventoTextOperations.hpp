@@ -1,22 +1,522 @@
 #pragma once
 
 #include <zeb/foundation/Export.hpp>
+#include <zeb/foundation/IFileStream.hpp>
+#include <zeb/foundation/LazyGlobal.hpp>
 #include <zeb/foundation/String.hpp>
 
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+#include <vector>
+
 /// @file
-/// Operations on texts: substrings, quoting, layout, numbers, encodings.
+/// Operations on texts: substrings, quoting, tokenizing, command lines, dates, size units, layout,
+/// numbers, environment blocks, byte order and Unicode, characters of XML, streams.
+///
+/// What holds for every function here, unless its own contract says otherwise:
+/// - Texts are bytes. NUL is a byte like any other in a `String` or an `Array`, and ends a
+///   `char const*`; a null `char const*` is the empty text.
+/// - Offsets and lengths are counted in bytes, 0-based, ends exclusive.
+/// - "Not found" is no error; the empty text or the value named stands for it.
+/// - The locale has no influence. Case is ASCII's.
+/// - Arguments are never changed; a result is a value of its own. When an exception comes, out
+///   parameters and arrays to be changed are as they were.
+/// - Every function may throw `std::bad_alloc`; what else one throws is said with it.
+/// - Every function is reentrant: threads may call it at once as long as none of them changes an
+///   argument of another.
+/// - Functions that log do so at debug level under the component `TextOperations::COMPONENT_NAME`,
+///   to the process's default appender, and leave `errno` as it was. What the appender throws
+///   reaches the caller. A message nobody wants costs one comparison.
 
 namespace ZEBNS2 {
 
 using zeb::foundation::Array;
+using zeb::foundation::IFileStream;
 using zeb::foundation::String;
 using zeb::foundation::StringArray;
 
+namespace TextOperations {
+
+/// Log component of all functions of this header: "zeb.common.TextOperations". Call `get()`; it is
+/// built at its first use and destroyed when the library is unloaded.
+/// @par Thread safety `get()` may be called by several threads at once.
+extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
+
+}  // namespace TextOperations
+
+// ------------------------------------------------------------------------------------ Substrings
+
+/// @name Substrings at a separator
+/// All of them return the empty text, never the whole one, when the separator does not occur. There
+/// is no form for the text before the last separator.
+/// @{
+
+/// Text after the first occurrence of `separator`.
+/// @param separator NUL is searched like any other byte
+/// @return the bytes after the separator; empty when it does not occur or ends the text
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+///   substringAfter("key=value", '=') == "value"      substringAfter("novalue", '=') == ""
+[[nodiscard]] ZEB_EXPORT String substringAfter(String const& text, char separator);
+/// @copybrief substringAfter(String const&, char)
+/// @param separator up to its NUL; null is empty; an empty one is found at 0, so the text comes
+/// back
+/// @return the bytes after the separator; empty when it does not occur or ends the text
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+///   substringAfter("a::b::c", "::") == "b::c"      substringAfter("abc", "") == "abc"
+[[nodiscard]] ZEB_EXPORT String substringAfter(String const& text, char const* separator);
+/// @copybrief substringAfter(String const&, char)
+/// @param separator NUL bytes in it are searched too; an empty one is found at 0
+/// @return the bytes after the separator; empty when it does not occur or ends the text
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+///   substringAfter("a::b::c", String("::")) == "b::c"      substringAfter("a::", String("::")) ==
+///   ""
+[[nodiscard]] ZEB_EXPORT String substringAfter(String const& text, String const& separator);
+
+/// Text before the first occurrence of `separator`.
+/// @param separator NUL is searched like any other byte
+/// @return the bytes before the separator; empty when it does not occur or starts the text
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+///   substringBefore("a/b/c", '/') == "a"      substringBefore("abc", '/') == ""
+[[nodiscard]] ZEB_EXPORT String substringBefore(String const& text, char separator);
+/// @copybrief substringBefore(String const&, char)
+/// @param separator up to its NUL; null is empty; an empty one is found at 0, so the result is
+/// empty
+/// @return the bytes before the separator; empty when it does not occur or starts the text
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+///   substringBefore("a::b", "::") == "a"      substringBefore("abc", "") == ""
+[[nodiscard]] ZEB_EXPORT String substringBefore(String const& text, char const* separator);
+/// @copybrief substringBefore(String const&, char)
+/// @param separator up to its first NUL, as in the form for `char const*`, unlike the other forms
+///   for a `String`
+/// @return the bytes before the separator; empty when it does not occur or starts the text
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+///   substringBefore("a::b", String("::")) == "a"      substringBefore("::b", String("::")) == ""
+[[nodiscard]] ZEB_EXPORT String substringBefore(String const& text, String const& separator);
+
+/// Text after the last occurrence of `separator`.
+/// @param separator NUL is searched like any other byte
+/// @return the bytes after the separator; empty when it does not occur or ends the text
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+///   substringAfterLast("a/b/c", '/') == "c"      substringAfterLast("a/b/", '/') == ""
+[[nodiscard]] ZEB_EXPORT String substringAfterLast(String const& text, char separator);
+/// @copybrief substringAfterLast(String const&, char)
+/// @param separator up to its NUL; null is empty; an empty one is found at the end, so the result
+/// is
+///   empty
+/// @return the bytes after the separator; empty when it does not occur or ends the text
+/// @par Complexity linear, at worst times the separator's length. @par Thread safety reentrant.
+/// @par Exceptions `std::bad_alloc`.
+///   substringAfterLast("a::b::c", "::") == "c"      substringAfterLast("abc", "") == ""
+[[nodiscard]] ZEB_EXPORT String substringAfterLast(String const& text, char const* separator);
+/// @copybrief substringAfterLast(String const&, char)
+/// @param separator NUL bytes in it are searched too; an empty one is found at the end
+/// @return the bytes after the separator; empty when it does not occur or ends the text
+/// @par Complexity linear, at worst times the separator's length. @par Thread safety reentrant.
+/// @par Exceptions `std::bad_alloc`.
+///   substringAfterLast("aaa", String("aa")) == ""      substringAfterLast("ab", String("c")) == ""
+[[nodiscard]] ZEB_EXPORT String substringAfterLast(String const& text, String const& separator);
+/// @}
+
+// ------------------------------------------------------------------------------------ Predicates
+
+/// @name Predicates
+/// The text that is looked for comes first.
+/// @{
+
+/// Whether `haystack` contains `needle`; an empty needle is contained in everything.
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions none.
+///   is_substring("b", "abc")      is_substring("", "abc")      !is_substring("abcd", "abc")
+[[nodiscard]] ZEB_EXPORT bool is_substring(String needle, String haystack);
+
+/// Whether `haystack` contains `needle`, the case of ASCII letters left aside.
+/// @par Complexity the product of both lengths at worst; allocates nothing.
+/// @par Thread safety reentrant. @par Exceptions none.
+///   is_substring_ignorecase("ABC", "xabcx")      is_substring_ignorecase("", "")
+[[nodiscard]] ZEB_EXPORT bool is_substring_ignorecase(String needle, String haystack);
+
+/// Whether both texts are equal, the case of ASCII letters left aside.
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions none.
+///   equals_ignorecase("Key", "kEY")      !equals_ignorecase("a", "ab")
+[[nodiscard]] ZEB_EXPORT bool equals_ignorecase(String a, String b);
+
+/// Whether the extended POSIX expression `pattern` matches somewhere in `text`. It is compiled at
+/// each call. What holds for `RegularExpression` holds here: both texts end at their first NUL, the
+/// locale's rules for characters apply, and there is a limit to the length of `text`.
+/// @throws RegularExpressionException when `pattern` does not compile
+/// @par Complexity that of libc's matcher. @par Thread safety reentrant.
+///   is_regex_match("^a+$", "aaa")      is_regex_match("", "")
+[[nodiscard]] ZEB_EXPORT bool is_regex_match(String pattern, String text);
+/// @}
+
+// ------------------------------------------------------------------------- Quoting and tokenizing
+
+/// The text without one pair of double quotes around it. A quote at one end only stays, and so do
+/// quotes inside; a lone double quote becomes the empty text.
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+///   remove_quotes("\"a\"b\"") == "a\"b"      remove_quotes("\"abc") == "\"abc"
+[[nodiscard]] ZEB_EXPORT String remove_quotes(String const& text);
+
+/// The bytes between the first double quote at or after `start` and the next one. Backslashes have
+/// no meaning.
+/// @param[out] endPos offset of the closing quote; as it was when the result means "not found". A
+///   quote beyond the offsets that an `unsigned int` holds counts as none.
+/// @param start offset; one at or beyond the end finds nothing
+/// @return the bytes between both quotes; empty when there is nothing between them, or no pair
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+///   find_first_quoted_string("say \"hi\" now", end, 0) == "hi", end 7
+///   find_first_quoted_string("say \"hi\" now", end, 8) == "", end unchanged
+[[nodiscard]] ZEB_EXPORT String find_first_quoted_string(String const& text, unsigned int& endPos,
+                                                         unsigned int start);
+
+/// Splits `text` at each byte of `delimiters` that stands outside double quotes.
+///
+/// A quoted stretch ends at the next double quote that has no backslash directly before it. Quotes
+/// and backslashes stay in the tokens; `remove_quotes` takes them off. There are no empty tokens. A
+/// double quote without a closing one is an ordinary byte, and a delimiter if listed as one; the
+/// search then goes on behind the last escaped quote that was looked at.
+/// @param delimiters up to its NUL; null gives `text` as the only token
+/// @return the tokens in order; none when `text` is empty
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+///   quoted_string_tokenization("a \"b c\" d", " ") gives  a  "b c"  d
+///   quoted_string_tokenization("a,,b", ",") gives  a  b
+[[nodiscard]] ZEB_EXPORT StringArray quoted_string_tokenization(String const& text,
+                                                                char const* delimiters);
+
 /// The elements of `parts` in order, with `separator` between neighbours and not after the last.
 /// @return the joined text; empty for no elements
-/// @throws std::bad_alloc
 /// @par Complexity linear in the result; one allocation. @par Thread safety reentrant.
+/// @par Exceptions `std::bad_alloc`.
 ///   untokenize({"a", "b"}, ", ") == "a, b"      untokenize({"a"}, ", ") == "a"
 [[nodiscard]] ZEB_EXPORT String untokenize(StringArray const& parts, String const& separator);
+
+/// The elements of `parts` whose length is not 0, in order.
+/// @par Complexity linear in the number of elements. @par Thread safety reentrant.
+/// @par Exceptions `std::bad_alloc`.
+///   remove_empty_strings({"", "a", "", "b"}) gives  a  b
+[[nodiscard]] ZEB_EXPORT StringArray remove_empty_strings(StringArray const& parts);
+
+/// The candidates that contain `needle`, in order. In spite of the name they need not be equal to
+/// it; an empty needle is contained in all of them.
+/// @par Complexity linear in the length of all candidates. @par Thread safety reentrant.
+/// @par Exceptions `std::bad_alloc`.
+///   find_exact_matches("ab", {"xaby", "ba", "ab"}) gives  xaby  ab
+[[nodiscard]] ZEB_EXPORT StringArray find_exact_matches(String const& needle,
+                                                        StringArray const& candidates);
+
+/// Offset of the first byte in which both texts differ, or where the shorter one ends.
+/// @return -1 when they are equal; `INT_MAX` when they first differ at that offset or beyond
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions none.
+///   non_matching_index("abc", "abd") == 2      non_matching_index("ab", "abc") == 2
+///   non_matching_index("abc", "abc") == -1      non_matching_index("", "") == -1
+[[nodiscard]] ZEB_EXPORT int non_matching_index(String const& a, String const& b);
+
+/// The text with each run of `separator` shortened to one.
+/// @par Complexity linear; one allocation. @par Thread safety reentrant.
+/// @par Exceptions `std::bad_alloc`.
+///   removeRedundantSeparators("//a///b/", '/') == "/a/b/"      (of "" == "")
+[[nodiscard]] ZEB_EXPORT String removeRedundantSeparators(String const& text, char separator);
+
+// --------------------------------------------------------------------------------- Command lines
+
+/// Joining arguments into a command line. No object of this class is ever made.
+class ZEB_EXPORT CommandLine {
+public:
+    CommandLine() = delete;
+
+    /// An argument as it stands in a command line: in double quotes if it holds a blank, TAB, LF,
+    /// CR, VT or double quote before its first NUL, unchanged otherwise. Within the quotes a
+    /// backslash goes before each double quote; backslashes are copied as they are. A form feed
+    /// does not ask for quotes, nor does the empty argument, which stays empty.
+    /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+    ///   escapeArgument("a b") == "\"a b\""      escapeArgument("say \"hi\"") == "\"say
+    ///   \\\"hi\\\"\"" escapeArgument("x\\dir\\") == "x\\dir\\"      escapeArgument("") == ""
+    [[nodiscard]] static String escapeArgument(String const& argument);
+
+    /// The escaped arguments in order, joined by blanks. A blank goes before an argument when the
+    /// result so far is not empty, whatever the argument is: empty arguments vanish at the front
+    /// and leave a doubled or trailing blank further on.
+    /// @par Complexity linear in the result. @par Thread safety reentrant.
+    /// @par Exceptions `std::bad_alloc`.
+    ///   flatten({"ls", "-l", "my file"}) == "ls -l \"my file\""
+    ///   flatten({"", "a"}) == "a"      flatten({"a", "", "b"}) == "a  b"      flatten({}) == ""
+    [[nodiscard]] static String flatten(StringArray const& arguments);
+
+    /// Not implemented.
+    /// @throws zeb::common::JORLibraryException always, "Not implemented: unescapeArgument"
+    /// @par Complexity constant. @par Thread safety reentrant.
+    [[noreturn]] static String unescapeArgument(String const& text);
+
+    /// Not implemented.
+    /// @throws zeb::common::JORLibraryException always, "Not implemented: unflatten"
+    /// @par Complexity constant. @par Thread safety reentrant.
+    [[noreturn]] static StringArray unflatten(String const& text);
+};
+
+// -------------------------------------------------------------------------- Dates and size units
+
+/// The system clock's time in the 25-byte CIM form `yyyymmddhhmmss.mmmmmm+ooo`, in UTC, whatever
+/// the time zone of the process is; see `zeb::xmltoolkit::CIMDateTime`.
+/// @throws zeb::foundation::Exception when the clock's year is not 0 to 9999
+/// @par Complexity constant. @par Thread safety reentrant.
+///   "20230314092653.000042+000"
+[[nodiscard]] ZEB_EXPORT String getCurrentCIMDateTime();
+
+/// The first date in a text, such as `Tue Mar 14 09:26:53 2023` or `Tue Mar 14 09:26:53 UTC 2023`.
+///
+/// English names of weekday and month with these capitals, day of one or two digits, hours of one
+/// or two digits, minutes and seconds of two, a zone of three letters or none, a year of four
+/// digits. Exactly one blank separates them: a day that is padded with a second blank is not found.
+/// Values are not checked (day 99 is one). What counts as a letter of the zone is the locale's
+/// matter. A text ends at its first NUL, and in one beyond `RegularExpression::MAX_SUBJECT_LENGTH`
+/// nothing is found.
+/// @return the date as it stands in the text; empty when there is none
+/// @par Complexity that of libc's matcher; the expression is compiled at each call.
+/// @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+///   extractGenericDate("at Tue Mar 14 09:26:53 2023.") == "Tue Mar 14 09:26:53 2023"
+///   extractGenericDate("Tue Mar  4 09:26:53 2023") == ""
+/// @{
+[[nodiscard]] ZEB_EXPORT String extractGenericDate(String const& text);
+[[nodiscard]] ZEB_EXPORT String extractGenericDate(char const* text);
+/// @}
+
+/// The number of bytes that a unit of size stands for.
+///
+/// `byte`, or `kilo`, `mega`, `giga`, `tera`, `peta` or their first letters before `byte`, `bytes`
+/// or `b`, found anywhere in `unit`; or one of these letters as the whole of it. Powers of 1024
+/// throughout, in either case of letters; the locale's notion of case holds. Up to three
+/// expressions are compiled at each call; they see the text up to its first NUL.
+/// @return bytes; 0 when there is no such unit
+/// @par Complexity that of libc's matcher. @par Thread safety reentrant.
+/// @par Exceptions `std::bad_alloc`.
+///   get_unit_size("KB") == 1024      get_unit_size("10GB") == 1073741824      get_unit_size("k")
+///   == 1024 get_unit_size("byte") == 1      get_unit_size("kib") == 0      get_unit_size("512") ==
+///   0
+[[nodiscard]] ZEB_EXPORT std::uint64_t get_unit_size(String const& unit);
+
+// ---------------------------------------------------------------------------------------- Layout
+
+/// @name Columns
+/// A text is padded to `width` bytes (not display columns) and never cut: one that is as long or
+/// longer comes back unchanged.
+/// @par Complexity linear in the result; one allocation. @par Thread safety reentrant.
+/// @par Exceptions `std::bad_alloc`.
+/// @{
+
+/// The text at the left, `fill` after it.
+///   leftText("ab", 5, '.') == "ab..."      leftText("abcdef", 3, '.') == "abcdef"
+[[nodiscard]] ZEB_EXPORT String leftText(String const& text, unsigned int width, char fill);
+/// The text at the right, `fill` before it.
+///   rightText("ab", 5, '.') == "...ab"      rightText("ab", 2, '.') == "ab"
+[[nodiscard]] ZEB_EXPORT String rightText(String const& text, unsigned int width, char fill);
+/// The text in the middle, `fill` around it; an odd one more goes to the right side.
+///   centerText("ab", 5, '.') == ".ab.."      centerText("", 4, '*') == "****"
+[[nodiscard]] ZEB_EXPORT String centerText(String const& text, unsigned int width, char fill);
+/// @}
+
+// --------------------------------------------------------------------------------------- Numbers
+
+/// The number that is the whole of `text`, by the conversion of `String` for that type, which says
+/// what it accepts: `toReal64`, `toReal32`, `toInt8` to `toUInt64`.
+///
+/// It exists for the types below and no other.
+/// @param base 2 to 36; ignored for `double` and `float`
+/// @throws zeb::foundation::StringConversionException when the text is empty, malformed (a NUL, a
+///   blank) or out of the type's range, or the base is none of those
+/// @par Complexity linear. @par Thread safety reentrant.
+///   string_to_number<int>("ff", 16) == 255      string_to_number<signed char>("128", 10) throws
+/// @{
+template <typename T>
+T string_to_number(String const& text, int base) = delete;
+template <>
+[[nodiscard]] ZEB_EXPORT double string_to_number<double>(String const& text, int base);
+template <>
+[[nodiscard]] ZEB_EXPORT float string_to_number<float>(String const& text, int base);
+template <>
+[[nodiscard]] ZEB_EXPORT signed char string_to_number<signed char>(String const& text, int base);
+template <>
+[[nodiscard]] ZEB_EXPORT short string_to_number<short>(String const& text, int base);
+template <>
+[[nodiscard]] ZEB_EXPORT int string_to_number<int>(String const& text, int base);
+template <>
+[[nodiscard]] ZEB_EXPORT long long string_to_number<long long>(String const& text, int base);
+template <>
+[[nodiscard]] ZEB_EXPORT unsigned char string_to_number<unsigned char>(String const& text,
+                                                                       int base);
+template <>
+[[nodiscard]] ZEB_EXPORT unsigned short string_to_number<unsigned short>(String const& text,
+                                                                         int base);
+template <>
+[[nodiscard]] ZEB_EXPORT unsigned int string_to_number<unsigned int>(String const& text, int base);
+template <>
+[[nodiscard]] ZEB_EXPORT unsigned long long string_to_number<unsigned long long>(String const& text,
+                                                                                 int base);
+/// @}
+
+/// `value` in hexadecimal, in lower-case digits and without "0x"; a negative `int` as its 32-bit
+/// pattern in two's complement.
+///
+/// It exists for the types below and no other.
+/// @param pad whether zeros are put in front, up to two digits for each byte of the type
+/// @par Complexity constant. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+///   Hexify<unsigned short>(0x0b, true) == "000b"      Hexify<unsigned short>(0x0b, false) == "b"
+///   Hexify<int>(-100, true) == "ffffff9c"      Hexify<int>(0, false) == "0"
+/// @{
+template <typename T>
+String Hexify(T const& value, bool pad) = delete;
+template <>
+[[nodiscard]] ZEB_EXPORT String Hexify<unsigned short>(unsigned short const& value, bool pad);
+template <>
+[[nodiscard]] ZEB_EXPORT String Hexify<unsigned int>(unsigned int const& value, bool pad);
+template <>
+[[nodiscard]] ZEB_EXPORT String Hexify<int>(int const& value, bool pad);
+/// @}
+
+// ----------------------------------------------------------------------------------- Environment
+
+/// The value of `name` in a block of entries, each a name, a separator, a value and a NUL.
+///
+/// The first place where `name` and `separator` stand together is taken, wherever that is: `PATH`
+/// is found inside `MANPATH` too. The value starts behind the first separator byte from there on,
+/// so a name that holds the separator cuts itself short. It ends before the next NUL or at the end
+/// of the block.
+/// @param name up to its NUL; null is empty
+/// @param[out] out becomes the value, which may be empty. It stays as it was when the name is not
+///   found, and also when the block ends directly behind the separator. It may be `environment`.
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`; `out` is
+///   unchanged then.
+///   extractEnv("HOME=/root\0PATH=/bin\0", "HOME", out, '=') gives  /root
+///   extractEnv("MANPATH=/m\0PATH=/p\0", "PATH", out, '=') gives  /m
+/// @{
+ZEB_EXPORT void extractEnv(std::vector<char> const& environment, char const* name,
+                           std::vector<char>& out, char separator);
+ZEB_EXPORT void extractEnv(String const& environment, char const* name, String& out,
+                           char separator);
+/// @}
+
+/// `extractEnv` for the name "PATH" and the separator `=`.
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions as of `extractEnv`.
+ZEB_EXPORT void extractPath(std::vector<char> const& environment, std::vector<char>& out);
+
+// ------------------------------------------------------------------------ Byte order and Unicode
+
+/// Order of the bytes of a text in UTF-16.
+enum BOMTypes : int {
+    BOM_UTF16_LE = 0,  ///< low byte first; the mark is FF FE
+    BOM_UTF16_BE = 1,  ///< high byte first; the mark is FE FF
+    BOM_UNKNOWN = 2    ///< not recognised as UTF-16; as an argument it asks for detection
+};
+
+/// The byte order of `data`: by its mark or, in 11 bytes and more, by whether zero bytes are more
+/// frequent at even or at odd offsets of the first ten.
+/// @return `BOM_UNKNOWN` when that decides nothing, as for 8-bit text
+/// @par Messages one, when there is no mark.
+/// @par Complexity constant. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+///   FF FE 41 00 is BOM_UTF16_LE;  "Hello" in UTF-16 without a mark, 10 bytes, is BOM_UNKNOWN
+[[nodiscard]] ZEB_EXPORT BOMTypes autodetectByteOrder(Array<char> const& data);
+
+/// The UTF-16 code units of `data`, without a byte order mark (U+FEFF) at the front; a mark of the
+/// other byte order stays, as U+FFFE.
+/// @param bom byte order; `BOM_UNKNOWN` asks for `autodetectByteOrder`; a value that is no member
+///   makes all units 0
+/// @throws zeb::common::JORLibraryException "Cannot autodetect bom type for given data."; or "An
+/// odd
+///   character (0x%1) was left after regrouping UTF16 bytes." for an odd number of bytes, with the
+///   last byte, sign-extended, in eight hexadecimal digits
+/// @par Messages those of `autodetectByteOrder` for `BOM_UNKNOWN`.
+/// @par Complexity linear; one allocation. @par Thread safety reentrant.
+///   FF FE 41 00 gives  0041      FF FE gives nothing
+[[nodiscard]] ZEB_EXPORT Array<unsigned short> regroupUTF16(Array<char> const& data, BOMTypes bom);
+
+/// The code points of UTF-16 code units.
+///
+/// U+FFFD stands for what is malformed: one for a low surrogate without a high one, and one for a
+/// high surrogate and whatever unit follows it, even an ordinary character, which is thus lost. A
+/// high surrogate at the end vanishes. U+FFFE and U+FFFF pass.
+/// @par Messages one for each U+FFFD put in.
+/// @par Complexity linear; one allocation. @par Thread safety reentrant.
+/// @par Exceptions `std::bad_alloc`.
+///   D83D DE00 gives U+1F600      D83D 0041 gives U+FFFD      DE00 0041 gives U+FFFD U+0041
+///   0041 D83D gives U+0041
+[[nodiscard]] ZEB_EXPORT Array<unsigned int> UTF16ToUTF32(Array<unsigned short> const& units);
+
+/// The text of UTF-16 `data` in UTF-8: `regroupUTF16`, then `UTF16ToUTF32`, then encoding, with
+/// the messages and exceptions of these.
+/// @par Complexity linear; beside the result no memory to speak of is needed.
+/// @par Thread safety reentrant.
+///   FF FE 3D D8 00 DE gives  F0 9F 98 80
+[[nodiscard]] ZEB_EXPORT String UTF16ToUTF8(Array<char> data, BOMTypes bom);
+/// The text of UTF-16 `data` of an unknown byte order in UTF-8.
+/// @throws zeb::foundation::OutOfBoundsException when `data` is empty
+/// @throws zeb::common::JORLibraryException as `regroupUTF16` does for `BOM_UNKNOWN`
+/// @par Complexity linear; beside the result no memory to speak of is needed.
+/// @par Thread safety reentrant.
+[[nodiscard]] ZEB_EXPORT String UTF16ToUTF8(Array<unsigned char> const& data);
+
+/// A text of unknown encoding in UTF-8: UTF-16 when `autodetectByteOrder` recognises it, otherwise
+/// the bytes as they are, which are not checked.
+/// @throws zeb::foundation::OutOfBoundsException when `data` is empty
+/// @throws zeb::common::JORLibraryException when UTF-16 has an odd number of bytes
+/// @par Messages those of `autodetectByteOrder`; one with its result; those of `UTF16ToUTF32`.
+/// @par Complexity linear; beside the result no memory to speak of is needed.
+/// @par Thread safety reentrant.
+///   FE FF 00 41 gives "A"      FF FE gives ""      "plain" gives "plain"
+[[nodiscard]] ZEB_EXPORT String convertToUTF8(Array<char> const& data);
+
+// ----------------------------------------------------------------------------- Characters of XML
+
+/// Whether a UTF-16 code unit may stand in an XML document: neither a control character other than
+/// TAB, LF, FF and CR, nor a surrogate, nor FFFE or FFFF. Form feed (000C) counts as valid here,
+/// although XML 1.0 forbids it.
+/// @par Complexity constant. @par Thread safety reentrant. @par Exceptions none.
+///   isValidXMLCharacter(0x0009)      !isValidXMLCharacter(0x000B)      isValidXMLCharacter(0x000C)
+[[nodiscard]] ZEB_EXPORT bool isValidXMLCharacter(unsigned short unit) noexcept;
+
+/// Overwrites each unit that XML forbids with FFFD; length and order stay.
+/// @param[in,out] units detached from its copies in any case; when an appender throws, replaced up
+///   to the unit that it was told of
+/// @param prefix put directly before the message's text
+/// @par Messages one for each unit replaced.
+/// @par Complexity linear. @par Thread safety `units` needs exclusive access.
+/// @par Exceptions `std::bad_alloc` from detaching; `units` is unchanged then.
+///   0041 0001 0042 becomes 0041 FFFD 0042
+ZEB_EXPORT void replaceInvalidXMLCharacters(Array<unsigned short>& units, String const& prefix);
+
+// ----------------------------------------------------------------------- Replacing and streaming
+
+/// `text` with every occurrence of `search` replaced: from left to right, without overlaps, and
+/// never inside what was put in.
+/// @param search NUL bytes in it are searched too; an empty one leaves the text as it is
+/// @par Messages the request; then the result, or that `search` is empty (not for an empty text).
+/// @par Complexity linear in `text` and the result. @par Thread safety reentrant.
+/// @par Exceptions `std::bad_alloc`.
+///   search_replace("aaa", "aa", "b") == "ba"      search_replace("a.b", ".", "..") == "a..b"
+///   search_replace("abc", "", "x") == "abc"
+[[nodiscard]] ZEB_EXPORT String search_replace(String const& text, String const& search,
+                                               String const& replacement);
+
+/// Copies from the present position of `source`, in pieces of 2048 bytes, until either stream has
+/// any of its state bits set; the destination is neither flushed nor closed.
+/// @return bytes handed to the destination, whether or not it could write them, modulo the range of
+///   the type
+/// @par Messages five kinds, at the most verbose level (debug3).
+/// @par Complexity linear; memory constant. @par Thread safety both streams need exclusive access.
+/// @par Exceptions none of its own, but what a stream with an exception mask throws.
+///   A source of 5000 bytes is read in pieces of 2048, 2048 and 904; an empty one gives 0.
+ZEB_EXPORT std::size_t copy_stream(std::ostream& destination, std::istream& source);
+
+/// Reads from the present position of `stream`, in pieces of 2048 bytes, until it has any of its
+/// state bits set or exactly `limit` bytes have been read.
+/// @param limit bytes; 0xFFFFFFFF means none. It is a soft one: only whole pieces are asked for,
+/// and
+///   when the bytes read pass the limit instead of meeting it, reading goes on (to the end of the
+///   stream, for all practical sizes).
+/// @return the bytes read; none for a limit of 0, which reads nothing
+/// @par Complexity linear. @par Thread safety `stream` needs exclusive access.
+/// @par Exceptions `std::bad_alloc`, and what a stream with an exception mask throws; what was read
+///   is lost then.
+///   Of 5000 bytes, the limit 4096 gives 4096 bytes, the limit 100 all 5000.
+[[nodiscard]] ZEB_EXPORT std::vector<char> read_from_stream(IFileStream& stream,
+                                                            unsigned int limit);
 
 }  // namespace ZEBNS2
