@@ -1,0 +1,92 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "Random.hpp"
+
+namespace zeb::test {
+
+/// Draws regular expressions in extended syntax that compile in no time and match quickly: repeats
+/// and groups are nested a few levels deep, and a back-reference is never repeated, since the C
+/// library may recurse for ever then.
+class RandomExpressions {
+public:
+    struct Features {
+        bool anchors;         ///< `^` and word boundaries
+        bool optionalGroups;  ///< groups that may take no part in a match
+    };
+
+    RandomExpressions(Random& random, Features features) : random_(random), features_(features) {}
+
+    std::string draw() {
+        groups_ = 0;
+        std::string expression;
+        if (features_.anchors && random_.oneIn(8)) {
+            expression += '^';
+        }
+        expression += alternatives(/*depth=*/0, /*mandatory=*/true);
+        if (groups_ > 0 && random_.oneIn(6)) {
+            expression += '\\' + std::to_string(random_.between(1, groups_));
+        }
+        if (random_.oneIn(8)) {
+            expression += '$';
+        }
+        return expression;
+    }
+
+    /// Groups of the expression drawn last, 9 at most.
+    std::size_t groups() const { return groups_; }
+
+private:
+    /// @param mandatory whether every match goes through it, so that its groups take part
+    std::string alternatives(int depth, bool mandatory) {
+        if (!random_.oneIn(depth == 0 ? 6 : 4)) {
+            return sequence(depth, mandatory);
+        }
+        std::string text = sequence(depth, false);
+        text += '|';
+        text += sequence(depth, false);
+        return text;
+    }
+
+    std::string sequence(int depth, bool mandatory) {
+        std::string text;
+        for (std::size_t i = random_.between(1, 3); i > 0; --i) {
+            text += repeated(depth, mandatory);
+        }
+        return text;
+    }
+
+    std::string repeated(int depth, bool mandatory) {
+        static constexpr std::string_view REPEATS[] = {"+", "{1,2}", "{2}", "*", "?", "{0,2}"};
+        static constexpr std::size_t MANDATORY_REPEATS = 3;
+        if (features_.anchors && random_.oneIn(12)) {
+            static constexpr std::string_view BOUNDARIES[] = {"\\<", "\\>", "\\b", "\\B"};
+            return std::string(random_.pick(BOUNDARIES));
+        }
+        if (!random_.oneIn(3)) {
+            return atom(depth, mandatory);
+        }
+        std::size_t const repeat = random_.below(std::size(REPEATS));
+        return atom(depth, mandatory && repeat < MANDATORY_REPEATS) + std::string(REPEATS[repeat]);
+    }
+
+    std::string atom(int depth, bool mandatory) {
+        static constexpr std::string_view ATOMS[] = {
+            "a", "b", "c", "ab", ".", "[ab]", "[^a]", "[b-d]", "[[:alpha:]]", "\\.", "x", " ", "1"};
+        bool const groupAllowed =
+            depth < 2 && groups_ < 9 && (mandatory || features_.optionalGroups);
+        if (!groupAllowed || !random_.oneIn(3)) {
+            return std::string(random_.pick(ATOMS));
+        }
+        ++groups_;
+        return '(' + alternatives(depth + 1, mandatory) + ')';
+    }
+
+    Random& random_;
+    Features features_;
+    std::size_t groups_ = 0;
+};
+
+}  // namespace zeb::test
