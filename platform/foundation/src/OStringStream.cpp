@@ -8,13 +8,19 @@ OStringStream::Bytes::~Bytes() = default;
 
 OStringStream::Bytes::int_type OStringStream::Bytes::overflow(int_type byte) {
     if (!traits_type::eq_int_type(byte, traits_type::eof())) {
-        buffer.append(traits_type::to_char_type(byte));
+        char const single = traits_type::to_char_type(byte);
+        xsputn(&single, 1);
     }
     return traits_type::not_eof(byte);
 }
 
 std::streamsize OStringStream::Bytes::xsputn(char const* bytes, std::streamsize count) {
-    buffer.append(std::string_view(bytes, static_cast<std::size_t>(count)));
+    try {
+        buffer.append(std::string_view(bytes, static_cast<std::size_t>(count)));
+    } catch (...) {
+        incomplete = true;  // the stream sets badbit and lets nothing through
+        throw;
+    }
     return count;
 }
 

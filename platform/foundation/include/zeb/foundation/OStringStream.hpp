@@ -9,7 +9,8 @@ namespace zeb::foundation {
 
 /// An output stream into a `StringBuffer`. It formats as the classic locale does, whatever the
 /// global locale is, so that its texts are the same on every machine.
-/// @par Exceptions as the standard streams: exhausted memory sets `badbit`.
+/// @par Exceptions as the standard streams: exhausted memory sets `badbit`. The text is incomplete
+///   then, and asking for it throws `std::bad_alloc`.
 /// @par Thread safety one thread at a time.
 class ZEB_EXPORT OStringStream : public std::ostream {
 public:
@@ -19,9 +20,14 @@ public:
     [[nodiscard]] std::size_t length() const noexcept { return bytes_.buffer.length(); }
     /// What was written so far; valid until the next write.
     // NOLINTNEXTLINE(google-explicit-constructor): every text is read as a view
-    operator std::string_view() const noexcept { return bytes_.buffer; }
+    operator std::string_view() const {
+        if (bytes_.incomplete) {
+            detail::throwBadAlloc();
+        }
+        return bytes_.buffer;
+    }
     /// A copy of what was written so far.
-    [[nodiscard]] String toString() const { return bytes_.buffer.toString(); }
+    [[nodiscard]] String toString() const { return String(static_cast<std::string_view>(*this)); }
 
     // ---------------------------------------------------------------- not API
 
@@ -30,6 +36,7 @@ private:
     public:
         ~Bytes() override;
         StringBuffer buffer;
+        bool incomplete = false;  ///< memory was exhausted at a write
 
     protected:
         int_type overflow(int_type byte) override;
