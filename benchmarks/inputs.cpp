@@ -86,7 +86,7 @@ String logText(std::size_t lines) {
                 text.append(' ');
             }
         }
-        text.append("after ").append(std::to_string(random.below(10000))).append(" ms in ");
+        text.append("after ").append(std::to_string(random.below(10000))).append(" ms, ");
         text.append(word(NOUNS)).append('\n');
     }
     return text.releaseString();
