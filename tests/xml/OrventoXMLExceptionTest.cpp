@@ -43,7 +43,8 @@ TEST(OrventoXMLExceptionTest, CloneIsAnEqualObjectOfTheSameClass) {
     std::unique_ptr<Exception const> const clone(base.clone());
     ASSERT_NE(clone, nullptr);
     EXPECT_NE(clone.get(), &base);
-    EXPECT_EQ(typeid(*clone), typeid(OrventoXMLException));
+    Exception const& copy = *clone;
+    EXPECT_EQ(typeid(copy), typeid(OrventoXMLException));
     EXPECT_STREQ(clone->type(), exception.type());
     EXPECT_STREQ(clone->getFile(), "Unit");
     EXPECT_EQ(clone->getLine(), 12);
