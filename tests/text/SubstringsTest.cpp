@@ -260,10 +260,14 @@ TEST(RemoveRedundantSeparators, ShortensRunsToOne) {
         std::string_view result;
     };
     constexpr Row ROWS[] = {
-        {"//a///b/", '/', "/a/b/"},   {"aabb//", '/', "aabb/"},  // other characters are never
-                                                                 // touched
-        {"////", '/', "/"},           {"a/b", '/', "a/b"},          {"", '/', ""},
-        {"a\0\0b"sv, '\0', "a\0b"sv}, {"\xFF\xFF", '\xFF', "\xFF"},
+        {"//a///b/", '/', "/a/b/"},
+        {"aabb//", '/', "aabb/"},  // other characters are never
+                                   // touched
+        {"////", '/', "/"},
+        {"a/b", '/', "a/b"},
+        {"", '/', ""},
+        {"a\0\0b"sv, '\0', "a\0b"sv},
+        {"\xFF\xFF", '\xFF', "\xFF"},
     };
     for (Row const& row : ROWS) {
         SCOPED_TRACE(row.text);
