@@ -106,11 +106,13 @@ TEST(Edit, AnUnknownTraceLevelIsAnError) {
 }
 
 TEST(Edit, TakesMegabytes) {
+    // Long lines: the address sanitizer measures the rest of the text at each search.
+    std::string const tail = std::string(4000, '.') + "\n";
     std::string text;
     std::string edited;
     while (text.size() < 4'000'000) {
-        text += "name=value and so on\n";
-        edited += "value=name and so on\n";
+        text += "name=value" + tail;
+        edited += "value=name" + tail;
     }
     ProcessResult const result = zebText({"edit", "s/([a-z]+)=([a-z]+)/\\2=\\1/"}, text);
     EXPECT_EQ(result.status, 0);
