@@ -79,15 +79,8 @@ public:
 
 private:
     std::string name() {
-        static char const* const NAMES[] = {"a",
-                                            "b",
-                                            "disk",
-                                            "p:partition",
-                                            "_x.y-z",
-                                            "\xC3\xA4"
-                                            "pfel",
-                                            "\xE5\x90\x8D",
-                                            "A"};
+        static char const* const NAMES[] = {
+            "a", "b", "disk", "p:partition", "_x.y-z", "\xC3\xA4-pfel", "\xE5\x90\x8D", "A"};
         return random_.pick(NAMES);
     }
 
