@@ -54,7 +54,7 @@ Arguments::Arguments(std::string const& command, std::string const& description,
     app_->set_help_flag("--help", "Print this help and exit");
     app_->footer("Examples:\n" + examples);
     option("--trace", {"debug", "debug2", "debug3"}, trace_,
-           "Write the library's messages of this level and below to standard error");
+           "Write the library's messages up to this level to standard error");
 }
 
 Arguments::~Arguments() = default;
@@ -65,12 +65,10 @@ void Arguments::word(char const* name, std::string& value, char const* descripti
 
 // CLI11 would take a word such as "[a,b]" of a list apart, so it gets this argument for its help
 // text only: with no word expected it leaves all of them over.
-void Arguments::rest(char const* name, Words& values, char const* description, std::size_t least) {
+void Arguments::rest(char const* name, Words& values, char const* description) {
     app_->add_option(name, CLI::callback_t(), description)->expected(0, -1);
     app_->allow_extras();
-    restName_ = name;
     rest_ = &values;
-    leastRest_ = least;
 }
 
 void Arguments::option(char const* name, char const* label, std::string& value,
@@ -137,9 +135,6 @@ void Arguments::takeRest() {
         } else {
             rest_->push_back(word);
         }
-    }
-    if (rest_->size() < leastRest_) {
-        fail(restName_ + " is required");
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include "Streams.hpp"
 
-#include <cstddef>
 #include <initializer_list>
 #include <memory>
 #include <stdexcept>
@@ -34,8 +33,8 @@ public:
 
     /// A word that must be there; they are taken in the order of declaration.
     void word(char const* name, std::string& value, char const* description);
-    /// All words behind those declared with `word`, at least `least` of them.
-    void rest(char const* name, Words& values, char const* description, std::size_t least = 0);
+    /// All words behind those declared with `word`, if any.
+    void rest(char const* name, Words& values, char const* description);
     /// An option with a value, which the help text calls `label`.
     void option(char const* name, char const* label, std::string& value, char const* description);
     /// An option whose value is one of `choices`.
@@ -62,9 +61,7 @@ private:
     std::string command_;
     std::string trace_;
     std::unique_ptr<CLI::App> app_;
-    std::string restName_;
     Words* rest_ = nullptr;
-    std::size_t leastRest_ = 0;
 };
 
 }  // namespace zeb::cli

@@ -158,25 +158,28 @@ Status replace(Words const& words, Output&) {
                         "  zeb-text replace '([a-z]+)\\.old' '%1.new' *.list\n");
     std::string pattern;
     std::string replacement;
+    std::string file;
     Words files;
     Syntax syntax;
     arguments.word("EXPRESSION", pattern, "What to look for in each line");
     arguments.word("TEMPLATE", replacement, "What the match becomes");
-    arguments.rest("FILE", files, "Files to rewrite", /*least=*/1);
+    arguments.word("FILE", file, "A file to rewrite");
+    arguments.rest("FILES", files, "More files to rewrite");
     syntax.declare(arguments);
     arguments.parse(words);
 
+    files.insert(files.begin(), file);
     RegularExpression const expression(String(pattern), syntax.options());
-    bool const allWell = forEachName(files, [&](std::string const& file) {
-        // unprivilegedSed does not look whether its writing succeeds, as on a full disk it does
-        // not. It refuses what is no regular file, and reading that might wait for ever.
+    bool const allWell = forEachName(files, [&](std::string const& name) {
+        // unprivilegedSed does not look whether its writing succeeds, which it does not on a full
+        // disk. What is no regular file is left to it: it refuses that, reading it might never end.
         bool const regular =
-            FileSystem::getFileInformation(file).type == FileInformation::REGULAR_FILE;
+            FileSystem::getFileInformation(name).type == FileInformation::REGULAR_FILE;
         String const expected =
-            regular ? edited(FileSystem::getFileContents(file), expression, replacement) : String();
-        ZEBNS2::unprivilegedSed(file, expression, replacement);
-        if (FileSystem::getFileContents(file) != expected) {
-            throw Failure(file + ": could not be written completely");
+            regular ? edited(FileSystem::getFileContents(name), expression, replacement) : String();
+        ZEBNS2::unprivilegedSed(name, expression, replacement);
+        if (FileSystem::getFileContents(name) != expected) {
+            throw Failure(name + ": could not be written completely");
         }
     });
     return allWell ? DONE : FAILED;

@@ -45,12 +45,16 @@ TEST(Program, HelpOfACommandIsReadable) {
                      "\n"
                      "Options:\n"
                      "  --help                      Print this help and exit\n"
-                     "  --trace debug|debug2|debug3 Write the library's messages of this level "
-                     "and below to standard error\n"
+                     "  --trace debug|debug2|debug3 Write the library's messages up to this "
+                     "level to standard error\n"
                      "\n"
                      "Examples:\n"
                      "  zeb-text unquote '\"my file\"'\n"
                      "\n"));
+    EXPECT_NE(
+        zebText({"replace", "--help"})
+            .out.find("Usage: zeb-text replace [OPTIONS] EXPRESSION TEMPLATE FILE [FILES...]\n"),
+        std::string::npos);
     EXPECT_NE(zebText({"edit", "--help"})
                   .out.find("Usage: zeb-text edit [OPTIONS] COMMAND "
                             "[FILE...]\n"),
