@@ -14,7 +14,7 @@ apt_get_or_main_suite() {
     local suite
     "$@" && return
     suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
-    echo "Trying again with $suite alone"
+    echo "Trying again with $suite alone" >&2
     "$@" -t "$suite"
 }
 
