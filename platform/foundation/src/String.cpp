@@ -3,6 +3,10 @@
 #include <zeb/foundation/Exception.hpp>
 #include <zeb/foundation/Format.hpp>
 
+#ifdef __i386__
+#include <fpu_control.h>
+#endif
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -84,8 +88,31 @@ T parseInteger(String const& text, int base, char const* type) {
     return static_cast<T>(static_cast<Magnitude>(0U - magnitude));
 }
 
+#ifdef __i386__
+/// While it lives, the coprocessor rounds each result to a double. The 32-bit from_chars multiplies
+/// doubles as if it did so by itself, and is one bit off when a product is rounded twice: the one
+/// of "332000e22" for example.
+class DoubleRounding {
+public:
+    DoubleRounding() noexcept {
+        _FPU_GETCW(saved_);
+        auto const precise = static_cast<fpu_control_t>((saved_ & ~_FPU_EXTENDED) | _FPU_DOUBLE);
+        _FPU_SETCW(precise);
+    }
+    DoubleRounding(DoubleRounding const&) = delete;
+    DoubleRounding& operator=(DoubleRounding const&) = delete;
+    ~DoubleRounding() { _FPU_SETCW(saved_); }
+
+private:
+    fpu_control_t saved_ = 0;
+};
+#endif
+
 template <typename T>
 T parseReal(String const& text, char const* type) {
+#ifdef __i386__
+    DoubleRounding const rounding;
+#endif
     std::string_view digits = text;
     if (!digits.empty() && digits.front() == '+') {
         digits.remove_prefix(1);
