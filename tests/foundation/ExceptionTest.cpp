@@ -15,7 +15,10 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
 using zeb::foundation::Exception;
 using zeb::foundation::FileSystemException;
 using zeb::foundation::OutOfBoundsException;
@@ -108,7 +111,8 @@ TYPED_TEST(ExceptionFamily, CopiesItsTexts) {
 TYPED_TEST(ExceptionFamily, VirtualFunctionsHaveTheirOrder) {
     TypeParam const exception("", 0, "", 0, nullptr, 0);
     std::string const own = std::string("zeb::foundation::") + TYPE_NAME<TypeParam>;
-    std::string const destructor = own + "::~" + TYPE_NAME<TypeParam> + "()";
+    // Destructors that do the same may share their code, and then go by the name of one of them.
+    auto const destructor = AllOf(StartsWith("zeb::foundation::"), HasSubstr("Exception::~"));
     EXPECT_THAT(
         zeb::test::virtualSlots(static_cast<Exception const&>(exception), 7),
         ElementsAre(destructor, destructor, "zeb::foundation::Exception::what() const",
