@@ -36,7 +36,7 @@ template <typename T>
 class ExceptionExhaustion : public testing::Test {};
 
 using Classes = testing::Types<ZEBNS2::BadRegexException, ZEBNS2::RegularExpressionException>;
-TYPED_TEST_SUITE(ExceptionExhaustion, Classes);
+TYPED_TEST_SUITE(ExceptionExhaustion, Classes, );
 
 TYPED_TEST(ExceptionExhaustion, CloneIsNullAndTheOriginalUsable) {
     TypeParam const exception("Unit", 12, "message", 7, nullptr, 9);

@@ -64,7 +64,8 @@ TYPED_TEST(RegexExceptions, CloneIsAnEqualObjectOfTheSameClass) {
     std::unique_ptr<Exception const> const clone(base.clone());
     ASSERT_NE(clone, nullptr);
     EXPECT_NE(clone.get(), &base);
-    EXPECT_EQ(typeid(*clone), typeid(TypeParam));
+    Exception const& copy = *clone;
+    EXPECT_EQ(typeid(copy), typeid(TypeParam));
     EXPECT_STREQ(clone->type(), exception.type());
     EXPECT_STREQ(clone->getFile(), "Unit");
     EXPECT_EQ(clone->getLine(), 12);
