@@ -4,7 +4,6 @@
 #include <zeb/foundation/FileSystem.hpp>
 #include <zeb/foundation/StringBuffer.hpp>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -76,10 +75,8 @@ void Output::line(std::string_view text) {
 }
 
 void Output::flush() {
-    // Taken out first, so that nothing is written twice when it fails.
-    std::string const bytes = std::move(buffer_);
+    writeAll(buffer_);
     buffer_.clear();
-    writeAll(bytes);
 }
 
 void Output::finish() {
@@ -125,16 +122,6 @@ Status searchStatus(bool allWell, bool found) {
         return FAILED;
     }
     return found ? DONE : NOTHING_FOUND;
-}
-
-void occupyStandardDescriptors() {
-    for (int const descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (::fcntl(descriptor, F_GETFD) == -1 && errno == EBADF) {
-            // The lowest free number is this one. Opened the wrong way round, so that its use
-            // fails.
-            ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-        }
-    }
 }
 
 }  // namespace zeb::cli

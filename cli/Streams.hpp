@@ -58,8 +58,4 @@ bool forEachName(Words const& names, std::function<void(std::string const& name)
 /// The exit status of a command that looks for something.
 [[nodiscard]] Status searchStatus(bool allWell, bool found);
 
-/// Sees to it that the standard descriptors are in use. One that the caller has closed would be
-/// given to the next file that is opened, and messages would go there.
-void occupyStandardDescriptors();
-
 }  // namespace zeb::cli

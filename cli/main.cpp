@@ -107,7 +107,6 @@ Status runAndFinish(Words const& words) {
 }  // namespace zeb::cli
 
 int main(int argc, char** argv) {
-    zeb::cli::occupyStandardDescriptors();
     // A reader that has gone away is an error of writing like any other.
     std::signal(SIGPIPE, SIG_IGN);
     return zeb::cli::runAndFinish(zeb::cli::Words(argv + (argc > 0 ? 1 : 0), argv + argc));

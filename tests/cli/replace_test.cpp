@@ -86,11 +86,11 @@ TEST(Replace, TellsWhenTheFileCouldNotBeWrittenCompletely) {
     EXPECT_LT(folder.contents("a").size(), text.size());
 }
 
-// A closed standard error would otherwise be the number that the file gets.
+// The file then gets the number of standard error.
 TEST(Replace, MessagesNeverGetIntoTheFile) {
     TemporaryFolder const folder;
     std::string const file = folder.file("a", "abc\n");
-    EXPECT_EQ(shell("\"$0\" replace --trace debug3 b x \"$1\" <&- >&- 2>&-", file), prints(""));
+    EXPECT_EQ(shell("exec \"$0\" replace --trace debug3 b x \"$1\" 2>&-", file), prints(""));
     EXPECT_EQ(folder.contents("a"), "axc\n");
 }
 
