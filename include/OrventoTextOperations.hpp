@@ -272,7 +272,8 @@ public:
 /// nothing is found.
 /// @return the date as it stands in the text; empty when there is none
 /// @par Complexity that of libc's matcher; the expression is compiled at each call.
-/// @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
+/// @throws RegularExpressionException when libc runs out of memory; else std::bad_alloc
+/// @par Thread safety reentrant.
 ///   extractGenericDate("at Tue Mar 14 09:26:53 2023.") == "Tue Mar 14 09:26:53 2023"
 ///   extractGenericDate("Tue Mar  4 09:26:53 2023") == ""
 /// @{
@@ -287,8 +288,8 @@ public:
 /// throughout, in either case of letters; the locale's notion of case holds. Up to three
 /// expressions are compiled at each call; they see the text up to its first NUL.
 /// @return bytes; 0 when there is no such unit
+/// @throws RegularExpressionException when libc runs out of memory; else std::bad_alloc
 /// @par Complexity that of libc's matcher. @par Thread safety reentrant.
-/// @par Exceptions `std::bad_alloc`.
 ///   get_unit_size("KB") == 1024      get_unit_size("10GB") == 1073741824      get_unit_size("k")
 ///   == 1024 get_unit_size("byte") == 1      get_unit_size("kib") == 0      get_unit_size("512") ==
 ///   0

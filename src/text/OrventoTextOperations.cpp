@@ -929,9 +929,8 @@ String search_replace(String const& text, String const& search, String const& re
         replaced.append(bytes.substr(pos, index - pos)).append(replacement);
         pos = index + search.length();
     }
-    replaced.append(bytes.substr(pos));
     // Without a hit the text itself is returned, which copies nothing.
-    String result = pos == 0 ? text : replaced.releaseString();
+    String const result = pos == 0 ? text : replaced.append(bytes.substr(pos)).releaseString();
     ZEB_LOG_DEBUG(logger, UNIT, Format("search_replace: Transformed '%1' to '%2'", text, result));
     return result;
 }
