@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -75,23 +74,40 @@ std::string failureOf(std::function<void()> const& edit) {
     return "";
 }
 
-/// Runs `check` in a child process that has called `prepare`. @return whether both were true
-bool inChild(std::function<bool()> const& prepare, std::function<bool()> const& check) {
-    pid_t const child = ::fork();
-    if (child == 0) {
-        ::_exit(prepare() && check() ? 0 : 1);
+/// Makes the process subject to the permissions of files while it lives; a superuser is not.
+class WithoutRights {
+public:
+    WithoutRights() : before_(::geteuid()) {
+        static constexpr uid_t NOBODY = 65534;
+        EXPECT_TRUE(before_ != 0 || ::seteuid(NOBODY) == 0);
     }
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
+    WithoutRights(WithoutRights const&) = delete;
+    WithoutRights& operator=(WithoutRights const&) = delete;
+    ~WithoutRights() { EXPECT_EQ(::seteuid(before_), 0); }
 
-/// Makes a child process subject to the permissions of files.
-bool dropRights() {
-    static constexpr uid_t NOBODY = 65534;
-    return ::geteuid() != 0 || ::seteuid(NOBODY) == 0;
-}
+private:
+    uid_t before_;
+};
+
+/// Stands for a full disk while it lives: what goes beyond `room` bytes of a file is not written.
+class FullDisk {
+public:
+    explicit FullDisk(rlim_t room) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+        EXPECT_EQ(::getrlimit(RLIMIT_FSIZE, &before_), 0);
+        rlimit const limit{room, before_.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    }
+    FullDisk(FullDisk const&) = delete;
+    FullDisk& operator=(FullDisk const&) = delete;
+    ~FullDisk() {
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &before_), 0);
+        std::signal(SIGXFSZ, handler_);
+    }
+
+private:
+    void (*handler_)(int);
+    rlimit before_{};
+};
 
 // ---------------------------------------------------------------------------- what it writes
 
@@ -276,24 +292,26 @@ TEST_F(UnprivilegedSed, NameWithANulIsNoFile) {
 TEST_F(UnprivilegedSed, FileThatMayNotBeWrittenStaysAsItIs) {
     std::string const file = write("a=1\n");
     ASSERT_EQ(::chmod(file.c_str(), 0444), 0);
-    EXPECT_TRUE(inChild(dropRights, [&] {
-        LogCapture const log;
-        return failureOf([&] { unprivilegedSed(file, RegularExpression("=", 0), ": "); }) ==
-                   "File cannot be written file: " + file &&
-               log.lines() ==
-                   std::vector<std::string>{debug("Getting info for file \"" + file + "\""),
-                                            debug2("Checking write status for \"" + file + "\"")};
-    }));
+    LogCapture const log;
+    {
+        WithoutRights const withoutRights;
+        EXPECT_EQ(failureOf([&] { unprivilegedSed(file, RegularExpression("=", 0), ": "); }),
+                  "File cannot be written file: " + file);
+    }
+    EXPECT_THAT(log.lines(), ElementsAre(debug("Getting info for file \"" + file + "\""),
+                                         debug2("Checking write status for \"" + file + "\"")));
     EXPECT_EQ(read(), "a=1\n");
 }
 
 TEST_F(UnprivilegedSed, FileThatMayNotBeReadStaysAsItIs) {
     std::string const file = write("a=1\n");
     ASSERT_EQ(::chmod(file.c_str(), 0222), 0);
-    EXPECT_TRUE(inChild(dropRights, [&] {
-        std::string const failure = failureOf([&] { unprivilegedSed(file, "=", ": "); });
-        return failure.find(file) != std::string::npos;
-    }));
+    std::string failure;
+    {
+        WithoutRights const withoutRights;
+        failure = failureOf([&] { unprivilegedSed(file, "=", ": "); });
+    }
+    EXPECT_NE(failure.find(file), std::string::npos) << failure;
     ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
     EXPECT_EQ(read(), "a=1\n");
 }
@@ -301,32 +319,24 @@ TEST_F(UnprivilegedSed, FileThatMayNotBeReadStaysAsItIs) {
 TEST_F(UnprivilegedSed, FileThatMayBeWrittenIsEditedWithoutOtherRights) {
     std::string const file = write("a=1\n");
     ASSERT_EQ(::chmod(file.c_str(), 0666), 0);
-    EXPECT_TRUE(inChild(dropRights, [&] {
+    {
+        WithoutRights const withoutRights;
         unprivilegedSed(file, "=", ": ");
-        return true;
-    }));
+    }
     EXPECT_EQ(read(), "a: 1\n");
 }
 
 // ---------------------------------------------------------------------------- while writing
 
 TEST_F(UnprivilegedSed, FullDiskLeavesTheFileShortWithoutAWord) {
-    static constexpr rlim_t ROOM = 10000;
+    static constexpr std::size_t ROOM = 10000;
     std::string const before(100000, 'a');
     std::string const file = write(before);
-    EXPECT_TRUE(inChild(
-        [] {
-            // Stands for a full disk: whatever goes beyond the limit cannot be written.
-            rlimit const limit{ROOM, ROOM};
-            return std::signal(SIGXFSZ, SIG_IGN) != SIG_ERR &&
-                   ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
-        },
-        [&] {
-            unprivilegedSed(file, "^a", "b");
-            return true;
-        }));
-    std::string const after = read();
-    EXPECT_EQ(after, ("b" + before.substr(1)).substr(0, ROOM));
+    {
+        FullDisk const fullDisk(ROOM);
+        EXPECT_NO_THROW(unprivilegedSed(file, "^a", "b"));
+    }
+    EXPECT_EQ(read(), ("b" + before.substr(1)).substr(0, ROOM));
 }
 
 TEST_F(UnprivilegedSed, FileThatCannotBeOpenedAfterTheChecksIsLeftWithoutAWord) {
