@@ -141,4 +141,11 @@ TEST(HostileXML, AChainOfEntitiesNeedsNoStack) {
     EXPECT_EQ(parse(parameter + "%" + last + "]><a>&z;</a>").getText(), "w");
 }
 
+TEST(HostileXML, ADeeplyNestedContentModelNeedsNoStack) {
+    std::size_t const depth = 200'000;
+    EXPECT_EQ(rejection("<!DOCTYPE a [<!ELEMENT a " + repeat("(", depth) + "b" +
+                        repeat(")", depth) + ">]><a/>"),
+              "");
+}
+
 }  // namespace

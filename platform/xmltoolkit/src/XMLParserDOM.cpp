@@ -1,15 +1,16 @@
 #include <zeb/xmltoolkit/XMLParserDOM.hpp>
 
 #include <expat.h>
+#include <sys/random.h>
 
-#include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <exception>
 #include <memory>
 #include <new>
-#include <random>
 #include <string_view>
+#include <system_error>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -31,7 +32,7 @@ constexpr char UNIT[] = "XMLParserDOM";
 
 /// libexpat takes lengths as `int` and keeps what a piece leaves over in a buffer whose size it
 /// doubles, so a piece must stay well below INT_MAX. Most texts are one piece, parsed in place.
-constexpr std::size_t PIECE_SIZE = std::size_t{64} << 20;
+constexpr std::size_t PIECE_SIZE = std::size_t{16} << 20;
 
 /// How much default attributes may add to a text, as libexpat limits it for entities.
 constexpr std::uint64_t MAXIMUM_AMPLIFICATION = 100;
@@ -47,6 +48,16 @@ constexpr std::uint64_t AMPLIFICATION_THRESHOLD = std::uint64_t{8} << 20;
 bool isVersion(std::string_view version) noexcept {
     return version.size() > 2 && version.substr(0, 2) == "1." &&
            version.find_first_not_of("0123456789", 2) == std::string_view::npos;
+}
+
+/// A number that who wrote the text cannot know. std::random_device would ask the processor for its
+/// abilities each time, which costs more than parsing a short text on a virtual machine.
+std::uint32_t secretNumber() {
+    std::uint32_t number = 0;
+    if (::getentropy(&number, sizeof number) != 0) {
+        throw std::system_error(errno, std::generic_category(), "getentropy");
+    }
+    return number;
 }
 
 /// The distinct names of a document under construction: an open hash table of their indexes.
@@ -155,9 +166,9 @@ class Parsing {
 public:
     explicit Parsing(std::string_view xml)
         : xml_(xml),
-          parser_(XML_ParserCreate(nullptr)),
           text_(xml.size()),
-          names_(std::random_device()(), text_) {
+          names_(secretNumber(), text_),
+          parser_(XML_ParserCreate(nullptr)) {
         if (parser_ == nullptr) {
             throw std::bad_alloc();
         }
@@ -306,7 +317,6 @@ private:
     };
 
     std::string_view xml_;
-    std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> parser_;
     StringBuffer text_;
     NameTable names_;
     Array<XMLDocument::Record> records_;
@@ -316,7 +326,9 @@ private:
     bool inText_ = false;
     /// Bytes that default attributes have added.
     std::uint64_t defaulted_ = 0;
+    /// What a handler has thrown.
     std::exception_ptr failure_;
+    std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> parser_;
 };
 
 }  // namespace
