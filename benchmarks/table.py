@@ -50,7 +50,7 @@ def read_times(results):
         if entry.get("aggregate_name") not in ("median", "cv"):
             continue
         work, contestant = entry["run_name"].split("/", 1)
-        contestant = re.sub(r"/real_time", "", contestant)
+        contestant = re.sub(r"/real_time|/iterations:\d+", "", contestant)
         record = times.setdefault(work, {}).setdefault(contestant, {})
         if entry["aggregate_name"] == "median":
             record["ns"] = entry["real_time"] * UNITS[entry["time_unit"]]
