@@ -183,15 +183,17 @@ void addNumbers() {
     }
     if (wanted("K8")) {
         static String text("1234567");
+        static int base = 10;
         Contest contest("K8", "string_to_number<int>", text.length());
         contest.add(LIBRARY, [] {
             benchmark::DoNotOptimize(text);
-            return ZEBNS2::string_to_number<int>(text, 10);
+            return ZEBNS2::string_to_number<int>(text, base);
         });
         contest.add(DIRECT, [] {
             benchmark::DoNotOptimize(text);
+            benchmark::DoNotOptimize(base);
             int number = 0;
-            std::from_chars(text.c_str(), text.c_str() + text.length(), number);
+            std::from_chars(text.c_str(), text.c_str() + text.length(), number, base);
             return number;
         });
         contest.aim(DIRECT, NEAR);
