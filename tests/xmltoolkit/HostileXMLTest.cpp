@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "ParseHelpers.hpp"
+#include "Parse.hpp"
 
 using zeb::test::parse;
 using zeb::test::rejection;

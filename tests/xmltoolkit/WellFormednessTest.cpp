@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "ParseHelpers.hpp"
+#include "Parse.hpp"
 
 using zeb::test::parse;
 using zeb::test::rejection;

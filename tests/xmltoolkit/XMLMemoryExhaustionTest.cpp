@@ -7,7 +7,7 @@
 #include <zeb/xmltoolkit/XMLParserDOM.hpp>
 
 #include "FailingMalloc.hpp"
-#include "ParseHelpers.hpp"
+#include "Parse.hpp"
 
 using zeb::foundation::String;
 using zeb::test::exhaust;

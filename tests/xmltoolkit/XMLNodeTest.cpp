@@ -9,7 +9,7 @@
 #include <zeb/foundation/Exception.hpp>
 #include <zeb/foundation/Format.hpp>
 
-#include "ParseHelpers.hpp"
+#include "Parse.hpp"
 
 using zeb::foundation::Array;
 using zeb::foundation::Format;

@@ -6,7 +6,7 @@
 #include <string>
 #include <type_traits>
 
-#include "ParseHelpers.hpp"
+#include "Parse.hpp"
 
 using zeb::foundation::Exception;
 using zeb::test::inUTF16;

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "ParseHelpers.hpp"
+#include "Parse.hpp"
 #include "Random.hpp"
 
 using zeb::test::parse;
