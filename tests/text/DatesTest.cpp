@@ -150,7 +150,7 @@ TEST(GetCurrentCIMDateTime, IsTheSystemClocksTimeInUTCUnderEachTimeZone) {
         SCOPED_TRACE(zone);
         EnvironmentVariable const variable("TZ", zone);
         std::int64_t const earliest = std::time(nullptr) - 1;  // time() may be a tick behind
-        std::string const now(std::string_view(ZEBNS2::getCurrentCIMDateTime()));
+        std::string const now = ZEBNS2::getCurrentCIMDateTime().c_str();
         std::int64_t const latest = std::time(nullptr) + 1;
         std::optional<std::int64_t> const seconds = secondsOf(now);
         ASSERT_TRUE(seconds) << now;

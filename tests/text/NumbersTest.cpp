@@ -44,7 +44,7 @@ template <typename T>
 class IntegerTypes : public testing::Test {};
 using Integers = testing::Types<signed char, short, int, long long, unsigned char, unsigned short,
                                 unsigned int, unsigned long long>;
-TYPED_TEST_SUITE(IntegerTypes, Integers);
+TYPED_TEST_SUITE(IntegerTypes, Integers, );
 
 TYPED_TEST(IntegerTypes, ReturnTheTypeItself) {
     static_assert(std::is_same_v<decltype(string_to_number<TypeParam>("1", 10)), TypeParam>);

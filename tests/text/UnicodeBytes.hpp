@@ -17,7 +17,8 @@ inline ZEBNS2::Array<char> arrayOf(std::string_view bytes) {
 }
 
 inline ZEBNS2::Array<unsigned char> unsignedArrayOf(std::string_view bytes) {
-    return ZEBNS2::Array<unsigned char>(bytes.begin(), bytes.end());
+    auto const* const first = reinterpret_cast<unsigned char const*>(bytes.data());
+    return ZEBNS2::Array<unsigned char>(first, first + bytes.size());
 }
 
 inline ZEBNS2::Array<unsigned short> arrayOf(std::u16string_view units) {

@@ -27,11 +27,10 @@ std::string debug(std::string const& text) { return "DEBUG zeb.common.TextOperat
 TEST(IsValidXMLCharacter, FormFeedCountsAsValid) { EXPECT_TRUE(isValidXMLCharacter(0x000C)); }
 
 TEST(IsValidXMLCharacter, BordersOfEachRange) {
-    for (unsigned int const unit :
-         {0x0009, 0x000A, 0x000C, 0x000D, 0x0020, 0xD7FF, 0xE000, 0xFFFD}) {
+    for (int const unit : {0x0009, 0x000A, 0x000C, 0x000D, 0x0020, 0xD7FF, 0xE000, 0xFFFD}) {
         EXPECT_TRUE(isValidXMLCharacter(static_cast<unsigned short>(unit))) << unit;
     }
-    for (unsigned int const unit :
+    for (int const unit :
          {0x0000, 0x0008, 0x000B, 0x000E, 0x001F, 0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xFFFE, 0xFFFF}) {
         EXPECT_FALSE(isValidXMLCharacter(static_cast<unsigned short>(unit))) << unit;
     }
