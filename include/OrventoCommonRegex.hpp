@@ -1,7 +1,5 @@
 #pragma once
 
-#include <regex.h>
-
 #include <zeb/foundation/Array.hpp>
 #include <zeb/foundation/Exception.hpp>
 #include <zeb/foundation/Export.hpp>
@@ -10,7 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <string_view>
 #include <utility>
 
 /// @file
@@ -237,18 +234,11 @@ public:
 
 private:
     friend class GroupSearch;
-
-    struct Release {
-        void operator()(regex_t* compiled) const noexcept;
-    };
-
-    bool search(std::string_view subject, regmatch_t* slots, std::size_t slotCount,
-                int flags) const noexcept;
-    bool find(std::string_view subject, regmatch_t& match) const noexcept;
+    class Compiled;
 
     String pattern_;
     CompilationOptions options_;
-    std::unique_ptr<regex_t, Release> compiled_;
+    std::unique_ptr<Compiled const> compiled_;
 };
 
 /// `expression.matches(subject)` as a function.

@@ -3,6 +3,7 @@
 #include "CompileExpression.hpp"
 
 #include <pthread.h>
+#include <regex.h>
 
 #include <zeb/foundation/FileSystem.hpp>
 #include <zeb/foundation/Format.hpp>
@@ -11,9 +12,14 @@
 #include <zeb/foundation/StringBuffer.hpp>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <fstream>
 #include <ios>
+#include <memory>
 #include <new>
+#include <string_view>
+#include <utility>
 
 // Regular expressions, then the sed engine on top of them.
 //
@@ -107,19 +113,70 @@ void appendLiteral(StringBuffer& expression, char byte, std::string_view operato
 
 }  // namespace
 
+/// The C library's form of a pattern.
+class RegularExpression::Compiled {
+public:
+    Compiled(String const& pattern, CompilationOptions options) {
+        int const error =
+            compileExpression(expression_, pattern.c_str(), compilationFlags(options));
+        if (error != 0) {
+            String const message = Format(
+                "Error creating regular expression: %1  The faulty expression (%2) is: \"%3\"",
+                compilationError(error, expression_).data(), optionsText(options), pattern);
+            throw RegularExpressionException(UNIT, RegularExpressionException::SOURCE_LINE,
+                                             message.c_str(), Exception::NO_CODE, nullptr,
+                                             Exception::NO_CODE);
+        }
+    }
+    Compiled(Compiled const&) = delete;
+    Compiled& operator=(Compiled const&) = delete;
+    ~Compiled() { ::regfree(&expression_); }
+
+    std::size_t groups() const noexcept { return expression_.re_nsub; }
+
+    /// Whether there is a match in `subject`, which holds no NUL; if so, it stands in the slots.
+    /// @param slotCount at least 1
+    /// @param flags flags of regexec
+    bool search(std::string_view subject, regmatch_t* slots, std::size_t slotCount,
+                int flags) const noexcept {
+        if (subject.size() > MAX_SUBJECT_LENGTH) {
+            return false;
+        }
+        auto const length = static_cast<regoff_t>(subject.size());
+        slots[0].rm_so = 0;
+        slots[0].rm_eo = length;
+        if (::regexec(&expression_, subject.data(), slotCount, slots, flags | REG_STARTEND) != 0) {
+            return false;
+        }
+        // Nobody reads outside the subject, whatever the C library answers.
+        return 0 <= slots[0].rm_so && slots[0].rm_so <= slots[0].rm_eo && slots[0].rm_eo <= length;
+    }
+
+    /// The first match in `subject` up to its NUL.
+    bool find(std::string_view subject, regmatch_t& match) const noexcept {
+        return search(upToNul(subject), &match, 1, /*flags=*/0);
+    }
+
+private:
+    regex_t expression_{};
+};
+
 /// An expression and the slots for its match and groups, which serve one search after the other.
 class GroupSearch {
 public:
     /// With as many slots as the expression can fill.
     explicit GroupSearch(RegularExpression const& expression)
-        : GroupSearch(expression, expression.compiled_ ? expression.compiled_->re_nsub + 1 : 1) {}
+        : GroupSearch(expression, expression.compiled_ ? expression.compiled_->groups() + 1 : 1) {}
 
     GroupSearch(RegularExpression const& expression, std::size_t slotCount)
-        : expression_(expression), slotCount_(slotCount), slots_(new regmatch_t[slotCount]) {}
+        : compiled_(expression.compiled_.get()),
+          slotCount_(slotCount),
+          slots_(new regmatch_t[slotCount]) {}
 
     /// Whether there is a match in `subject`, which holds no NUL.
     bool find(std::string_view subject) noexcept {
-        return expression_.search(subject, slots_.get(), slotCount_, /*flags=*/0);
+        return compiled_ != nullptr &&
+               compiled_->search(subject, slots_.get(), slotCount_, /*flags=*/0);
     }
 
     /// The match found last.
@@ -135,7 +192,7 @@ public:
     }
 
 private:
-    RegularExpression const& expression_;
+    RegularExpression::Compiled const* compiled_;
     std::size_t slotCount_;
     std::unique_ptr<regmatch_t[]> slots_;
 };
@@ -156,11 +213,6 @@ RegularExpressionException* RegularExpressionException::clone() const noexcept {
 }
 
 void RegularExpressionException::rethrow() const { throw *this; }
-
-void RegularExpression::Release::operator()(regex_t* compiled) const noexcept {
-    ::regfree(compiled);
-    delete compiled;
-}
 
 RegularExpression::RegularExpression(String const& pattern, CompilationOptions options)
     : options_(0) {
@@ -191,48 +243,17 @@ void RegularExpression::replace(String const& pattern, CompilationOptions option
     pattern_ = pattern;
     options_ = options;
     compiled_.reset();
-    // Not in compiled_ yet: after a failure there is nothing to regfree.
-    auto compiled = std::make_unique<regex_t>();
-    int const error = compileExpression(*compiled, pattern_.c_str(), compilationFlags(options_));
-    if (error != 0) {
-        String const message =
-            Format("Error creating regular expression: %1  The faulty expression (%2) is: \"%3\"",
-                   compilationError(error, *compiled).data(), optionsText(options_), pattern_);
-        throw RegularExpressionException(UNIT, RegularExpressionException::SOURCE_LINE,
-                                         message.c_str(), Exception::NO_CODE, nullptr,
-                                         Exception::NO_CODE);
-    }
-    compiled_.reset(compiled.release());
-}
-
-/// Whether there is a match in `subject`, which holds no NUL; if so, it stands in the slots.
-/// @param slotCount at least 1
-/// @param flags flags of regexec
-bool RegularExpression::search(std::string_view subject, regmatch_t* slots, std::size_t slotCount,
-                               int flags) const noexcept {
-    if (!compiled_ || subject.size() > MAX_SUBJECT_LENGTH) {
-        return false;
-    }
-    slots[0].rm_so = 0;
-    slots[0].rm_eo = static_cast<regoff_t>(subject.size());
-    return ::regexec(compiled_.get(), subject.data(), slotCount, slots, flags | REG_STARTEND) ==
-               0 &&
-           slots[0].rm_so >= 0;
-}
-
-/// The first match in `subject` up to its NUL.
-bool RegularExpression::find(std::string_view subject, regmatch_t& match) const noexcept {
-    return search(upToNul(subject), &match, 1, /*flags=*/0);
+    compiled_ = std::make_unique<Compiled const>(pattern_, options_);
 }
 
 bool RegularExpression::matches(String const& subject) const noexcept {
     regmatch_t match;
-    return find(subject, match);
+    return compiled_ && compiled_->find(subject, match);
 }
 
 String RegularExpression::matching_substring(String const& subject) const {
     regmatch_t match;
-    if (!find(subject, match)) {
+    if (!compiled_ || !compiled_->find(subject, match)) {
         return String();
     }
     return textOf(subject, offsetsOf(match));
@@ -240,7 +261,7 @@ String RegularExpression::matching_substring(String const& subject) const {
 
 std::pair<int, int> RegularExpression::first_match(char const* subject) const noexcept {
     regmatch_t match;
-    if (subject == nullptr || !find(subject, match)) {
+    if (subject == nullptr || !compiled_ || !compiled_->find(subject, match)) {
         return {-1, -1};
     }
     return {match.rm_so, match.rm_eo};
@@ -255,10 +276,10 @@ Array<OffsetPair> RegularExpression::all_unique_matches(String const& subject) c
     Array<OffsetPair> ranges;
     std::string_view const seen = upToNul(subject);
     std::size_t offset = 0;
-    while (offset < subject.length()) {
+    while (compiled_ && offset < subject.length()) {
         regmatch_t match;
         // REG_NOTBOL at the first search too: this system's behaviour.
-        if (!search(seen.substr(offset), &match, 1, REG_NOTBOL)) {
+        if (!compiled_->search(seen.substr(offset), &match, 1, REG_NOTBOL)) {
             break;
         }
         ranges.append(offsetsOf(match, offset));
@@ -311,7 +332,7 @@ Array<String> RegularExpression::matching_substring(Array<String> const& lines) 
 String RegularExpression::first_matching_substring(Array<String> const& lines) const {
     for (String const& line : lines) {
         regmatch_t match;
-        if (find(line, match)) {
+        if (compiled_ && compiled_->find(line, match)) {
             return textOf(line, offsetsOf(match));
         }
     }
@@ -323,7 +344,7 @@ Array<String> RegularExpression::all_matching_lines(Array<String> const& lines) 
     for (String const& line : lines) {
         regmatch_t match;
         // An empty match does not count: this system's behaviour.
-        if (find(line, match) && match.rm_so != match.rm_eo) {
+        if (compiled_ && compiled_->find(line, match) && match.rm_so != match.rm_eo) {
             matching.append(line);
         }
     }

@@ -10,8 +10,10 @@
 #include <regex.h>
 
 #include <cstddef>
+#include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -22,6 +24,8 @@ std::vector<int> searchFlags;
 /// What was compiled and must still be freed.
 std::set<regex_t const*> compiled;
 int errorTexts = 0;
+/// What regexec is made to answer.
+std::optional<regmatch_t> forgedMatch;
 /// Off at exit, when globals are freed and `compiled` is gone.
 bool watching = false;
 
@@ -54,6 +58,10 @@ int regexec(regex_t const* expression, char const* subject, std::size_t slotCoun
             regmatch_t* slots, int flags) {
     slotCounts.push_back(slotCount);
     searchFlags.push_back(flags);
+    if (forgedMatch) {
+        slots[0] = *forgedMatch;
+        return 0;
+    }
     return libc<decltype(regexec)>("regexec")(expression, subject, slotCount, slots, flags);
 }
 
@@ -208,6 +216,23 @@ TEST_F(LibcCalls, DeletionTestsEachLineOnce) {
     EXPECT_EQ(slotCounts.size(), 2u + 4u) << "the command by two expressions, then the lines";
     EXPECT_EQ(compiled.size(), 2u) << "the expressions for the command, which live on";
     compiled.clear();
+}
+
+TEST_F(LibcCalls, MatchOutsideTheSubjectIsNone) {
+    RegularExpression const expression("a", 0);
+    constexpr regmatch_t FORGED[] = {{-1, -1}, {-1, 2}, {2, 1}, {0, 4}, {4, 4}};
+    for (regmatch_t const& match : FORGED) {
+        SCOPED_TRACE(testing::PrintToString(std::pair(match.rm_so, match.rm_eo)));
+        forgedMatch = match;
+        EXPECT_FALSE(expression.matches("xaz"));
+        EXPECT_EQ(expression.first_match("xaz"), std::pair(-1, -1));
+        EXPECT_EQ(expression.matching_substring("xaz"), "");
+        EXPECT_EQ(ZEBNS2::sed("xaz", expression, "b"), "xaz");
+        EXPECT_THAT(expression.all_unique_matches("xaz"), IsEmpty());
+    }
+    forgedMatch = regmatch_t{1, 3};
+    EXPECT_EQ(expression.matching_substring("xaz"), "az");
+    forgedMatch.reset();
 }
 
 }  // namespace
