@@ -1,5 +1,7 @@
 #include "bench.hpp"
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
@@ -21,6 +23,18 @@ std::regex& selection() {
 }
 
 }  // namespace
+
+double processorSeconds() {
+    double seconds = 0;
+    for (int const who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+        rusage used{};
+        ::getrusage(who, &used);
+        for (timeval const& time : {used.ru_utime, used.ru_stime}) {
+            seconds += static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+        }
+    }
+    return seconds;
+}
 
 Family::Family(void (*registerWorks)()) { families().push_back(registerWorks); }
 

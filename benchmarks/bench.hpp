@@ -22,6 +22,9 @@ inline constexpr char LIBRARY[] = "library";
 /// that inputs nobody needs are not made.
 [[nodiscard]] bool wanted(std::string_view name);
 
+/// Processor time used so far by this process and by those that it started and that have ended.
+[[nodiscard]] double processorSeconds();
+
 /// A function that registers works, to be run by main; a source file's way to join the program.
 struct Family {
     explicit Family(void (*registerWorks)());
@@ -76,12 +79,16 @@ public:
         std::size_t const bytes = bytes_;
         auto* const registered = benchmark::RegisterBenchmark(
             benchmarkName.c_str(), [work, bytes](benchmark::State& state) mutable {
+                double const start = processorSeconds();
                 for ([[maybe_unused]] auto _ : state) {
                     benchmark::DoNotOptimize(work());
                 }
+                auto const runs = static_cast<double>(state.iterations());
+                state.counters["processor_seconds"] = (processorSeconds() - start) / runs;
+                state.counters["bytes"] = static_cast<double>(bytes);
                 state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
             });
-        // Processes do their work outside this one's processor time.
+        // By this process's own processor time one that starts others would never run long enough.
         registered->UseRealTime();
         return *this;
     }

@@ -53,11 +53,12 @@ def read_times(results):
         contestant = re.sub(r"/real_time|/iterations:\d+", "", contestant)
         record = times.setdefault(work, {}).setdefault(contestant, {})
         if entry["aggregate_name"] == "median":
-            record["ns"] = entry["real_time"] * UNITS[entry["time_unit"]]
-            record["bytes_per_second"] = entry.get("bytes_per_second")
+            seconds = entry.get("processor_seconds", entry["cpu_time"] * UNITS[entry["time_unit"]] / 1e9)
+            record["ns"] = seconds * 1e9
+            record["bytes_per_second"] = entry["bytes"] / seconds if "bytes" in entry else None
             record["items_per_second"] = entry.get("items_per_second")
         else:
-            record["spread"] = 100 * entry["real_time"]
+            record["spread"] = 100 * entry.get("processor_seconds", entry["cpu_time"])
     return times
 
 
@@ -73,8 +74,8 @@ def print_aims(aims, ratios):
 
 
 def print_works(times, works):
-    print("Time of the library, its spread, its throughput; then the time of each other as a multiple of the "
-          "library's\n(above 1 the library is faster); then the multiples aimed at.\n")
+    print("Processor time of the library, its spread, its throughput; then the time of each other as a multiple of "
+          "the library's\n(above 1 the library is faster); then the multiples aimed at.\n")
     for work, (title, aims) in works.items():
         if "@" in work or LIBRARY not in times.get(work, {}):
             continue
