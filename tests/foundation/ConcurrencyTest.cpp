@@ -12,9 +12,11 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <ostream>
 #include <set>
 #include <sstream>
 #include <stdexcept>
+#include <streambuf>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -243,8 +245,26 @@ TEST(ConcurrentLogging, EndsWithItsAppenderWhenItIsSwitchedOff) {
     EXPECT_EQ(ended, made);
 }
 
+/// Keeps what is written, and lets other threads go first after each piece.
+class Yielding : public std::streambuf {
+public:
+    std::string bytes;
+
+protected:
+    std::streamsize xsputn(char const* piece, std::streamsize count) override {
+        bytes.append(piece, static_cast<std::size_t>(count));
+        std::this_thread::yield();
+        return count;
+    }
+    int_type overflow(int_type byte) override {
+        bytes.push_back(traits_type::to_char_type(byte));
+        return byte;
+    }
+};
+
 TEST(ConcurrentLogging, LinesOfAStreamStayWhole) {
-    std::ostringstream stream;
+    Yielding buffer;
+    std::ostream stream(&buffer);
     Logger::setDefault(Logger::DEBUG_LEVEL,
                        IntrusiveReference<LogAppender>(new StreamAppender(stream)));
     inAllThreads([&](int number) {
@@ -255,7 +275,7 @@ TEST(ConcurrentLogging, LinesOfAStreamStayWhole) {
         }
     });
     Logger::setDefault(Logger::NO_LEVEL, IntrusiveReference<LogAppender>());
-    std::istringstream lines(stream.str());
+    std::istringstream lines(buffer.bytes);
     std::vector<int> count(THREADS);
     for (std::string line; std::getline(lines, line);) {
         ASSERT_EQ(line.size(), std::string_view("DEBUG zeb.test: ").size() + 50) << line;

@@ -73,6 +73,12 @@ TEST(FormatPlaceholders, WithoutArgumentsDigitsStayAndPercentSignsAreHalved) {
     EXPECT_EQ(format("%0 %1 %9 %% %"), "%0 %1 %9 % %");
 }
 
+TEST(FormatPlaceholders, NothingIsReadBehindTheText) {
+    constexpr std::string_view TEXT = "%1%1%%";
+    EXPECT_EQ(format(TEXT.substr(0, 3), "a"), "a%");  // a digit would follow
+    EXPECT_EQ(format(TEXT.substr(0, 5), "a"), "aa%");
+}
+
 TEST(FormatPlaceholders, NineArgumentsAreReached) {
     EXPECT_EQ(format("%9%8%7%6%5%4%3%2%1%0", 1, 2, 3, 4, 5, 6, 7, 8, 9), "987654321%0");
     EXPECT_EQ(format("%1%9", 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11), "19");

@@ -419,6 +419,10 @@ TEST(StringAppend, TakesItsOwnTerminatingNul) {
         expectBytes(text, "abab\0"sv);
         text += std::string_view(text.c_str(), 6);
         expectBytes(text, "abab\0abab\0\0"sv);
+        String full("cd");
+        String const copyOfFull = shared ? full : String();
+        full += std::string_view(full.c_str() + 2, 1);
+        expectBytes(full, "cd\0"sv);
     }
 }
 
@@ -523,6 +527,20 @@ TEST(StringComparison, WithOtherTexts) {
     EXPECT_TRUE(text < "abc");
     EXPECT_TRUE(text > "aa");
 }
+
+/// Names as used where the whole namespace is at hand.
+namespace everything {
+using namespace zeb::foundation;
+
+TEST(StringComparison, LeavesTheOperatorsOfOtherTextsAlone) {
+    // A text of another kind could become a String; that must not make these ambiguous.
+    EXPECT_TRUE("ab"sv == "ab");
+    EXPECT_TRUE("ab" != "abc"sv);
+    EXPECT_TRUE(std::string("ab") == "ab");
+    EXPECT_TRUE("ab"sv < "abc");
+    EXPECT_EQ(std::string("a") + "b", "ab");
+}
+}  // namespace everything
 
 TEST(StringOutput, WritesAllBytesWithWidthAndFill) {
     std::ostringstream out;

@@ -67,6 +67,18 @@ TEST(UTF8Utils, ValuesBeyondTheLastCodePointAreReplaced) {
     }
 }
 
+TEST(UTF8Utils, TheInlineFormWritesTheSameAndNoMore) {
+    for (unsigned int const codePoint :
+         {0U, 0x7FU, 0x80U, 0x7FFU, 0x800U, 0xD7FFU, 0xD800U, 0xDFFFU, 0xE000U, 0xFFFFU, 0x10000U,
+          0x10FFFFU, 0x110000U}) {
+        std::string bytes(zeb::foundation::UTF8Utils::MAX_LENGTH + 1, '#');
+        char* const end = zeb::foundation::UTF8Utils::encode(codePoint, bytes.data());
+        auto const length = static_cast<std::size_t>(end - bytes.data());
+        EXPECT_EQ(bytes.substr(0, length), encode(codePoint)) << codePoint;
+        EXPECT_EQ(bytes.substr(length), std::string(bytes.size() - length, '#')) << codePoint;
+    }
+}
+
 TEST(UTF8Utils, AppendsToWhatIsThere) {
     StringBuffer buffer(1);
     buffer.append("x");

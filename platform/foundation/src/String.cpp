@@ -66,9 +66,7 @@ T parseInteger(String const& text, int base, char const* type) {
     if (negative || (!digits.empty() && digits.front() == '+')) {
         digits.remove_prefix(1);
     }
-    bool const prefixed = base == 16 && digits.size() > 2 && digits[0] == '0' &&
-                          (digits[1] == 'x' || digits[1] == 'X');
-    if (prefixed) {
+    if (base == 16 && (digits.substr(0, 2) == "0x" || digits.substr(0, 2) == "0X")) {
         digits.remove_prefix(2);
     }
     // The magnitude is read unsigned: from_chars takes "-80" but not "-0x80", and of an unsigned

@@ -23,6 +23,16 @@ class String;
 /// A list of lines or tokens.
 using StringArray = Array<String>;
 
+namespace detail {
+/// Enables an operator for operands that read as bytes but are no `String`: literals, views, ...
+template <typename T>
+using IfOtherText = std::enable_if_t<
+    std::is_convertible_v<T const&, std::string_view> && !std::is_same_v<T, String>, int>;
+
+/// `head` and `tail` joined with one allocation.
+[[nodiscard]] ZEB_EXPORT String prepended(std::string_view head, String const& tail);
+}  // namespace detail
+
 /// An immutable-by-sharing byte string: reference-counted, copied on write.
 ///
 /// It holds any bytes, NUL included (UTF-8 where the text is Unicode), and always ends its memory
@@ -166,6 +176,55 @@ public:
     [[nodiscard]] std::uint64_t toUInt64(int base = 10) const;
     /// @}
 
+    // The operators are friends, so that they are considered where an operand is a String, and not
+    // for any two operands that could become one.
+
+    /// @name Comparison by unsigned bytes
+    /// @{
+    friend bool operator==(String const& a, String const& b) noexcept {
+        return std::string_view(a) == std::string_view(b);
+    }
+    template <typename T, detail::IfOtherText<T> = 0>
+    friend bool operator==(String const& a, T const& b) noexcept {
+        return std::string_view(a) == std::string_view(b);
+    }
+    template <typename T, detail::IfOtherText<T> = 0>
+    friend bool operator==(T const& a, String const& b) noexcept {
+        return std::string_view(a) == std::string_view(b);
+    }
+    friend bool operator!=(String const& a, String const& b) noexcept { return !(a == b); }
+    template <typename T, detail::IfOtherText<T> = 0>
+    friend bool operator!=(String const& a, T const& b) noexcept {
+        return !(a == b);
+    }
+    template <typename T, detail::IfOtherText<T> = 0>
+    friend bool operator!=(T const& a, String const& b) noexcept {
+        return !(a == b);
+    }
+    friend bool operator<(String const& a, String const& b) noexcept {
+        return std::string_view(a) < std::string_view(b);
+    }
+    friend bool operator>(String const& a, String const& b) noexcept { return b < a; }
+    friend bool operator<=(String const& a, String const& b) noexcept { return !(b < a); }
+    friend bool operator>=(String const& a, String const& b) noexcept { return !(a < b); }
+    /// @}
+
+    /// @name Concatenation
+    /// @{
+    [[nodiscard]] friend String operator+(String a, std::string_view b) {
+        a += b;
+        return a;
+    }
+    [[nodiscard]] friend String operator+(String a, char b) {
+        a += b;
+        return a;
+    }
+    template <typename T, detail::IfOtherText<T> = 0>
+    [[nodiscard]] friend String operator+(T const& a, String const& b) {
+        return detail::prepended(std::string_view(a), b);
+    }
+    /// @}
+
     // ---------------------------------------------------------------- not API
 
 private:
@@ -189,62 +248,6 @@ private:
 };
 
 inline void swap(String& a, String& b) noexcept { a.swap(b); }
-
-namespace detail {
-/// Enables an operator for operands that read as bytes but are no `String`: literals, views, ...
-template <typename T>
-using IfOtherText = std::enable_if_t<
-    std::is_convertible_v<T const&, std::string_view> && !std::is_same_v<T, String>, int>;
-
-/// `head` and `tail` joined with one allocation.
-[[nodiscard]] ZEB_EXPORT String prepended(std::string_view head, String const& tail);
-}  // namespace detail
-
-/// @name Comparison by unsigned bytes
-/// @{
-inline bool operator==(String const& a, String const& b) noexcept {
-    return std::string_view(a) == std::string_view(b);
-}
-template <typename T, detail::IfOtherText<T> = 0>
-bool operator==(String const& a, T const& b) noexcept {
-    return std::string_view(a) == std::string_view(b);
-}
-template <typename T, detail::IfOtherText<T> = 0>
-bool operator==(T const& a, String const& b) noexcept {
-    return std::string_view(a) == std::string_view(b);
-}
-inline bool operator!=(String const& a, String const& b) noexcept { return !(a == b); }
-template <typename T, detail::IfOtherText<T> = 0>
-bool operator!=(String const& a, T const& b) noexcept {
-    return !(a == b);
-}
-template <typename T, detail::IfOtherText<T> = 0>
-bool operator!=(T const& a, String const& b) noexcept {
-    return !(a == b);
-}
-inline bool operator<(String const& a, String const& b) noexcept {
-    return std::string_view(a) < std::string_view(b);
-}
-inline bool operator>(String const& a, String const& b) noexcept { return b < a; }
-inline bool operator<=(String const& a, String const& b) noexcept { return !(b < a); }
-inline bool operator>=(String const& a, String const& b) noexcept { return !(a < b); }
-/// @}
-
-/// @name Concatenation
-/// @{
-[[nodiscard]] inline String operator+(String a, std::string_view b) {
-    a += b;
-    return a;
-}
-[[nodiscard]] inline String operator+(String a, char b) {
-    a += b;
-    return a;
-}
-template <typename T, detail::IfOtherText<T> = 0>
-[[nodiscard]] String operator+(T const& a, String const& b) {
-    return detail::prepended(std::string_view(a), b);
-}
-/// @}
 
 /// Writes the bytes, field width and fill applied as for `std::string_view`.
 ZEB_EXPORT std::ostream& operator<<(std::ostream& out, String const& text);
