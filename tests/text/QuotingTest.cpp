@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -248,6 +249,18 @@ TEST(Untokenize, PutsTheSeparatorBetweenButNotBehind) {
     EXPECT_EQ(ZEBNS2::untokenize({"", "", ""}, "-"), "--");
     EXPECT_EQ(ZEBNS2::untokenize({"", ""}, ""), "");
     EXPECT_EQ(ZEBNS2::untokenize({String("\0"sv), "b"}, String("\0-"sv)), "\0\0-b"sv);
+}
+
+TEST(Untokenize, LengthBeyondTheAddressSpaceRunsOutOfMemory) {
+    if (sizeof(std::size_t) > 4) {
+        GTEST_SKIP() << "no list is that long on this machine";
+    }
+    String const separator(std::string(65'536, '-'));
+    EXPECT_THROW((void)ZEBNS2::untokenize(StringArray(65'537), separator), std::bad_alloc);
+    StringArray parts(65'536);
+    parts.append(separator);  // the separators alone would be short of it by 65,536
+    parts.remove(0);
+    EXPECT_THROW((void)ZEBNS2::untokenize(parts, separator), std::bad_alloc);
 }
 
 TEST(Untokenize, UndoesTokenizing) {
