@@ -36,6 +36,8 @@ TEST(DateTime, KeepsSecondsAndMicroseconds) {
         {-1, 1000000, 0, 0},             //
         {1LL << 40, 0, 1LL << 40, 0},    // far behind 2038
         {std::numeric_limits<std::int64_t>::min(), 1, std::numeric_limits<std::int64_t>::min(), 1},
+        {std::numeric_limits<std::int64_t>::max(), 1000001,
+         std::numeric_limits<std::int64_t>::max(), 1},  // no overflow
     };
     for (Row const& row : ROWS) {
         SCOPED_TRACE(row.seconds);

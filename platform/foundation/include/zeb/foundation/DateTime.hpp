@@ -13,7 +13,8 @@ public:
     /// The start of 1970, UTC.
     DateTime() noexcept = default;
     /// @param seconds since the start of 1970, UTC; 64 bits on every machine
-    /// @param microseconds 0 to 999,999, added to them; greater values are carried over
+    /// @param microseconds 0 to 999,999, added to them; greater values are carried over, up to
+    ///   the greatest number of seconds
     explicit DateTime(std::int64_t seconds, std::uint32_t microseconds = 0) noexcept;
 
     /// Takes the system clock's time.
