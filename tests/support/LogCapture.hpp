@@ -3,6 +3,7 @@
 #include <zeb/foundation/IntrusiveReference.hpp>
 #include <zeb/foundation/Logger.hpp>
 
+#include <cerrno>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -23,7 +24,7 @@ struct CapturedMessage {
     std::string function;
 };
 
-/// Records all messages; thread-safe.
+/// Records all messages; thread-safe. Like a real log it changes `errno`.
 class RecordingAppender : public foundation::LogAppender {
 public:
     void append(foundation::LogMessage const& message) override {
@@ -32,6 +33,7 @@ public:
                              std::string(std::string_view(message.category)),
                              std::string(std::string_view(message.text)), message.file,
                              message.line, message.function});
+        errno = EXDEV;
     }
 
     std::vector<CapturedMessage> messages() const {

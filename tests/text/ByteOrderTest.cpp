@@ -22,6 +22,7 @@ namespace {
 using namespace std::string_view_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 using zeb::common::JORLibraryException;
 using zeb::foundation::Logger;
 using zeb::foundation::OutOfBoundsException;
@@ -225,11 +226,17 @@ TEST(ConvertToUTF8, SaysWhatItHasDetected) {
     }
 }
 
-TEST(ConvertToUTF8, KeepsErrnoAndIsSilentBelowDebugLevel) {
-    LogCapture const log(Logger::INFO_LEVEL);
+TEST(ConvertToUTF8, KeepsErrno) {
+    LogCapture const log;
     errno = ENOTTY;
     (void)convertToUTF8(arrayOf("plain"));
     EXPECT_EQ(errno, ENOTTY);
+    EXPECT_THAT(log.lines(), SizeIs(2));
+}
+
+TEST(ConvertToUTF8, IsSilentBelowDebugLevel) {
+    LogCapture const log(Logger::INFO_LEVEL);
+    (void)convertToUTF8(arrayOf("plain"));
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
