@@ -9,6 +9,7 @@
 
 using zeb::test::parse;
 using zeb::test::rejection;
+using zeb::test::sample;
 
 namespace {
 
@@ -195,29 +196,6 @@ TEST(WellFormedness, AcceptsWhatLooksOdd) {
     for (std::string_view const xml : ACCEPTED) {
         EXPECT_EQ(rejection(xml), "") << xml;
     }
-}
-
-/// A document of 2 KB that uses everything the parser knows.
-std::string sample() {
-    std::string xml =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\"?>\n"
-        "<!-- a sample -->\n"
-        "<!DOCTYPE config [\n"
-        "  <!ELEMENT config ANY>\n"
-        "  <!ATTLIST disk type CDATA \"raw\" mode (ro|rw) 'rw'>\n"
-        "  <!ENTITY vendor \"Acme &#38;#38; Sons\">\n"
-        "  <!ENTITY % more \"<!ENTITY year '1999'>\">\n"
-        "  %more;\n"
-        "]>\n"
-        "<?target data?>\n"
-        "<config xmlns:p='urn:x'>\n";
-    for (int i = 0; xml.size() < 2000; ++i) {
-        std::string const number = std::to_string(i);
-        xml += "  <disk id=\"" + number + "\" label='caf\xC3\xA9 &lt;" + number +
-               "&gt;'>&vendor; &year; <p:size unit=\"GB\">\xF0\x9F\x98\x80" + number +
-               "</p:size><![CDATA[<raw> & ]] >]]><!-- " + number + " -->&#x20AC;</disk>\r\n";
-    }
-    return xml + "</config>";
 }
 
 TEST(WellFormedness, EveryTruncationOfASampleIsRejected) {

@@ -19,20 +19,21 @@ namespace zeb::xmltoolkit {
 ///     2  text           position, size of "t" in `text`
 ///     3  element "b"    position 4                            size 0
 ///
-/// The kind of a record follows from where it stands; in content `name` tells it. A record has 16
-/// bytes, 12 on 32-bit machines. libexpat's lengths are `int`, so 32 bits hold the size of a value
-/// and the number of attributes; a text that is too long for one record goes on in the next.
+/// Between two elements there is at most one text record. The kind of a record follows from where
+/// it stands; in content `name` tells it. All numbers have 32 bits, which the parser sees to: a
+/// smaller tree is built and searched faster, for memory that is touched for the first time is what
+/// costs.
 struct XMLDocument {
     struct Record {
         /// Index into `names`, or `TEXT`.
         std::uint32_t name;
+        std::uint32_t position;
         std::uint32_t size;
-        std::size_t position;
     };
 
     struct Name {
-        std::size_t position;
-        std::size_t size;
+        std::uint32_t position;
+        std::uint32_t size;
     };
 
     static constexpr std::uint32_t TEXT = 0;
@@ -54,7 +55,7 @@ struct XMLDocument {
         return bytes(record.position, record.size);
     }
     /// Where the content of the element at `index` begins.
-    std::size_t contentOf(std::size_t index) const noexcept {
+    std::uint32_t contentOf(std::uint32_t index) const noexcept {
         return index + 1 + records.data()[index].size;
     }
 };

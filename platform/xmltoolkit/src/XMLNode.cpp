@@ -56,10 +56,10 @@ void appendEscaped(StringBuffer& out, std::string_view text, Place place) {
     out.append(text.substr(done));
 }
 
-void appendTag(StringBuffer& out, XMLDocument const& document, std::size_t index) {
+void appendTag(StringBuffer& out, XMLDocument const& document, std::uint32_t index) {
     XMLDocument::Record const* const record = document.records.data() + index;
     out.append('<').append(document.nameOf(*record));
-    for (std::size_t i = 1; i <= record->size; ++i) {
+    for (std::uint32_t i = 1; i <= record->size; ++i) {
         out.append(' ').append(document.nameOf(record[i])).append("=\"");
         appendEscaped(out, document.valueOf(record[i]), ATTRIBUTE_VALUE);
         out.append('"');
@@ -69,8 +69,8 @@ void appendTag(StringBuffer& out, XMLDocument const& document, std::size_t index
 
 }  // namespace
 
-XMLNode XMLNode::elementAt(std::size_t index, std::size_t siblingsEnd) && noexcept {
-    while (index < siblingsEnd && document_->records.data()[index].name == XMLDocument::TEXT) {
+XMLNode XMLNode::elementAt(std::uint32_t index, std::uint32_t siblingsEnd) && noexcept {
+    if (index < siblingsEnd && document_->records.data()[index].name == XMLDocument::TEXT) {
         ++index;
     }
     if (index == siblingsEnd) {
@@ -94,8 +94,8 @@ String XMLNode::getText() const {
     }
     String text;
     XMLDocument::Record const* const records = document_->records.data();
-    std::size_t const end = records[index_].position;
-    for (std::size_t i = document_->contentOf(index_); i < end;) {
+    std::uint32_t const end = records[index_].position;
+    for (std::uint32_t i = document_->contentOf(index_); i < end;) {
         if (records[i].name == XMLDocument::TEXT) {
             text += document_->valueOf(records[i]);
             ++i;
@@ -110,7 +110,7 @@ XMLNode XMLNode::getChild() && noexcept {
     if (isNull()) {
         return XMLNode();
     }
-    std::size_t const end = document_->records.data()[index_].position;
+    std::uint32_t const end = document_->records.data()[index_].position;
     return std::move(*this).elementAt(document_->contentOf(index_), end);
 }
 
@@ -128,15 +128,15 @@ String XMLNode::toString() const {
     StringBuffer out;
     XMLDocument const& document = *document_;
     XMLDocument::Record const* const records = document.records.data();
-    std::size_t const end = records[index_].position;
+    std::uint32_t const end = records[index_].position;
     std::vector<XMLDocument::Record const*> open;
-    for (std::size_t i = index_; i < end;) {
+    for (std::uint32_t i = index_; i < end;) {
         if (records[i].name == XMLDocument::TEXT) {
             appendEscaped(out, document.valueOf(records[i]), CONTENT);
             ++i;
         } else {
             appendTag(out, document, i);
-            std::size_t const content = document.contentOf(i);
+            std::uint32_t const content = document.contentOf(i);
             if (content != records[i].position) {
                 open.push_back(records + i);
             }

@@ -30,9 +30,10 @@ using foundation::StringBuffer;
 
 constexpr char UNIT[] = "XMLParserDOM";
 
-/// libexpat takes lengths as `int` and keeps what a piece leaves over in a buffer whose size it
-/// doubles, so a piece must stay well below INT_MAX. Most texts are one piece, parsed in place.
-constexpr std::size_t PIECE_SIZE = std::size_t{16} << 20;
+/// How much of a text libexpat gets at once. It takes lengths as `int`; what a piece leaves over it
+/// keeps in a buffer whose size it doubles, which must stay below INT_MAX too. A text of one piece
+/// is parsed in place, without counting its lines before there is an error.
+constexpr std::size_t PIECE_SIZE = std::size_t{256} << 20;
 
 /// How much default attributes may add to a text, as libexpat limits it for entities.
 constexpr std::uint64_t MAXIMUM_AMPLIFICATION = 100;
@@ -49,6 +50,9 @@ bool isVersion(std::string_view version) noexcept {
     return version.size() > 2 && version.substr(0, 2) == "1." &&
            version.find_first_not_of("0123456789", 2) == std::string_view::npos;
 }
+
+/// `size` as a document stores it. Parsing::limitSize sees to it that nothing is lost.
+std::uint32_t narrow(std::size_t size) noexcept { return static_cast<std::uint32_t>(size); }
 
 /// A number that who wrote the text cannot know. std::random_device would ask the processor for its
 /// abilities each time, which costs more than parsing a short text on a virtual machine.
@@ -109,11 +113,8 @@ private:
     }
 
     std::uint32_t add(std::string_view name) {
-        if (names_.size() > UINT32_MAX) {
-            throw std::bad_alloc();
-        }
-        auto const index = static_cast<std::uint32_t>(names_.size());
-        names_.append({text_.length(), name.size()});
+        auto const index = narrow(names_.size());
+        names_.append({narrow(text_.length()), narrow(name.size())});
         followers_.push_back(0);
         text_.append(name).append('\0');
         return index;
@@ -164,8 +165,9 @@ private:
 /// One run of the parser over one text.
 class Parsing {
 public:
-    explicit Parsing(std::string_view xml)
+    Parsing(std::string_view xml, std::size_t pieceSize)
         : xml_(xml),
+          pieceSize_(pieceSize),
           text_(xml.size()),
           names_(secretNumber(), text_),
           parser_(XML_ParserCreate(nullptr)) {
@@ -185,8 +187,8 @@ public:
     std::shared_ptr<XMLDocument const> run() {
         refuseLeadingNul();
         bool last = false;
-        for (std::size_t done = 0; !last; done += PIECE_SIZE) {
-            std::string_view const piece = xml_.substr(done, PIECE_SIZE);
+        for (std::size_t done = 0; !last; done += pieceSize_) {
+            std::string_view const piece = xml_.substr(done, pieceSize_);
             last = xml_.size() - done == piece.size();
             feed(piece, last);
         }
@@ -246,13 +248,13 @@ private:
         for (; attributes[2 * count] != nullptr; ++count) {
             std::string_view const value = attributes[2 * count + 1];
             std::uint32_t const attributeName = names_.find(attributes[2 * count]);
-            records_.append(
-                {attributeName, static_cast<std::uint32_t>(value.size()), text_.length()});
+            records_.append({attributeName, narrow(text_.length()), narrow(value.size())});
             text_.append(value);
         }
-        records_[index].size = static_cast<std::uint32_t>(count);
+        records_[index].size = narrow(count);
         inText_ = false;
         limitDefaults(attributes);
+        limitSize();
     }
 
     /// Attributes that the document type adds stand behind those written.
@@ -267,19 +269,27 @@ private:
         }
     }
 
+    /// Refuses a tree whose parts 32 bits cannot number.
+    void limitSize() const {
+        if (text_.length() > UINT32_MAX || records_.size() > UINT32_MAX) {
+            refuseHere("the tree is larger than 4 GiB");
+        }
+    }
+
     void end() {
-        records_[open_.back()].position = records_.size();
+        records_[open_.back()].position = narrow(records_.size());
         open_.pop_back();
         inText_ = false;
     }
 
     void characters(std::string_view bytes) {
-        if (!inText_ || records_[records_.size() - 1].size > UINT32_MAX - bytes.size()) {
-            records_.append({XMLDocument::TEXT, 0, text_.length()});
+        if (!inText_) {
+            records_.append({XMLDocument::TEXT, narrow(text_.length()), 0});
             inText_ = true;
         }
-        records_[records_.size() - 1].size += static_cast<std::uint32_t>(bytes.size());
+        records_[records_.size() - 1].size += narrow(bytes.size());
         text_.append(bytes);
+        limitSize();
     }
 
     /// libexpat is C: no exception may cross it. After a failure it can still call handlers.
@@ -317,6 +327,7 @@ private:
     };
 
     std::string_view xml_;
+    std::size_t pieceSize_;
     StringBuffer text_;
     NameTable names_;
     Array<XMLDocument::Record> records_;
@@ -334,8 +345,8 @@ private:
 }  // namespace
 
 XMLNode XMLParserDOM::parse(String const& xml) {
-    std::shared_ptr<XMLDocument const> document = Parsing(xml).run();
-    std::size_t const end = document->records.size();
+    std::shared_ptr<XMLDocument const> document = Parsing(xml, PIECE_SIZE).run();
+    std::uint32_t const end = narrow(document->records.size());
     return XMLNode(std::move(document), 0, end);
 }
 

@@ -5,6 +5,7 @@
 #include <zeb/foundation/String.hpp>
 
 #include <cstddef>
+#include <cstdint>
 #include <iosfwd>
 #include <memory>
 #include <string_view>
@@ -94,17 +95,17 @@ public:
 private:
     friend class XMLParserDOM;
 
-    XMLNode(std::shared_ptr<XMLDocument const> document, std::size_t index,
-            std::size_t siblingsEnd) noexcept
+    XMLNode(std::shared_ptr<XMLDocument const> document, std::uint32_t index,
+            std::uint32_t siblingsEnd) noexcept
         : document_(std::move(document)), index_(index), siblingsEnd_(siblingsEnd) {}
 
-    XMLNode elementAt(std::size_t index, std::size_t siblingsEnd) && noexcept;
+    XMLNode elementAt(std::uint32_t index, std::uint32_t siblingsEnd) && noexcept;
     std::size_t attributeRecord(std::size_t index) const;
 
     std::shared_ptr<XMLDocument const> document_;
     /// The element's record, and the end of the records of its parent.
-    std::size_t index_ = 0;
-    std::size_t siblingsEnd_ = 0;
+    std::uint32_t index_ = 0;
+    std::uint32_t siblingsEnd_ = 0;
 };
 
 /// Writes `node.toString()`, field width and fill applied to the whole of it.

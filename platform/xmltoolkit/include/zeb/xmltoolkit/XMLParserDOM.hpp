@@ -35,6 +35,8 @@ public:
     ///   - when elements are nested deeper than `MAXIMUM_DEPTH`
     ///   - when entities make the text more than 100 times as long, or default attributes do,
     ///     and the surplus exceeds 8 MiB
+    ///   - when its names, values and texts exceed 4 GiB, or its elements, attributes and texts
+    ///   2^32
     /// @throws std::bad_alloc when memory is exhausted, or libexpat takes more of it than befits
     /// the
     ///   text
