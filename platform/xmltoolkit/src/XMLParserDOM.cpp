@@ -30,10 +30,10 @@ using foundation::StringBuffer;
 
 constexpr char UNIT[] = "XMLParserDOM";
 
-/// How much of a text libexpat gets at once. It takes lengths as `int`; what a piece leaves over it
-/// keeps in a buffer whose size it doubles, which must stay below INT_MAX too. A text of one piece
-/// is parsed in place, without counting its lines before there is an error.
-constexpr std::size_t PIECE_SIZE = std::size_t{256} << 20;
+/// How much of a text libexpat gets at once. It copies what it gets into a buffer whose size it
+/// doubles and must keep below INT_MAX, so a piece should be small. But behind each piece but the
+/// last it counts the lines, which costs a sixth of the time, so most texts should be one piece.
+constexpr std::size_t PIECE_SIZE = std::size_t{32} << 20;
 
 /// How much default attributes may add to a text, as libexpat limits it for entities.
 constexpr std::uint64_t MAXIMUM_AMPLIFICATION = 100;
