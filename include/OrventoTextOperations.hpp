@@ -59,8 +59,7 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 ///   substringAfter("key=value", '=') == "value"      substringAfter("novalue", '=') == ""
 [[nodiscard]] ZEB_EXPORT String substringAfter(String const& text, char separator);
 /// @copybrief substringAfter(String const&, char)
-/// @param separator up to its NUL; null is empty; an empty one is found at 0, so the text comes
-/// back
+/// @param separator up to its NUL; null is empty; an empty one is found at 0, which gives the text
 /// @return the bytes after the separator; empty when it does not occur or ends the text
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
 ///   substringAfter("a::b::c", "::") == "b::c"      substringAfter("abc", "") == "abc"
@@ -69,8 +68,7 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// @param separator NUL bytes in it are searched too; an empty one is found at 0
 /// @return the bytes after the separator; empty when it does not occur or ends the text
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   substringAfter("a::b::c", String("::")) == "b::c"      substringAfter("a::", String("::")) ==
-///   ""
+///   substringAfter("a::b", String("::")) == "b"      substringAfter("a::", String("::")) == ""
 [[nodiscard]] ZEB_EXPORT String substringAfter(String const& text, String const& separator);
 
 /// Text before the first occurrence of `separator`.
@@ -80,8 +78,7 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 ///   substringBefore("a/b/c", '/') == "a"      substringBefore("abc", '/') == ""
 [[nodiscard]] ZEB_EXPORT String substringBefore(String const& text, char separator);
 /// @copybrief substringBefore(String const&, char)
-/// @param separator up to its NUL; null is empty; an empty one is found at 0, so the result is
-/// empty
+/// @param separator up to its NUL; null is empty; an empty one is found at 0, which gives nothing
 /// @return the bytes before the separator; empty when it does not occur or starts the text
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
 ///   substringBefore("a::b", "::") == "a"      substringBefore("abc", "") == ""
@@ -101,9 +98,7 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 ///   substringAfterLast("a/b/c", '/') == "c"      substringAfterLast("a/b/", '/') == ""
 [[nodiscard]] ZEB_EXPORT String substringAfterLast(String const& text, char separator);
 /// @copybrief substringAfterLast(String const&, char)
-/// @param separator up to its NUL; null is empty; an empty one is found at the end, so the result
-/// is
-///   empty
+/// @param separator up to its NUL; null is empty; an empty one is found at the end
 /// @return the bytes after the separator; empty when it does not occur or ends the text
 /// @par Complexity linear, at worst times the separator's length. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
@@ -214,7 +209,7 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// The text with each run of `separator` shortened to one.
 /// @par Complexity linear; one allocation. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
-///   removeRedundantSeparators("//a///b/", '/') == "/a/b/"      (of "" == "")
+///   removeRedundantSeparators("//a///b/", '/') == "/a/b/"      "" stays ""
 [[nodiscard]] ZEB_EXPORT String removeRedundantSeparators(String const& text, char separator);
 
 // --------------------------------------------------------------------------------- Command lines
@@ -229,8 +224,8 @@ public:
     /// backslash goes before each double quote; backslashes are copied as they are. A form feed
     /// does not ask for quotes, nor does the empty argument, which stays empty.
     /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-    ///   escapeArgument("a b") == "\"a b\""      escapeArgument("say \"hi\"") == "\"say
-    ///   \\\"hi\\\"\"" escapeArgument("x\\dir\\") == "x\\dir\\"      escapeArgument("") == ""
+    ///   escapeArgument("a b") == R"("a b")"      escapeArgument(R"(a"b)") == R"("a\"b")"
+    ///   escapeArgument(R"(x\dir\)") == R"(x\dir\)"      escapeArgument("") == ""
     [[nodiscard]] static String escapeArgument(String const& argument);
 
     /// The escaped arguments in order, joined by blanks. A blank goes before an argument when the
@@ -290,9 +285,9 @@ public:
 /// @return bytes; 0 when there is no such unit
 /// @throws RegularExpressionException when libc runs out of memory; else std::bad_alloc
 /// @par Complexity that of libc's matcher. @par Thread safety reentrant.
-///   get_unit_size("KB") == 1024      get_unit_size("10GB") == 1073741824      get_unit_size("k")
-///   == 1024 get_unit_size("byte") == 1      get_unit_size("kib") == 0      get_unit_size("512") ==
-///   0
+///   get_unit_size("KB") == 1024      get_unit_size("k") == 1024
+///   get_unit_size("10GB") == 1073741824      get_unit_size("byte") == 1
+///   get_unit_size("kib") == 0      get_unit_size("512") == 0
 [[nodiscard]] ZEB_EXPORT std::uint64_t get_unit_size(String const& unit);
 
 // ---------------------------------------------------------------------------------------- Layout
@@ -420,10 +415,10 @@ enum BOMTypes : int {
 /// other byte order stays, as U+FFFE.
 /// @param bom byte order; `BOM_UNKNOWN` asks for `autodetectByteOrder`; a value that is no member
 ///   makes all units 0
-/// @throws zeb::common::JORLibraryException "Cannot autodetect bom type for given data."; or "An
-/// odd
-///   character (0x%1) was left after regrouping UTF16 bytes." for an odd number of bytes, with the
-///   last byte, sign-extended, in eight hexadecimal digits
+/// @throws zeb::common::JORLibraryException
+///   "Cannot autodetect bom type for given data."; or, for an odd number of bytes,
+///   "An odd character (0x%1) was left after regrouping UTF16 bytes." with the last byte,
+///   sign-extended, in eight hexadecimal digits
 /// @par Messages those of `autodetectByteOrder` for `BOM_UNKNOWN`.
 /// @par Complexity linear; one allocation. @par Thread safety reentrant.
 ///   FF FE 41 00 gives  0041      FF FE gives nothing
@@ -508,9 +503,8 @@ ZEB_EXPORT std::size_t copy_stream(std::ostream& destination, std::istream& sour
 
 /// Reads from the present position of `stream`, in pieces of 2048 bytes, until it has any of its
 /// state bits set or exactly `limit` bytes have been read.
-/// @param limit bytes; 0xFFFFFFFF means none. It is a soft one: only whole pieces are asked for,
-/// and
-///   when the bytes read pass the limit instead of meeting it, reading goes on (to the end of the
+/// @param limit bytes; 0xFFFFFFFF means none. It is a soft one: only whole pieces are asked for.
+///   When the bytes read pass the limit instead of meeting it, reading goes on (to the end of the
 ///   stream, for all practical sizes).
 /// @return the bytes read; none for a limit of 0, which reads nothing
 /// @par Complexity linear. @par Thread safety `stream` needs exclusive access.

@@ -321,8 +321,7 @@ std::size_t countCodePoints(Units units, std::size_t count) {
     return points;
 }
 
-/// Encodes a unit that is no surrogate. Needs room for three bytes, however many it returns as
-/// used.
+/// Encodes a unit that is no surrogate. Needs room for three bytes, even if it uses fewer.
 ///
 /// One or two bytes are told apart without a branch, which text of letters and blanks would make a
 /// processor mispredict all the time.
@@ -445,8 +444,7 @@ struct CharacterRange {
     unsigned short high;  ///< inclusive
 };
 
-/// The UTF-16 code units that XML forbids. 000C should be among them by XML 1.0, but is allowed
-/// here.
+/// The UTF-16 code units that XML forbids. 000C is not among them here, unlike in XML 1.0.
 constexpr CharacterRange invalidXMLCharacters[] = {
     {0x0000, 0x0008}, {0x000B, 0x000B}, {0x000E, 0x001F}, {0xD800, 0xDFFF}, {0xFFFE, 0xFFFF},
 };
