@@ -4,15 +4,21 @@
 
 #include <array>
 
+#include "PatternGuard.hpp"
+
 /// @file
 /// The one way to the C library's compiler of regular expressions.
 
 namespace ZEBNS2 {
 
-/// Compiles the bytes of `pattern` up to its NUL.
+/// Compiles the bytes of `pattern` up to its NUL, unless the C library would not survive it: then
+/// it is not asked, and the pattern counts as one that exhausts the memory.
 /// @param flags flags of `regcomp`
 /// @return 0, or the code of the error; `compiled` must go to `regfree` only after 0
 inline int compileExpression(regex_t& compiled, char const* pattern, int flags) noexcept {
+    if (patternHazard(pattern, (flags & REG_EXTENDED) != 0) != PatternHazard::NONE) {
+        return REG_ESPACE;
+    }
     return ::regcomp(&compiled, pattern, flags);
 }
 

@@ -4,12 +4,13 @@
 #include <string_view>
 
 #include "Random.hpp"
+#include "regex/PatternGuard.hpp"
 
 namespace zeb::test {
 
 /// Draws regular expressions in extended syntax that compile in no time and match quickly: repeats
-/// and groups are nested a few levels deep, and a back-reference is never repeated, since the C
-/// library may recurse for ever then.
+/// and groups are nested a few levels deep, a back-reference is never repeated, and what the guard
+/// refuses is drawn again.
 class RandomExpressions {
 public:
     struct Features {
@@ -20,6 +21,19 @@ public:
     RandomExpressions(Random& random, Features features) : random_(random), features_(features) {}
 
     std::string draw() {
+        std::string expression = drawAny();
+        while (ZEBNS2::patternHazard(expression.c_str(), /*extended=*/true) !=
+               ZEBNS2::PatternHazard::NONE) {
+            expression = drawAny();
+        }
+        return expression;
+    }
+
+    /// Groups of the expression drawn last, 9 at most.
+    std::size_t groups() const { return groups_; }
+
+private:
+    std::string drawAny() {
         groups_ = 0;
         std::string expression;
         if (features_.anchors && random_.oneIn(8)) {
@@ -35,10 +49,6 @@ public:
         return expression;
     }
 
-    /// Groups of the expression drawn last, 9 at most.
-    std::size_t groups() const { return groups_; }
-
-private:
     /// @param mandatory whether every match goes through it, so that its groups take part
     std::string alternatives(int depth, bool mandatory) {
         if (!random_.oneIn(depth == 0 ? 6 : 4)) {

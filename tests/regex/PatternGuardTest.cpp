@@ -1,0 +1,559 @@
+#include <OrventoCommonRegex.hpp>
+#include <RE.hpp>
+
+#include <pthread.h>
+#include <regex.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstddef>
+#include <fstream>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Random.hpp"
+#include "regex/PatternGuard.hpp"
+
+namespace ZEBNS2 {
+
+std::ostream& operator<<(std::ostream& stream, PatternHazard hazard) {
+    static constexpr char const* NAMES[] = {"NONE",
+                                            "LENGTH",
+                                            "NESTING",
+                                            "DOLLARS",
+                                            "NODES",
+                                            "CHAIN",
+                                            "CLOSURES",
+                                            "CIRCLES",
+                                            "ANCHORED",
+                                            "BACK_REFERENCES",
+                                            "ANCHOR_IN_IDLE_LOOP",
+                                            "ENDLESS_LOOP",
+                                            "BACK_REFERENCE_IN_LOOP",
+                                            "BACK_REFERENCE_AND_IDLE_LOOP",
+                                            "COPIED_ANCHOR_AND_IDLE_LOOP"};
+    return stream << NAMES[static_cast<int>(hazard)];
+}
+
+}  // namespace ZEBNS2
+
+namespace {
+
+using ZEBNS2::BadRegexException;
+using ZEBNS2::PatternBounds;
+using ZEBNS2::PatternHazard;
+using ZEBNS2::patternHazard;
+using ZEBNS2::RE;
+using ZEBNS2::RegularExpression;
+using ZEBNS2::RegularExpressionException;
+
+constexpr bool EXTENDED = true;
+constexpr bool BASIC = false;
+
+int flagsOf(bool extended) { return extended ? REG_EXTENDED : 0; }
+
+std::string times(std::size_t count, std::string_view text) {
+    std::string all;
+    all.reserve(count * text.size());
+    for (; count > 0; --count) {
+        all += text;
+    }
+    return all;
+}
+
+/// `pattern`, written in extended syntax, in the syntax wanted: its operators ( ) { } | + ? get
+/// their backslashes. For patterns that use these characters as operators only.
+std::string in(bool extended, std::string_view pattern) {
+    std::string text;
+    for (char const byte : pattern) {
+        if (!extended && std::string_view("(){}|+?").find(byte) != std::string_view::npos) {
+            text += '\\';
+        }
+        text += byte;
+    }
+    return text;
+}
+
+std::string libcError(int code) {
+    std::array<char, 1024> text{};
+    ::regerror(code, nullptr, text.data(), text.size());
+    return text.data();
+}
+
+// ---- a process that may die
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool SANITIZED = true;
+#elif defined(__has_feature)
+constexpr bool SANITIZED = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+constexpr bool SANITIZED = false;
+#endif
+
+constexpr std::size_t SMALL_STACK = 256 * 1024;
+
+/// Whether libc compiles the pattern, and matches a few texts, in a thread with a small stack and
+/// with little memory. The process does not tell how long it takes, but it is ended after a minute
+/// of processor time.
+struct Trial {
+    std::string pattern;
+    bool extended;
+
+    static void* run(void* argument) {
+        auto const& trial = *static_cast<Trial const*>(argument);
+        regex_t compiled;
+        if (::regcomp(&compiled, trial.pattern.c_str(), flagsOf(trial.extended)) != 0) {
+            ::_exit(2);
+        }
+        std::vector<regmatch_t> slots(compiled.re_nsub + 1);
+        for (char const* text : {"", "a", "b", "aaaaaaaaaaaaaaaab", "x a$"}) {
+            ::regexec(&compiled, text, slots.size(), slots.data(), 0);
+            ::regexec(&compiled, text, 1, slots.data(), 0);
+        }
+        ::regfree(&compiled);
+        return nullptr;
+    }
+
+    [[noreturn]] void runAndExit() const {
+        rlimit const minute{60, 60};
+        ::setrlimit(RLIMIT_CPU, &minute);
+        if (!SANITIZED) {  // the sanitizers reserve terabytes of addresses
+            rlimit const memory{512 * 1024 * 1024, 512 * 1024 * 1024};
+            ::setrlimit(RLIMIT_AS, &memory);
+        }
+        pthread_attr_t attributes;
+        ::pthread_attr_init(&attributes);
+        ::pthread_attr_setstacksize(&attributes, SMALL_STACK);
+        pthread_t thread;
+        if (::pthread_create(&thread, &attributes, run, const_cast<Trial*>(this)) != 0) {
+            ::_exit(3);
+        }
+        ::pthread_join(thread, nullptr);
+        ::_exit(0);
+    }
+
+    bool survived() const {
+        pid_t const child = ::fork();
+        if (child == 0) {
+            runAndExit();
+        }
+        int status = -1;
+        return ::waitpid(child, &status, 0) == child && status == 0;
+    }
+};
+
+// ---- the collections of patterns
+
+struct Pattern {
+    bool extended;
+    std::string text;
+};
+
+std::vector<Pattern> readPatterns(std::string const& name) {
+    std::ifstream file(std::string(ZEB_PATTERNS) + "/" + name);
+    std::vector<Pattern> patterns;
+    for (std::string line; std::getline(file, line);) {
+        if (line.size() > 2 && line[1] == ' ' && (line[0] == 'E' || line[0] == 'B')) {
+            patterns.push_back({line[0] == 'E', line.substr(2)});
+        }
+    }
+    return patterns;
+}
+
+TEST(PatternGuard, RealLifePatternsPassAndCompile) {
+    std::vector<Pattern> const patterns = readPatterns("real-life.txt");
+    EXPECT_GE(patterns.size(), 500u);
+    for (Pattern const& pattern : patterns) {
+        SCOPED_TRACE(pattern.text);
+        EXPECT_EQ(patternHazard(pattern.text.c_str(), pattern.extended), PatternHazard::NONE);
+        EXPECT_NO_THROW(RegularExpression(pattern.text, pattern.extended
+                                                            ? RegularExpression::EXTENDED_SYNTAX
+                                                            : RegularExpression::BASIC_SYNTAX));
+    }
+}
+
+TEST(PatternGuard, PatternsThatLibcDoesNotSurviveAreRefused) {
+    std::vector<Pattern> const patterns = readPatterns("refused.txt");
+    EXPECT_GE(patterns.size(), 50u);
+    for (Pattern const& pattern : patterns) {
+        EXPECT_NE(patternHazard(pattern.text.c_str(), pattern.extended), PatternHazard::NONE)
+            << pattern.text;
+    }
+}
+
+TEST(PatternGuard, LongHazardsAreRefusedInBothSyntaxes) {
+    struct Row {
+        std::string pattern;  // in extended syntax
+        PatternHazard hazard;
+    };
+    Row const rows[] = {
+        {times(12568, "(") + "a" + times(12568, ")"), PatternHazard::NESTING},
+        {times(385, "(") + "a", PatternHazard::NESTING},  // not closed, but read all the same
+        {times(669, "(a*)"), PatternHazard::CHAIN},
+        {times(1000, "()"), PatternHazard::CHAIN},
+        {times(2000, "a?"), PatternHazard::CHAIN},
+        {times(2000, "a*"), PatternHazard::CHAIN},
+        {"a" + times(20, "+"), PatternHazard::NODES},
+        {times(16, "(") + "a" + times(16, ")+"), PatternHazard::NODES},
+        {"a" + times(4000, "*"), PatternHazard::CIRCLES},
+        {"a{0,32767}", PatternHazard::CHAIN},
+        {"(a{1000}){1000}", PatternHazard::NODES},
+        {times(24, "(") + "a" + times(24, "{2})"), PatternHazard::NODES},
+        {times(60, "\\b"), PatternHazard::ANCHORED},
+        {times(500, "\\<"), PatternHazard::ANCHORED},
+        {times(4000, "(a{32767}){0}"), PatternHazard::NODES},  // libc keeps what it drops
+        {times(5000, "a|") + "a", PatternHazard::CHAIN},
+        {"(" + times(2000, "a|") + "a)", PatternHazard::CHAIN},
+        {"(a)" + times(5000, "\\1"), PatternHazard::BACK_REFERENCES},
+        {std::string(10'000'000, 'a'), PatternHazard::LENGTH},
+    };
+    for (Row const& row : rows) {
+        for (bool const extended : {EXTENDED, BASIC}) {
+            std::string const pattern = in(extended, row.pattern);
+            SCOPED_TRACE(pattern.substr(0, 60));
+            PatternHazard const hazard = patternHazard(pattern.c_str(), extended);
+            EXPECT_TRUE(hazard == row.hazard || (!extended && hazard == PatternHazard::LENGTH))
+                << hazard;
+        }
+    }
+    EXPECT_EQ(patternHazard(times(65000, "$").c_str(), BASIC), PatternHazard::DOLLARS);
+}
+
+// ---- each bound, and one beyond
+
+struct Bound {
+    char const* name;
+    PatternHazard hazard;
+    std::string (*pattern)(std::size_t);  ///< in extended syntax
+    std::size_t last;                     ///< the largest argument that passes
+};
+
+void PrintTo(Bound const& bound, std::ostream* stream) { *stream << bound.name; }
+
+class PatternBound : public testing::TestWithParam<Bound> {};
+
+TEST_P(PatternBound, LastPassesAndSurvivesNextIsRefused) {
+    Bound const& bound = GetParam();
+    for (bool const extended : {EXTENDED, BASIC}) {
+        SCOPED_TRACE(extended ? "extended" : "basic");
+        std::string const last = in(extended, bound.pattern(bound.last));
+        EXPECT_EQ(patternHazard(last.c_str(), extended), PatternHazard::NONE);
+        EXPECT_TRUE((Trial{last, extended}.survived()));
+        std::string const next = in(extended, bound.pattern(bound.last + 1));
+        EXPECT_EQ(patternHazard(next.c_str(), extended), bound.hazard);
+    }
+}
+
+std::string number(std::size_t n) { return std::to_string(n); }
+
+INSTANTIATE_TEST_SUITE_P(
+    PatternGuard, PatternBound,
+    testing::Values(
+        Bound{"Length", PatternHazard::LENGTH,
+              [](std::size_t n) { return "[" + std::string(n - 2, 'a') + "]"; },
+              PatternBounds::MAX_LENGTH},
+        Bound{"Nesting", PatternHazard::NESTING,
+              [](std::size_t n) { return times(n, "(") + "a" + times(n, ")"); },
+              PatternBounds::MAX_NESTING},
+        // One more node is the end of the pattern.
+        Bound{"Nodes", PatternHazard::NODES, [](std::size_t n) { return std::string(n, 'a'); },
+              PatternBounds::MAX_NODES - 1},
+        // Groups have a node at each end.
+        Bound{"NodesOfCopies", PatternHazard::NODES,
+              [](std::size_t n) { return "(ab){" + number(n) + "}"; },
+              PatternBounds::MAX_NODES / 4 - 1},
+        // The chain ends with the look at the first character behind.
+        Bound{"Chain", PatternHazard::CHAIN, [](std::size_t n) { return times(n, "a*"); },
+              PatternBounds::MAX_CHAIN - 1},
+        Bound{"ChainOfAlternatives", PatternHazard::CHAIN,
+              [](std::size_t n) { return "(" + times(n, "a|") + "b)"; },
+              PatternBounds::MAX_CHAIN - 2},
+        Bound{"ChainOfOptionalCopies", PatternHazard::CHAIN,
+              [](std::size_t n) { return "([^a]{0," + number(n) + "})x"; },
+              PatternBounds::MAX_CHAIN - 3},
+        Bound{"Closures", PatternHazard::CLOSURES,
+              [](std::size_t n) {
+                  return times(3, times(1098, "a*") + "b") + times(600, "a*") + times(n, "c");
+              },
+              11502},  // each character behind makes the closures larger by 1
+        Bound{"Circles", PatternHazard::CIRCLES,
+              [](std::size_t n) { return times(n, "c") + times(300, "a*") + "(b*)*"; }, 7871},
+        // Each \<x is 2, the anchor and the character; \<\<x is 5.
+        Bound{"Anchored", PatternHazard::ANCHORED,
+              [](std::size_t n) {
+                  return n % 2 == 0 ? times(n / 2, "\\<x") : "\\<\\<x" + times((n - 5) / 2, "\\<x");
+              },
+              PatternBounds::MAX_ANCHORED},
+        Bound{"BackReferences", PatternHazard::BACK_REFERENCES,
+              [](std::size_t n) { return "(a)" + times(n, "\\1x?"); },
+              PatternBounds::MAX_BACK_REFERENCES},
+        Bound{"BackReferencesOfCopies", PatternHazard::BACK_REFERENCES,
+              [](std::size_t n) { return "(a?)(\\1){" + number(n) + "}"; },
+              PatternBounds::MAX_BACK_REFERENCES}),
+    [](testing::TestParamInfo<Bound> const& bound) { return std::string(bound.param.name); });
+
+TEST(PatternGuard, DollarsInARowAreBoundedInBasicSyntax) {
+    std::size_t const most = PatternBounds::MAX_DOLLARS;
+    std::string const last = std::string(most, '$') + "a";
+    EXPECT_EQ(patternHazard(last.c_str(), BASIC), PatternHazard::NONE);
+    EXPECT_TRUE((Trial{last, BASIC}.survived()));
+    EXPECT_EQ(patternHazard(("$" + last).c_str(), BASIC), PatternHazard::DOLLARS);
+    EXPECT_EQ(patternHazard(("$" + last).c_str(), EXTENDED), PatternHazard::NONE);
+    EXPECT_EQ(patternHazard((last + last).c_str(), BASIC), PatternHazard::NONE) << "two rows";
+}
+
+TEST(PatternGuard, LoopsAreRefusedOnlyInTheirBadCompany) {
+    struct Row {
+        char const* refused;  // in extended syntax
+        PatternHazard hazard;
+        char const* passing;
+    };
+    constexpr Row ROWS[] = {
+        {"(a)(b\\1)*", PatternHazard::BACK_REFERENCE_IN_LOOP, "(a)(b\\1){0,50}"},
+        {"(a)\\1+", PatternHazard::BACK_REFERENCE_IN_LOOP, "(a)\\1?"},
+        {"(a)((b\\1){1,3})*", PatternHazard::BACK_REFERENCE_IN_LOOP, "(a)((b\\1){1,3}){1,3}"},
+        {"(a)(b?)*\\1", PatternHazard::BACK_REFERENCE_AND_IDLE_LOOP, "(a)(b)*\\1"},
+        {"(a)\\1(x*)*", PatternHazard::BACK_REFERENCE_AND_IDLE_LOOP, "(a)\\1(x+)*"},
+        {"(a*|\\<)*", PatternHazard::ANCHOR_IN_IDLE_LOOP, "(a*|\\<b)*"},
+        {"(\\b)*", PatternHazard::ANCHOR_IN_IDLE_LOOP, "(\\bb)*"},
+        {"(a*|b|c*)*", PatternHazard::ENDLESS_LOOP, "(a*|c*|b)*"},
+        {"((a*|b)?)*", PatternHazard::ENDLESS_LOOP, "((a*|b)?){0,9}"},
+        {"(|(()|a))*", PatternHazard::ENDLESS_LOOP, "(|a)*"},
+        {"((a*|b)*c*)*", PatternHazard::ENDLESS_LOOP, "((a*|b)*c)*"},
+        {"(x?*\\<a){2}", PatternHazard::COPIED_ANCHOR_AND_IDLE_LOOP, "(x*\\<a){2}"},
+        {"(\\<a|x*)+", PatternHazard::COPIED_ANCHOR_AND_IDLE_LOOP, "(\\<a|x*)*"},
+        {"(a*)*(\\>b?){1,2}", PatternHazard::COPIED_ANCHOR_AND_IDLE_LOOP, "(a*)*(\\>b?)"},
+    };
+    for (Row const& row : ROWS) {
+        SCOPED_TRACE(row.refused);
+        // Basic syntax does not let repeats follow on one another.
+        bool const repeatsTwice =
+            std::string_view(row.refused).find("?*") != std::string_view::npos;
+        for (bool const extended : {EXTENDED, BASIC}) {
+            std::string const refused = in(extended, row.refused);
+            EXPECT_EQ(patternHazard(refused.c_str(), extended), row.hazard) << refused;
+            std::string const passing = in(extended, row.passing);
+            EXPECT_EQ(patternHazard(passing.c_str(), extended), PatternHazard::NONE) << passing;
+            EXPECT_TRUE((repeatsTwice && !extended) || (Trial{passing, extended}.survived()))
+                << passing;
+        }
+    }
+}
+
+// ---- reading as libc reads
+
+TEST(PatternGuard, ReadsPatternsAsLibcDoes) {
+    std::string const parentheses(200, '(');
+    struct Row {
+        bool extended;
+        std::string pattern;
+        PatternHazard hazard;
+        bool compiles = true;
+    };
+    Row const rows[] = {
+        {EXTENDED, parentheses, PatternHazard::NESTING},
+        {BASIC, parentheses, PatternHazard::NONE},
+        {BASIC, times(200, "\\("), PatternHazard::NESTING},
+        {EXTENDED, times(200, "\\("), PatternHazard::NONE},
+        {EXTENDED, times(200, "\\\\("), PatternHazard::NESTING},
+        {EXTENDED, "[" + parentheses + "]", PatternHazard::NONE},
+        {EXTENDED, "[]" + parentheses + "]", PatternHazard::NONE},
+        {EXTENDED, "[^]" + parentheses + "]", PatternHazard::NONE},
+        {EXTENDED, "[^" + parentheses + "]", PatternHazard::NONE},
+        {EXTENDED, "[a]" + parentheses, PatternHazard::NESTING},
+        {EXTENDED, "[\\]" + parentheses, PatternHazard::NESTING},  // no escapes in brackets
+        {EXTENDED, "\\[" + parentheses, PatternHazard::NESTING},
+        {EXTENDED, "[[:alpha:]" + parentheses + "]", PatternHazard::NONE},
+        {EXTENDED, "[[.].]" + parentheses + "]", PatternHazard::NONE},
+        {EXTENDED, "[[=]=]" + parentheses + "]", PatternHazard::NONE},
+        {EXTENDED, "[[.].]]" + parentheses, PatternHazard::NESTING},
+        {EXTENDED, "[[.a]" + parentheses, PatternHazard::NONE, false},  // not closed
+        {EXTENDED, "[a" + parentheses, PatternHazard::NONE, false},
+        {EXTENDED, "a\\", PatternHazard::NONE, false},
+        {EXTENDED, "(a", PatternHazard::NONE, false},
+
+        {EXTENDED, "a{0,2000}", PatternHazard::CHAIN},
+        {EXTENDED, "a{,2000}", PatternHazard::CHAIN},
+        {EXTENDED, "a{\\0\\,2\\0\\0\\0}", PatternHazard::CHAIN},  // a back-reference else
+        {EXTENDED, "a{2\\0}", PatternHazard::NONE},
+        {EXTENDED, "a{0,2000\\}", PatternHazard::NONE, false},
+        {EXTENDED, "a\\{0,2000}", PatternHazard::NONE},
+        {EXTENDED, "a{0,32768}", PatternHazard::NONE, false},
+        {EXTENDED, "a{0,99999999999}", PatternHazard::NONE, false},
+        {EXTENDED, "a{2000,0}", PatternHazard::NONE, false},
+        {EXTENDED, "a{}", PatternHazard::NONE, false},
+        {EXTENDED, "a{x", PatternHazard::NONE, false},
+        {EXTENDED, "a{2000}", PatternHazard::NONE},
+        {EXTENDED, "a*{2000}", PatternHazard::CHAIN},
+        {EXTENDED, "(a*){0}{2000}", PatternHazard::NONE},  // nothing is left to repeat
+        {BASIC, "a{0,2000}", PatternHazard::NONE},
+        {BASIC, "a\\{0,2000\\}", PatternHazard::CHAIN},
+        {BASIC, "a\\{0,2000}", PatternHazard::NONE, false},
+
+        // What stands in a place where it is no operator is a character, which can be repeated.
+        {EXTENDED, "){0,2000}", PatternHazard::CHAIN},
+        {EXTENDED, "}{0,2000}", PatternHazard::CHAIN},
+        {EXTENDED, "*a", PatternHazard::NONE, false},
+        {EXTENDED, "a|+", PatternHazard::NONE, false},
+        {EXTENDED, "(?a)", PatternHazard::NONE, false},
+        {EXTENDED, "^*", PatternHazard::NONE, false},
+        {EXTENDED, "{1}", PatternHazard::NONE, false},
+        {EXTENDED, "\\b+", PatternHazard::NONE, false},
+        {BASIC, "*\\{0,2000\\}", PatternHazard::CHAIN},
+        {BASIC, "^*\\{0,2000\\}", PatternHazard::CHAIN},
+        {BASIC, "\\(*\\{0,2000\\}\\)", PatternHazard::CHAIN},
+        {BASIC, "a\\|*\\{0,2000\\}", PatternHazard::CHAIN},
+        {BASIC, "\\b*\\{0,2000\\}", PatternHazard::CHAIN},
+        {BASIC, "\\+\\{0,2000\\}", PatternHazard::CHAIN},
+        {BASIC, "a^\\{0,2000\\}", PatternHazard::CHAIN},
+        {BASIC, "^^\\{0,2000\\}", PatternHazard::CHAIN},
+        {BASIC, "$\\{0,2000\\}", PatternHazard::CHAIN},
+        {BASIC, "\\(a$\\)\\{0,2000\\}", PatternHazard::CHAIN},
+        {BASIC, "^\\{1\\}", PatternHazard::NONE, false},
+        {BASIC, "\\{1\\}", PatternHazard::NONE, false},
+        {BASIC, "a\\)", PatternHazard::NONE, false},
+
+        // Anchors, or characters that look like them.
+        {EXTENDED, times(200, "^"), PatternHazard::ANCHORED},
+        {EXTENDED, times(200, "$"), PatternHazard::ANCHORED},
+        {EXTENDED, times(200, "\\'"), PatternHazard::ANCHORED},
+        {EXTENDED, times(20, "\\B"), PatternHazard::ANCHORED},
+        {BASIC, times(200, "^"), PatternHazard::NONE},
+        {BASIC, times(200, "a^$b"), PatternHazard::NONE},
+        {BASIC, times(200, "\\(^\\)"), PatternHazard::ANCHORED},
+        {BASIC, times(200, "\\($\\)"), PatternHazard::ANCHORED},
+        {BASIC, times(200, "\\`"), PatternHazard::ANCHORED},
+
+        // A character of UTF-8 is repeated as a whole.
+        {EXTENDED, "e{25000}", PatternHazard::NONE},
+        {EXTENDED, "\xc3\xa9{25000}", PatternHazard::NODES},
+        {EXTENDED, "\\\xc3\xa9{25000}", PatternHazard::NODES},
+        {EXTENDED, "\xa9\xa9{25000}", PatternHazard::NONE},
+        {EXTENDED, "\xc3", PatternHazard::NONE},
+        {EXTENDED, "[a]{16666}", PatternHazard::NONE},  // three nodes in a UTF-8 locale
+        {EXTENDED, "[a]{16667}", PatternHazard::NODES},
+        {EXTENDED, "\\w{16667}", PatternHazard::NODES},
+    };
+    for (Row const& row : rows) {
+        SCOPED_TRACE((row.extended ? "extended: " : "basic: ") + row.pattern.substr(0, 60));
+        EXPECT_EQ(patternHazard(row.pattern.c_str(), row.extended), row.hazard);
+        if (row.hazard == PatternHazard::NONE) {
+            regex_t compiled;
+            bool const compiles =
+                ::regcomp(&compiled, row.pattern.c_str(), flagsOf(row.extended)) == 0;
+            EXPECT_EQ(compiles, row.compiles);
+            if (compiles) {
+                ::regfree(&compiled);
+            }
+        }
+    }
+}
+
+// ---- what the callers see
+
+TEST(PatternGuard, RefusedPatternIsReportedAsExhaustedMemory) {
+    std::string const pattern = "\\(a*\\)\\(\\1\\1\\)*";
+    RegularExpression expression("a", RegularExpression::EXTENDED_SYNTAX);
+    try {
+        expression.replace(pattern, 7);
+        FAIL() << "nothing thrown";
+    } catch (RegularExpressionException const& error) {
+        EXPECT_STREQ(
+            error.getMessage(),
+            ("Error creating regular expression: " + libcError(REG_ESPACE) +
+             "  The faulty expression (basic|case insensitive|no newline) is: \"" + pattern + "\"")
+                .c_str());
+        EXPECT_STREQ(error.getFile(), "OrventoCommonRegex");
+        EXPECT_EQ(error.getLine(), 136);
+        EXPECT_EQ(error.getSubclassCode(), -1);
+        EXPECT_EQ(error.getErrorCode(), -1);
+        EXPECT_EQ(error.getChained(), nullptr);
+    }
+    EXPECT_EQ(std::string_view(expression.getPattern()), pattern);
+    EXPECT_FALSE(expression.matches("a"));
+    EXPECT_FALSE(expression.matches(""));
+    expression.replace("a", 0);
+    EXPECT_TRUE(expression.matches("a"));
+}
+
+TEST(PatternGuard, RefusedPatternOfRE) {
+    try {
+        RE const expression("(|)(\\1\\1)*", REG_ICASE);
+        FAIL() << "nothing thrown";
+    } catch (BadRegexException const& error) {
+        EXPECT_STREQ(error.getMessage(), libcError(REG_ESPACE).c_str());
+        EXPECT_STREQ(error.getFile(), "RE");
+        EXPECT_EQ(error.getLine(), 24);
+        EXPECT_EQ(error.getSubclassCode(), REG_ESPACE);
+        EXPECT_EQ(error.getErrorCode(), -1);
+        EXPECT_EQ(error.getChained(), nullptr);
+    }
+}
+
+TEST(PatternGuard, PatternBehindANulIsNotRead) {
+    std::string pattern = "a";
+    pattern += '\0';
+    pattern.append(200, '(');
+    EXPECT_TRUE(RegularExpression(pattern, 0).matches("a"));
+}
+
+std::string outcomeOfLibc(std::string const& pattern, int flags) {
+    regex_t compiled;
+    int const error = ::regcomp(&compiled, pattern.c_str(), flags);
+    if (error != 0) {
+        return libcError(error);
+    }
+    ::regfree(&compiled);
+    return "compiles";
+}
+
+std::string outcome(std::string const& pattern, RegularExpression::CompilationOptions options) {
+    try {
+        RegularExpression const expression(pattern, options);
+        return "compiles";
+    } catch (RegularExpressionException const& error) {
+        // "...: reason  The faulty expression ..."
+        std::string_view const message = error.getMessage();
+        std::size_t const start = message.find(": ") + 2;
+        return std::string(message.substr(start, message.find("  The faulty") - start));
+    }
+}
+
+TEST(PatternGuard, PassingPatternsCompileOrFailAsWithLibcAlone) {
+    static constexpr std::string_view TOKENS[] = {
+        "a", "b", ".",   "[a-c]", "[^]b]", "[[:alpha:]]", "[",   "]",     "\\w",      "\\1",
+        "(", ")", "(",   ")",     "\\(",   "\\)",         "\\(", "\\)",   "|",        "\\|",
+        "*", "+", "?",   "\\+",   "\\?",   "{2}",         "{",   "{1,3}", "}",        "\\{2\\}",
+        "^", "$", "\\b", "\\<",   "\\",    "\\{,2\\}",    "{,}", "{0}",   "\xc3\xa9", "[[.-.]-z]"};
+    zeb::test::Random random(20240611);
+    int passed = 0;
+    int compiling = 0;
+    for (int i = 0; i < 20000; ++i) {
+        std::string pattern;
+        for (std::size_t count = random.between(1, 12); count > 0; --count) {
+            pattern += random.pick(TOKENS);
+        }
+        bool const extended = random.oneIn(2);
+        bool const anyCase = random.oneIn(4);
+        bool const refused = patternHazard(pattern.c_str(), extended) != PatternHazard::NONE;
+        std::string const expected =
+            refused ? libcError(REG_ESPACE)
+                    : outcomeOfLibc(pattern, flagsOf(extended) | (anyCase ? REG_ICASE : 0));
+        ASSERT_EQ(outcome(pattern, (extended ? 0 : RegularExpression::BASIC_SYNTAX) |
+                                       (anyCase ? RegularExpression::CASE_INSENSITIVE : 0)),
+                  expected)
+            << (extended ? "extended: " : "basic: ") << pattern;
+        passed += refused ? 0 : 1;
+        compiling += expected == "compiles" ? 1 : 0;
+    }
+    EXPECT_GT(passed, 18000);
+    EXPECT_GT(compiling, 3000);
+}
+
+}  // namespace
