@@ -80,7 +80,7 @@ String logText(std::size_t lines) {
         if (line % 1000 == 500 || line % 1000 == 520) {
             text.append(line % 1000 == 500 ? "begin " : "end ");
         }
-        for (std::size_t period : {5, 20}) {
+        for (std::size_t const period : {std::size_t{5}, std::size_t{20}}) {
             if (line % period == 0) {
                 text.append(word(KEYS)).append('=').append(std::to_string(random.below(100000)));
                 text.append(' ');
