@@ -122,7 +122,8 @@ public:
         if (error != 0) {
             String const message = Format(
                 "Error creating regular expression: %1  The faulty expression (%2) is: \"%3\"",
-                compilationError(error, expression_).data(), optionsText(options), pattern);
+                compilationError(error, expression_).data(), optionsText(options),
+                pattern.c_str());  // up to its NUL, where the message would end without a quote
             throw RegularExpressionException(UNIT, RegularExpressionException::SOURCE_LINE,
                                              message.c_str(), Exception::NO_CODE, nullptr,
                                              Exception::NO_CODE);
@@ -268,6 +269,9 @@ std::pair<int, int> RegularExpression::first_match(char const* subject) const no
 }
 
 Array<OffsetPair> RegularExpression::all_matches(String const& subject) const {
+    if (!compiled_) {
+        return Array<OffsetPair>();
+    }
     GroupSearch search(*this, MAX_MATCH_SLOTS);
     return search.find(upToNul(subject)) ? search.groups() : Array<OffsetPair>();
 }

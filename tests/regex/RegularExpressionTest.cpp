@@ -14,9 +14,11 @@
 namespace {
 
 using namespace std::string_view_literals;
+using ZEBNS2::Array;
 using ZEBNS2::RegularExpression;
 using ZEBNS2::RegularExpressionException;
 using ZEBNS2::String;
+using ZEBNS2::StringArray;
 using Options = RegularExpression::CompilationOptions;
 using Offsets = std::pair<int, int>;
 
@@ -188,6 +190,18 @@ TEST(RegularExpression, FailedReplaceKeepsThePatternAndMatchesNothing) {
     EXPECT_EQ(expression.matching_substring("b("), "");
     EXPECT_EQ(expression.first_match("b("), NONE);
     EXPECT_FALSE(regex_matches(expression, ""));
+    StringArray const lines{"a", "b("};
+    EXPECT_TRUE(expression.all_matches("a").empty());
+    EXPECT_TRUE(expression.all_unique_matches("a").empty());
+    EXPECT_TRUE(expression.all_matching_substrings("a").empty());
+    EXPECT_TRUE(expression.all_unique_matching_substrings("a").empty());
+    EXPECT_EQ(expression.all_matching_substrings(lines), Array<StringArray>(2));
+    EXPECT_EQ(expression.all_unique_matching_substrings(lines), Array<StringArray>(2));
+    EXPECT_EQ(expression.matching_substring(lines), StringArray(2));
+    EXPECT_EQ(expression.first_matching_substring(lines), "");
+    EXPECT_TRUE(expression.all_matching_lines(lines).empty());
+    EXPECT_TRUE(expression.non_matching_lines(lines).empty());
+    EXPECT_TRUE(expression.find_matching_line_numbers(lines).empty());
 
     expression.replace("c", 0);
     EXPECT_TRUE(expression.matches("c"));
@@ -293,6 +307,17 @@ TEST(RegularExpression, PatternIsCompiledUpToItsNulAndKeptWhole) {
     RegularExpression const expression(String("a\0("sv), 0);
     EXPECT_TRUE(expression.matches("a"));
     EXPECT_EQ(expression.getPattern(), "a\0("sv);
+}
+
+TEST(RegularExpression, FaultyPatternIsShownUpToItsNul) {
+    try {
+        RegularExpression const expression(String("(\0x", 3), 0);
+        ADD_FAILURE() << "compiled";
+    } catch (RegularExpressionException const& exception) {
+        EXPECT_EQ(exception.getMessage(),
+                  "Error creating regular expression: " + reason("(", REG_EXTENDED) +
+                      "  The faulty expression (extended) is: \"(\"");
+    }
 }
 
 TEST(RegularExpression, NullSubjectHasNoMatch) {

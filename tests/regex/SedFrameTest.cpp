@@ -173,13 +173,14 @@ TEST(RegularExpressionConcurrent, OneObjectIsSharedByThreads) {
                 count += expression.all_matching_substrings("key=7").size() == 3 ? 1 : 0;
                 count += expression.all_unique_matches("a=1 b=2").size() == 2 ? 1 : 0;
                 count += sed("key=7", expression, "%2:%1") == "7:key" ? 1 : 0;
+                count += realSed("a\nba", "s/a/x/g", 0) == "x\nbx" ? 1 : 0;
             }
         });
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_THAT(found, testing::Each(2000));
+    EXPECT_THAT(found, testing::Each(2500));
 }
 
 }  // namespace

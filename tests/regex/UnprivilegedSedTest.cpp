@@ -293,10 +293,16 @@ TEST_F(UnprivilegedSed, FileThatMayNotBeWrittenStaysAsItIs) {
     std::string const file = write("a=1\n");
     ASSERT_EQ(::chmod(file.c_str(), 0444), 0);
     LogCapture const log;
-    {
+    try {
         WithoutRights const withoutRights;
-        EXPECT_EQ(failureOf([&] { unprivilegedSed(file, RegularExpression("=", 0), ": "); }),
-                  "File cannot be written file: " + file);
+        unprivilegedSed(file, RegularExpression("=", 0), ": ");
+        ADD_FAILURE() << "edited";
+    } catch (FileSystemException const& exception) {
+        EXPECT_EQ(exception.getMessage(), "File cannot be written file: " + file);
+        EXPECT_EQ(exception.getSubclassCode(), -1);
+        EXPECT_EQ(exception.getErrorCode(), -1);
+        EXPECT_EQ(exception.getChained(), nullptr);
+        EXPECT_STREQ(exception.getFile(), "OrventoCommonRegex");
     }
     EXPECT_THAT(log.lines(), ElementsAre(debug("Getting info for file \"" + file + "\""),
                                          debug2("Checking write status for \"" + file + "\"")));
