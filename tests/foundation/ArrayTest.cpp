@@ -90,11 +90,12 @@ private:
     static inline int untilThrow = -1;
 };
 
-/// An element without a move that cannot throw, so that growing copies it.
+/// An element whose move might throw, for all that the array knows, so that growing copies it.
 class CopiedOnly {
 public:
     CopiedOnly(int number = 0) : counted_(number) {}
     CopiedOnly(CopiedOnly const&) = default;
+    CopiedOnly(CopiedOnly&& other) noexcept(false) : counted_(std::move(other.counted_)) {}
     CopiedOnly& operator=(CopiedOnly const&) = default;
     int value() const { return counted_.value; }
 
@@ -538,7 +539,7 @@ TEST_F(ArrayElements, LoseOrDoubleNothingWhenInsertThrows) {
 }
 
 TEST_F(ArrayElements, StayValidWhenRemoveThrows) {
-    // Elements without a move are copied one place down; the third such copy fails.
+    // Elements without a move assignment are copied one place down; the third such copy fails.
     Array<CopiedOnly> array;
     for (int i = 0; i < 6; ++i) {
         array.append(CopiedOnly(i));

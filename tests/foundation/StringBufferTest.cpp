@@ -73,6 +73,22 @@ TEST(StringBuffer, RoomDoublesWhenItIsUsedUp) {
     }
 }
 
+TEST(StringBuffer, GrowsByTextsShorterThanItself) {
+    StringBuffer appended(8);
+    appended.append("abcdefg").append("hi");
+    EXPECT_EQ(appended.capacity(), 16u);
+    EXPECT_EQ(std::string_view(appended), "abcdefghi");
+    StringBuffer prepared(8);
+    prepared.append("abcdefg");
+    std::memcpy(prepared.prepare(2), "hi", 2);
+    prepared.commit(2);
+    EXPECT_EQ(prepared.capacity(), 16u);
+    EXPECT_EQ(std::string_view(prepared), "abcdefghi");
+    StringBuffer full(8);
+    full.append("abcdefg").append("h");
+    EXPECT_EQ(full.capacity(), 8u);
+}
+
 TEST(StringBuffer, GrowsAtOnceToWhatALongTextNeeds) {
     StringBuffer buffer(4);
     buffer.append("abc");
