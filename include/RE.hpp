@@ -46,7 +46,9 @@ public:
     /// Compiles `pattern`.
     /// @param pattern bytes up to a NUL; null is the empty pattern
     /// @param flags flags of `regcomp` such as `REG_ICASE`; `REG_EXTENDED` is always added
-    /// @throws BadRegexException when it does not compile, std::bad_alloc
+    /// @throws BadRegexException when it does not compile, std::bad_alloc. What the C library would
+    ///   not survive does not compile either, with `REG_ESPACE` as the subclass code; see
+    ///   OrventoCommonRegex.hpp.
     explicit RE(char const* pattern, int flags);
     RE(RE const&) = delete;
     RE& operator=(RE const&) = delete;
