@@ -105,4 +105,24 @@ ZEB_EXPORT void logErroneousException(char const* text, Exception const& excepti
 ZEB_EXPORT void logErroneousException(char const* text, std::exception const& exception) noexcept;
 /// @}
 
+// -------------------------------------------------------------------- not API
+
+namespace detail {
+
+/// Deletes `object`; an exception from its destructor is logged with `text` and goes no further.
+template <typename T>
+void deleteLogged(T* object, char const* text) noexcept {
+    try {
+        delete object;
+    } catch (Exception const& exception) {
+        logErroneousException(text, exception);
+    } catch (std::exception const& exception) {
+        logErroneousException(text, exception);
+    } catch (...) {
+        logErroneousException(text);
+    }
+}
+
+}  // namespace detail
+
 }  // namespace zeb::foundation

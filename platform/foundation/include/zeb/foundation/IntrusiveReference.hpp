@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cstddef>
-#include <exception>
 #include <utility>
 
 namespace zeb::foundation {
@@ -57,16 +56,7 @@ public:
             object_->references_.fetch_sub(1, std::memory_order_acq_rel) != 1) {
             return;
         }
-        static constexpr char TEXT[] = "Caught exception in the IntrusiveReference destructor";
-        try {
-            delete object_;
-        } catch (Exception const& exception) {
-            logErroneousException(TEXT, exception);
-        } catch (std::exception const& exception) {
-            logErroneousException(TEXT, exception);
-        } catch (...) {
-            logErroneousException(TEXT);
-        }
+        detail::deleteLogged(object_, "Caught exception in the IntrusiveReference destructor");
     }
 
     void swap(IntrusiveReference& other) noexcept { std::swap(object_, other.object_); }

@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <exception>
 
 namespace zeb::foundation {
 
@@ -51,16 +50,7 @@ struct LazyGlobal {
     }
 
     ~LazyGlobal() {
-        static constexpr char TEXT[] = "Caught exception in the LazyGlobal destructor";
-        try {
-            delete object;
-        } catch (Exception const& exception) {
-            logErroneousException(TEXT, exception);
-        } catch (std::exception const& exception) {
-            logErroneousException(TEXT, exception);
-        } catch (...) {
-            logErroneousException(TEXT);
-        }
+        detail::deleteLogged(object, "Caught exception in the LazyGlobal destructor");
         object = nullptr;
         built.store(0, std::memory_order_release);
         pthread_mutex_destroy(&mutex);
