@@ -29,8 +29,8 @@
 /// - A pattern that the C library would answer with a crash, an endless loop or the exhaustion of
 ///   all memory does not compile: the reason is the C library's for exhausted memory. These are
 ///   patterns beyond any use (groups nested 100 deep, 50,000 nodes) and, whatever their size, an
-///   unlimited repeat of a back-reference, such as `(.)\1+`: the C library takes stack for each time
-///   round and overflows it on a long subject. A limited one, such as `(.)\1{1,50}`, is fine.
+///   unlimited repeat of a back-reference, such as `(.)\1+`: the C library takes stack for each
+///   time round and overflows it on a long subject. A limited one, such as `(.)\1{1,50}`, is fine.
 
 namespace ZEBNS2 {
 
