@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <istream>
 #include <string>
 #include <string_view>
@@ -43,6 +46,21 @@ TEST_F(IFileStreamTest, ReadsBytesAsTheyStand) {
     char buffer[64];
     stream.read(buffer, sizeof buffer);
     EXPECT_EQ(std::string_view(buffer, static_cast<std::size_t>(stream.gcount())), BYTES);
+}
+
+TEST_F(IFileStreamTest, ReadsALargeFileOnEveryMachine) {
+    String const path = directory.file("large", "start");
+    constexpr std::uint64_t SIZE = std::uint64_t{5} << 30;  // 5 GiB, most of it nothing
+    std::filesystem::resize_file(path.c_str(), SIZE);
+    std::ofstream(path.c_str(), std::ios_base::app) << "end";
+    IFileStream stream(path);
+    char buffer[8];
+    stream.read(buffer, 5);
+    EXPECT_EQ(std::string_view(buffer, 5), "start");
+    stream.seekg(static_cast<std::streamoff>(SIZE));
+    stream.read(buffer, sizeof buffer);
+    EXPECT_EQ(std::string_view(buffer, static_cast<std::size_t>(stream.gcount())), "end");
+    EXPECT_TRUE(stream.eof());
 }
 
 TEST_F(IFileStreamTest, OfAnEmptyFileEndsAtOnce) {
