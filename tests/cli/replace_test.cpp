@@ -1,5 +1,6 @@
 #include "ZebText.hpp"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace zeb::test {
@@ -82,7 +83,11 @@ TEST(Replace, TellsWhenTheFileCouldNotBeWrittenCompletely) {
     std::string const file = folder.file("a", text);
     ProcessResult const result =
         shell("trap '' XFSZ; ulimit -f 4; exec \"$0\" replace text words \"$1\"", file);
-    EXPECT_EQ(result, failsWith(file + ": could not be written completely"));
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.out, "");
+    // In a build that measures coverage, libgcov complains of the limit too.
+    EXPECT_THAT(result.err,
+                testing::HasSubstr("zeb-text: " + file + ": could not be written completely\n"));
     EXPECT_LT(folder.contents("a").size(), text.size());
 }
 
