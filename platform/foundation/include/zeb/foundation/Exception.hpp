@@ -24,7 +24,8 @@ public:
     /// @param line line in it, 1-based
     /// @param message what went wrong; copied, null is empty
     /// @param subclassCode a code whose meaning the derived class defines, or `NO_CODE`
-    /// @param chained the exception that led to this one; cloned, null when there is none
+    /// @param chained the exception that led to this one; cloned, null when there is none. It is
+    ///   left out when memory for the clone is exhausted.
     /// @param errorCode a code of the system or the caller, or `NO_CODE`
     /// @throws std::bad_alloc
     Exception(char const* file, int line, char const* message, int subclassCode,

@@ -29,7 +29,8 @@ namespace FileSystem {
 /// @throws FileSystemException when `path` holds a NUL byte
 [[nodiscard]] ZEB_EXPORT bool canWrite(String const& path);
 
-/// All bytes of the file, read up to its end as it is found then, whatever size it had before.
+/// All bytes of the file, read up to its end as it is found then, whatever size it had before. A
+/// FIFO is waited for until its writers have closed it.
 /// @throws FileSystemException when it cannot be opened or read
 [[nodiscard]] ZEB_EXPORT String getFileContents(String const& path);
 

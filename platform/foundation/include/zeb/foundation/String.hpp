@@ -122,11 +122,13 @@ public:
     [[nodiscard]] std::size_t indexOf(char wanted, std::size_t from = 0) const noexcept;
     /// Offset of the first occurrence of `wanted` that starts at or after `from`; `npos` when there
     /// is none. An empty `wanted` is found at `from` as long as that is not beyond the end.
+    /// @par Complexity linear in both texts
     [[nodiscard]] std::size_t indexOf(std::string_view wanted, std::size_t from = 0) const noexcept;
     /// Offset of the last `wanted` at or before `from`; `npos` when there is none.
     [[nodiscard]] std::size_t lastIndexOf(char wanted, std::size_t from = npos) const noexcept;
     /// Offset of the last occurrence of `wanted` that starts at or before `from`; `npos` when there
     /// is none. An empty `wanted` is found at the smaller of `from` and `length()`.
+    /// @par Complexity the product of both lengths at worst
     [[nodiscard]] std::size_t lastIndexOf(std::string_view wanted,
                                           std::size_t from = npos) const noexcept;
 
