@@ -14,7 +14,7 @@
 /// regcomp and regexec recurse as deep as a pattern makes them, copy what a repeat repeats, and
 /// keep for each node of their automaton its closure: the nodes that can be reached from it without
 /// taking a character. A few dozen bytes so exhaust the stack, the memory or the patience of any
-/// process, and some make regexec go round for ever. docs/hostile-input.md shows the patterns.
+/// process, and some make regexec go round for ever. tests/regex/patterns/refused.txt holds some.
 ///
 /// The guard reads a pattern once, just as libc reads it, and adds up what libc is going to build.
 /// Each sum of a part follows from the sums of its own parts, so that one frame per open group is
