@@ -42,6 +42,7 @@ enum class PatternHazard {
     CLOSURES,
     CIRCLES,
     ANCHORED,
+    WILD,
     BACK_REFERENCES,
     /// An anchor in an idle loop: libc copies the loop for each set of anchors met on the way, and
     /// the copies of their copies; five kinds of anchors take it minutes.
@@ -83,8 +84,14 @@ struct PatternBounds {
     /// Nodes in the closures of anchors together. libc copies them all, to note the anchor in them,
     /// and looks for each copy among all the copies.
     static constexpr std::uint32_t MAX_ANCHORED = 8000;
-    /// Back-references, copies by repeats included: 490 bytes of stack in regexec for each.
-    static constexpr std::uint32_t MAX_BACK_REFERENCES = 100;
+    /// Nodes times wild ones, those that could take a character of several bytes: `.`, `[^x]` and
+    /// the like. In a UTF-8 locale regexec makes a set of nodes for each wild node that can take
+    /// such a character, and keeps the sets: 2.4 bytes on the average, for each such character of a
+    /// text.
+    static constexpr std::uint32_t MAX_WILD = 10000000;
+    /// Back-references, copies by repeats included. In regexec they take 490 bytes of stack each,
+    /// and every two of them can double the time: `($)\1{0,32}` takes a second on any text.
+    static constexpr std::uint32_t MAX_BACK_REFERENCES = 32;
 };
 
 /// The arithmetic of the guard: what the parts of a pattern add up to, as libc puts them together.
@@ -94,6 +101,7 @@ public:
     /// exit, without taking a character; an idle loop is an unlimited repeat of what can be empty.
     struct Part {
         std::uint32_t nodes = 0;
+        std::uint32_t wild = 0;
         std::uint32_t backReferences = 0;
 
         std::uint32_t visits = 0;         ///< nodes met from the entry, counted once for each way
@@ -133,8 +141,15 @@ public:
         return part;
     }
 
+    /// Any character.
+    Part period() noexcept {
+        Part part = character();
+        part.wild = 1;
+        return part;
+    }
+
     /// A choice between single bytes and longer characters.
-    Part bracket() noexcept { return choice(character(), character()); }
+    Part bracket(bool wild) noexcept { return choice(character(), wild ? period() : character()); }
 
     Part anchor() noexcept {
         Part part = emptyStep();
@@ -158,6 +173,7 @@ public:
     Part sequence(Part const& a, Part const& b) noexcept {
         Part part;
         part.nodes = a.nodes + b.nodes;
+        part.wild = a.wild + b.wild;
         part.backReferences = a.backReferences + b.backReferences;
         if (part.backReferences > PatternBounds::MAX_BACK_REFERENCES) {
             refuse(PatternHazard::BACK_REFERENCES);
@@ -190,6 +206,7 @@ public:
         build(1);
         Part part;
         part.nodes = 1 + a.nodes + b.nodes;
+        part.wild = a.wild + b.wild;
         part.backReferences = a.backReferences + b.backReferences;
         part.visits = count(std::uint64_t{1} + a.visits + b.visits);
         part.waysThrough = count(std::uint64_t{a.waysThrough} + b.waysThrough);
@@ -245,6 +262,7 @@ public:
     /// What only the whole pattern tells, and the node behind its end.
     void finish(Part const& pattern) noexcept {
         sequence(pattern, character());
+        limited(product(pattern.wild, pattern.nodes), PatternBounds::MAX_WILD, PatternHazard::WILD);
         if (pattern.backReferences != 0 && idleLoop_) {
             refuse(PatternHazard::BACK_REFERENCE_AND_IDLE_LOOP);
         }
@@ -286,6 +304,7 @@ private:
         }
         Part part;
         part.nodes = 1 + a.nodes;
+        part.wild = a.wild;
         part.backReferences = a.backReferences;
         part.visits = count(std::uint64_t{1} + a.visits);
         part.waysThrough = count(std::uint64_t{1} + a.waysThrough);
@@ -371,25 +390,9 @@ private:
         bool hasItem = false;
     };
 
-    enum class Operator { NONE, OPEN, CLOSE, ALTERNATIVE, PLUS, QUESTION, INTERVAL };
-
-    static Operator operatorOf(char byte) noexcept {
-        switch (byte) {
-            case '(':
-                return Operator::OPEN;
-            case ')':
-                return Operator::CLOSE;
-            case '|':
-                return Operator::ALTERNATIVE;
-            case '+':
-                return Operator::PLUS;
-            case '?':
-                return Operator::QUESTION;
-            case '{':
-                return Operator::INTERVAL;
-            default:
-                return Operator::NONE;
-        }
+    /// Operators in extended syntax, and behind a backslash in basic syntax.
+    static bool isOperator(char byte) noexcept {
+        return std::string_view("()|+?{").find(byte) != std::string_view::npos;
     }
 
     static constexpr int MAX_REPEAT = 32767;
@@ -441,9 +444,9 @@ private:
 
     bool readToken() noexcept {
         char const byte = pattern_[at_];
-        if (extended_ && operatorOf(byte) != Operator::NONE) {
+        if (extended_ && isOperator(byte)) {
             ++at_;
-            return readOperator(operatorOf(byte));
+            return readOperator(byte);
         }
         switch (byte) {
             case '\\':
@@ -466,31 +469,35 @@ private:
             case '$':
                 readDollar();
                 return true;
+            case '.':
+                ++at_;
+                addItem(sum_.period());
+                return true;
             default:
                 readCharacter();
                 return true;
         }
     }
 
-    bool readOperator(Operator op) noexcept {
+    bool readOperator(char op) noexcept {
         switch (op) {
-            case Operator::OPEN:
+            case '(':
                 openGroup();
                 return true;
-            case Operator::CLOSE:
+            case ')':
                 return closeGroup();
-            case Operator::ALTERNATIVE: {
+            case '|': {
                 Part const alternatives = closeBranches();
                 frame() = Frame{};
                 frame().alternatives = alternatives;
                 frame().hasAlternatives = true;
                 return true;
             }
-            case Operator::PLUS:
+            case '+':
                 return readRepeat(1, PatternSum::UNLIMITED);
-            case Operator::QUESTION:
+            case '?':
                 return readRepeat(0, 1);
-            default:
+            default:  // {
                 return frame().hasItem && readInterval();
         }
     }
@@ -571,16 +578,16 @@ private:
             return false;
         }
         char const byte = pattern_[at_];
-        if (!extended_ && operatorOf(byte) != Operator::NONE) {
+        if (!extended_ && isOperator(byte)) {
             ++at_;
-            return readOperator(operatorOf(byte));
+            return readOperator(byte);
         }
         if (byte >= '1' && byte <= '9') {
             ++at_;
             addItem(sum_.backReference());
         } else if (std::strchr("wWsS", byte) != nullptr) {
             ++at_;
-            addItem(sum_.bracket());
+            addItem(sum_.bracket(/*wild=*/true));
         } else if (std::strchr("<>`'", byte) != nullptr) {
             ++at_;
             addAnchor(sum_.anchor());
@@ -595,12 +602,13 @@ private:
 
     /// Behind the opening bracket. A backslash is a character here, and so is ] at the beginning.
     bool readBracket() noexcept {
-        skip("^");
+        bool wild = skip("^");
         skip("]");
         while (!atEnd()) {
+            wild = wild || isByte(0x80, 0xFF);
             char const byte = pattern_[at_++];
             if (byte == ']') {
-                addItem(sum_.bracket());
+                addItem(sum_.bracket(wild));
                 return true;
             }
             if (byte == '[' && (follows(".") || follows("=") || follows(":"))) {
@@ -610,6 +618,7 @@ private:
                     return false;
                 }
                 at_ = end + sizeof closing;
+                wild = true;
             }
         }
         return false;

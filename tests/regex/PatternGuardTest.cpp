@@ -32,6 +32,7 @@ std::ostream& operator<<(std::ostream& stream, PatternHazard hazard) {
                                             "CLOSURES",
                                             "CIRCLES",
                                             "ANCHORED",
+                                            "WILD",
                                             "BACK_REFERENCES",
                                             "ANCHOR_IN_IDLE_LOOP",
                                             "ENDLESS_LOOP",
@@ -290,6 +291,9 @@ INSTANTIATE_TEST_SUITE_P(
                   return n % 2 == 0 ? times(n / 2, "\\<x") : "\\<\\<x" + times((n - 5) / 2, "\\<x");
               },
               PatternBounds::MAX_ANCHORED},
+        Bound{"Wild", PatternHazard::WILD,
+              [](std::size_t n) { return times(2000, ".") + times(n, "a"); },
+              PatternBounds::MAX_WILD / 2000 - 2000},
         Bound{"BackReferences", PatternHazard::BACK_REFERENCES,
               [](std::size_t n) { return "(a)" + times(n, "\\1x?"); },
               PatternBounds::MAX_BACK_REFERENCES},
@@ -315,7 +319,7 @@ TEST(PatternGuard, LoopsAreRefusedOnlyInTheirBadCompany) {
         char const* passing;
     };
     constexpr Row ROWS[] = {
-        {"(a)(b\\1)*", PatternHazard::BACK_REFERENCE_IN_LOOP, "(a)(b\\1){0,50}"},
+        {"(a)(b\\1)*", PatternHazard::BACK_REFERENCE_IN_LOOP, "(a)(b\\1){0,30}"},
         {"(a)\\1+", PatternHazard::BACK_REFERENCE_IN_LOOP, "(a)\\1?"},
         {"(a)((b\\1){1,3})*", PatternHazard::BACK_REFERENCE_IN_LOOP, "(a)((b\\1){1,3}){1,3}"},
         {"(a)(b?)*\\1", PatternHazard::BACK_REFERENCE_AND_IDLE_LOOP, "(a)(b)*\\1"},
@@ -439,6 +443,17 @@ TEST(PatternGuard, ReadsPatternsAsLibcDoes) {
         {EXTENDED, "[a]{16666}", PatternHazard::NONE},  // three nodes in a UTF-8 locale
         {EXTENDED, "[a]{16667}", PatternHazard::NODES},
         {EXTENDED, "\\w{16667}", PatternHazard::NODES},
+
+        // What could be a character of several bytes.
+        {EXTENDED, "[]a-z[+.-]{2000}a{5000}", PatternHazard::NONE},
+        {EXTENDED, ".{2000}a{5000}", PatternHazard::WILD},
+        {EXTENDED, "[^a]{2000}a{5000}", PatternHazard::WILD},
+        {EXTENDED, "[\xc3\xa9]{2000}a{5000}", PatternHazard::WILD},
+        {EXTENDED, "[a[:alpha:]]{2000}a{5000}", PatternHazard::WILD},
+        {EXTENDED, "[a[=e=]]{2000}a{5000}", PatternHazard::WILD},
+        {EXTENDED, "\\S{2000}a{5000}", PatternHazard::WILD},
+        {BASIC, "a\\{5000\\}\\w\\{2000\\}", PatternHazard::WILD},
+        {EXTENDED, "\\.{2000}a{5000}", PatternHazard::NONE},
     };
     for (Row const& row : rows) {
         SCOPED_TRACE((row.extended ? "extended: " : "basic: ") + row.pattern.substr(0, 60));
