@@ -47,6 +47,8 @@ function(zeb_add_library target)
 
     # A unique symbol would keep the library in memory after dlclose; clang++ makes none.
     target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+    # No program replaces a function of these libraries, so they may inline what they export; clang++ does so anyway.
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     # A sanitizer's run-time library is in the program, so its symbols stay undefined here.
     if(NOT ZEB_SANITIZE)
         target_link_options(${target} PRIVATE -Wl,-z,defs)

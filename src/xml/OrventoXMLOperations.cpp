@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <new>
 #include <ostream>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -119,21 +120,28 @@ Array<XMLQueryEntry> parseXMLQuery(String const& query) {
 
 // ---------------------------------------------------------------------------------- Node search
 
+/// Whether the texts are equal but for case. Most differ in length, which is seen here without a
+/// call.
+bool equalIgnoringCase(String const& wanted, std::string_view text) {
+    return wanted.length() == text.size() && wanted.equalsIgnoreCase(text);
+}
+
 /// Whether `node` fits one step.
 /// @param logger a search hands its own on: to build one counts references to the component's name,
 ///   which searching threads share
 bool XMLQueryEntryMatches(XMLNode const& node, XMLQueryEntry const& entry,
                           Logger const& logger = Logger(COMPONENT_NAME.get())) {
     ZEB_LOG_DEBUG2(logger, UNIT, Format("XMLNodeSearch: Comparing %1 to %2", entry, node));
-    if (!entry.name.empty() && !entry.name.equalsIgnoreCase(node.nameView())) {
+    if (!entry.name.empty() && !equalIgnoringCase(entry.name, node.nameView())) {
         return false;
     }
     // Every attribute that fits is counted, also a second one whose name differs in case alone:
     // such a node is deliberately no match.
     std::size_t matched = 0;
+    std::size_t const count = node.attributeCount();
     for (auto const& [name, value] : entry.attributes) {
-        for (std::size_t i = 0; i < node.attributeCount(); ++i) {
-            if (!name.equalsIgnoreCase(node.attributeNameView(i))) {
+        for (std::size_t i = 0; i < count; ++i) {
+            if (!equalIgnoringCase(name, node.attributeNameView(i))) {
                 continue;
             }
             if (value.empty()) {
@@ -141,7 +149,7 @@ bool XMLQueryEntryMatches(XMLNode const& node, XMLQueryEntry const& entry,
                     logger, UNIT,
                     Format("XMLNodeSearch: XML attribute matched required name (%1)", name));
                 ++matched;
-            } else if (value.equalsIgnoreCase(node.attributeValueView(i))) {
+            } else if (equalIgnoringCase(value, node.attributeValueView(i))) {
                 ZEB_LOG_DEBUG2(logger, UNIT,
                                Format("XMLNodeSearch: XML attribute matched required name (%1) and "
                                       "value (%2)",
