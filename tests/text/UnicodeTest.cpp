@@ -181,9 +181,11 @@ TEST(UnicodeSweep, EachUnitAloneAndBetweenOthers) {
         ASSERT_EQ(difference({unit}), "");
         ASSERT_EQ(difference({u'A', unit, u'\x20AC'}), "");
         // Long enough to be taken as a whole, in the first and in the second half of that.
-        std::u16string block(8, u'\x00E9');
-        block[value % 8] = unit;
-        ASSERT_EQ(difference(block), "");
+        for (char16_t const other : {u'\x00E9', u'\x20AC'}) {
+            std::u16string block(8, other);
+            block[value % 8] = unit;
+            ASSERT_EQ(difference(block), "");
+        }
     }
 }
 
@@ -252,6 +254,12 @@ TEST(UnicodeSweep, SequencesAcrossTheBordersOfLargePieces) {
                     ASSERT_EQ(difference(std::u16string(before, u'a') + sequence +
                                          std::u16string(behind, u'\x4E2D')),
                               "")
+                        << before << ' ' << behind;
+                    std::u16string pairs(before % 2, u'x');
+                    while (pairs.size() < before) {
+                        pairs += u"\xD83D\xDE00";
+                    }
+                    ASSERT_EQ(difference(pairs + sequence + std::u16string(behind, u'z')), "")
                         << before << ' ' << behind;
                 }
             }
