@@ -15,13 +15,23 @@ inline constexpr long UNLIMITED = -1;
 
 /// Allocations that still succeed, or UNLIMITED. For programs with one thread.
 inline long allocationsLeft = UNLIMITED;
+/// Whether one allocation fails and those behind it succeed; otherwise all that follow fail too.
+inline bool failsOnce = false;
+/// Whether allocations are neither counted nor refused for now.
+inline bool sparesAllocations = false;
 inline long allocationsMade = 0;
+inline long allocationsRefused = 0;
 inline long blocksInUse = 0;
 
 namespace detail {
 
 inline bool mayAllocate() {
+    if (sparesAllocations) {
+        return true;
+    }
     if (allocationsLeft == 0) {
+        ++allocationsRefused;
+        allocationsLeft = failsOnce ? UNLIMITED : 0;
         errno = ENOMEM;
         return false;
     }

@@ -1,0 +1,208 @@
+// What public functions leave alone in the process that calls them.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <iterator>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "LogCapture.hpp"
+#include "PublicCalls.hpp"
+#include "RunProcess.hpp"
+
+namespace {
+
+using zeb::test::Inputs;
+using zeb::test::LogCapture;
+using zeb::test::PublicCall;
+using zeb::test::publicCalls;
+
+/// Notes the errno that calls leave when they find a strange one.
+class ErrnoAfter : public zeb::test::Attempt {
+public:
+    bool operator()(std::function<void()> const& action) override {
+        errno = ENOTNAM;
+        action();
+        seen.push_back(errno);
+        return true;
+    }
+    std::vector<int> seen;
+};
+
+TEST(Surroundings, ErrnoIsNotChangedByLogging) {
+    Inputs const in;
+    std::size_t messages = 0;
+    for (PublicCall const& call : publicCalls()) {
+        SCOPED_TRACE(call.function);
+        ErrnoAfter first;
+        call.use(first, in);  // builds what stays
+        ErrnoAfter silent;
+        call.use(silent, in);
+        LogCapture const capture;
+        ErrnoAfter logging;
+        call.use(logging, in);
+        messages += capture.messages().size();
+        EXPECT_EQ(logging.seen, silent.seen);
+        EXPECT_EQ(silent.seen.size(), 1U);
+    }
+    EXPECT_GT(messages, 50U);
+    EXPECT_TRUE(in.isUntouched());
+}
+
+/// The dispositions of all signals.
+std::vector<void (*)(int)> signalHandlers() {
+    std::vector<void (*)(int)> handlers;
+    for (int number = 1; number < NSIG; ++number) {
+        struct sigaction action {};
+        if (::sigaction(number, nullptr, &action) == 0) {
+            handlers.push_back(action.sa_handler);
+        }
+    }
+    return handlers;
+}
+
+/// Leads a descriptor into a file while it lives.
+class Redirection {
+public:
+    explicit Redirection(int descriptor)
+        : descriptor_(descriptor),
+          saved_(::dup(descriptor)),
+          file_(zeb::test::detail::temporaryFile()) {
+        flush();
+        ::dup2(fileno(file_.get()), descriptor_);
+    }
+    Redirection(Redirection const&) = delete;
+    Redirection& operator=(Redirection const&) = delete;
+    ~Redirection() {
+        flush();
+        ::dup2(saved_, descriptor_);
+        ::close(saved_);
+    }
+    std::string written() const {
+        flush();
+        return zeb::test::detail::contentsOf(file_.get());
+    }
+
+private:
+    static void flush() {
+        std::cout.flush();
+        std::clog.flush();
+        std::fflush(nullptr);
+    }
+
+    int descriptor_;
+    int saved_;
+    zeb::test::detail::File file_;
+};
+
+TEST(Surroundings, SignalsLocaleAndStandardStreamsAreLeftAlone) {
+    Inputs const in;
+    ASSERT_STREQ(std::setlocale(LC_ALL, "C.UTF-8"), "C.UTF-8");
+    auto const handlers = signalHandlers();
+    ASSERT_GE(handlers.size(), 60U);
+    LogCapture const capture;
+    for (PublicCall const& call : publicCalls()) {
+        SCOPED_TRACE(call.function);
+        std::string out;
+        std::string err;
+        {
+            Redirection const outRedirection(STDOUT_FILENO);
+            Redirection const errRedirection(STDERR_FILENO);
+            ErrnoAfter attempt;
+            call.use(attempt, in);
+            out = outRedirection.written();
+            err = errRedirection.written();
+        }
+        EXPECT_EQ(out, "");
+        EXPECT_EQ(err, "");
+        EXPECT_EQ(signalHandlers(), handlers);
+        EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C.UTF-8");
+    }
+    std::setlocale(LC_ALL, "C");
+}
+
+TEST(Surroundings, ARedirectionSeesWhatIsWritten) {
+    Redirection const redirection(STDOUT_FILENO);
+    std::cout << "written" << std::flush;
+    EXPECT_EQ(redirection.written(), "written");
+}
+
+/// The name of a function in a line of nm's, as `PublicCall` has it; empty for other lines.
+std::string functionIn(std::string const& line) {
+    std::size_t const type = line.find(" T ");
+    if (type == std::string::npos) {
+        return "";
+    }
+    std::string name = line.substr(type + 3);
+    std::size_t const shift = name.find("operator<<");
+    std::size_t const end = shift == std::string::npos ? name.find_first_of("<(") : name.find('(');
+    name.erase(end);
+    name.erase(0, name.rfind(' ') + 1);
+    bool const ours = name.rfind("zeb::", 0) == 0 || name.rfind("ZEBNS2::", 0) == 0;
+    return ours && name.find('~') == std::string::npos ? name : "";
+}
+
+// Templates and functions that are inline in their headers are in no symbol table.
+TEST(PublicCalls, UseEveryExportedFunction) {
+    // Exported for templates and inline functions that call them, which are used themselves.
+    std::set<std::string> const internal = {
+        "zeb::foundation::Format::Format",  // for classes derived from it
+        "zeb::foundation::Format::fill",
+        "zeb::foundation::Format::process",
+        "zeb::foundation::OStringStream::Bytes::overflow",
+        "zeb::foundation::OStringStream::Bytes::xsputn",
+        "zeb::foundation::String::allocate",
+        "zeb::foundation::String::release",
+        "zeb::foundation::String::resize",
+        "zeb::foundation::StringBuffer::grow",
+        "zeb::foundation::detail::allocateBlock",
+        "zeb::foundation::detail::freeBlock",
+        "zeb::foundation::detail::prepended",
+        "zeb::foundation::detail::render",
+        "zeb::foundation::detail::resizeBlock",
+        "zeb::foundation::detail::throwBadAlloc",
+        "zeb::foundation::detail::throwOutOfBounds",
+        "zeb::xmltoolkit::XMLNode::attributeRecord",
+        "zeb::xmltoolkit::XMLNode::elementAt",
+    };
+    std::map<std::string, int> used;
+    for (PublicCall const& call : publicCalls()) {
+        ++used[call.function];
+    }
+    std::set<std::string> signatures;
+    for (char const* const library : {ZEB_LIBRARIES}) {
+        auto const nm = zeb::test::runProcess({"nm", "-DC", "--defined-only", library});
+        ASSERT_EQ(nm.status, 0) << nm;
+        std::istringstream lines(nm.out);
+        for (std::string line; std::getline(lines, line);) {
+            signatures.insert(line.substr(line.find(' ')));  // constructors stand there twice
+        }
+    }
+    std::map<std::string, int> exported;
+    for (std::string const& signature : signatures) {
+        ++exported[functionIn(signature)];
+    }
+    exported.erase("");
+    EXPECT_GT(exported.size(), 100U);
+    for (auto const& [function, overloads] : exported) {
+        if (internal.count(function) == 0) {
+            EXPECT_GE(used[function], overloads) << function;
+        }
+    }
+    for (std::string const& function : internal) {
+        EXPECT_EQ(exported.count(function), 1U) << function;
+    }
+}
+
+}  // namespace
