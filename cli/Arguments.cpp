@@ -53,6 +53,8 @@ Arguments::Arguments(std::string const& command, std::string const& description,
       app_(std::make_unique<CLI::App>(description, std::string(PROGRAM) + " " + command)) {
     app_->set_help_flag("--help", "Print this help and exit");
     app_->footer("Examples:\n" + examples);
+    option("--color", {"auto", "always", "never"}, color_,
+           "Color matches and errors; without it auto: on a terminal, unless NO_COLOR is set");
     option("--trace", {"debug", "debug2", "debug3"}, trace_,
            "Write the library's messages up to this level to standard error");
 }
@@ -97,6 +99,8 @@ void Arguments::flag(char const* name, bool& value, char const* description) {
     app_->add_flag(name, value, description);
 }
 
+void Arguments::json(bool& value, char const* description) { flag("--json", value, description); }
+
 void Arguments::exclusive(std::initializer_list<char const*> names) {
     for (char const* const a : names) {
         for (char const* const b : names) {
@@ -118,6 +122,7 @@ void Arguments::parse(Words const& words) {
         fail(error.what());
     }
     takeRest();
+    chooseColors(color_);
     startTrace();
 }
 

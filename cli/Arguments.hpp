@@ -21,8 +21,8 @@ struct HelpRequest : std::runtime_error {
 /// What the arguments of one subcommand mean.
 ///
 /// Declare the arguments, each with the variable that it sets, then `parse`. Every subcommand has
-/// the options `--help` and `--trace` as well. All values arrive byte for byte as the shell passed
-/// them; a word that begins with '-' and is no option comes behind `--`.
+/// the options `--help`, `--color` and `--trace` as well. All values arrive byte for byte as the
+/// shell passed them; a word that begins with '-' and is no option comes behind `--`.
 class Arguments {
 public:
     /// @param command as the user types it, such as "xml find"
@@ -44,7 +44,11 @@ public:
     /// At most one of these options may be given.
     void exclusive(std::initializer_list<char const*> names);
 
-    /// Sets the variables and switches the trace on that was asked for.
+    /// The flag `--json`.
+    /// @param description what the objects hold
+    void json(bool& value, char const* description);
+
+    /// Sets the variables, the colours and the trace that was asked for.
     /// @throws HelpRequest
     /// @throws Failure when the words do not fit
     void parse(Words const& words);
@@ -59,6 +63,7 @@ private:
     void takeRest();
 
     std::string command_;
+    std::string color_ = "auto";
     std::string trace_;
     std::unique_ptr<CLI::App> app_;
     Words* rest_ = nullptr;

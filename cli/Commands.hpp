@@ -35,6 +35,11 @@ Status xmlCheck(Words const& words, Output& out);
 Status xmlFind(Words const& words, Output& out);
 /// @}
 
+/// UTF-8 of a text in UTF-16 that begins with the mark, as XML in UTF-16 has to; other texts as
+/// they are.
+/// @throws std::exception when the UTF-16 is malformed
+[[nodiscard]] ZEBNS2::String utf8ByMark(ZEBNS2::String const& text);
+
 /// The options that choose how expressions are read.
 struct Syntax {
     bool ignoreCase = false;

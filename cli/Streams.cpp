@@ -1,20 +1,27 @@
 #include "Streams.hpp"
 
+#include "Excerpt.hpp"
+#include "Progress.hpp"
+
 #include <zeb/foundation/Exception.hpp>
-#include <zeb/foundation/FileSystem.hpp>
 #include <zeb/foundation/StringBuffer.hpp>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <nlohmann/json.hpp>
+
 #include <cerrno>
+#include <cstdint>
+#include <cstdlib>
 #include <iostream>
+#include <limits>
 #include <new>
 #include <system_error>
 
 namespace zeb::cli {
 
-using foundation::FileSystemException;
 using foundation::String;
 using foundation::StringBuffer;
 
@@ -23,21 +30,63 @@ namespace {
 /// Bytes of one read or write.
 constexpr std::size_t CHUNK = 64 * 1024;
 
+/// The value of --color.
+std::string& colorChoice() {
+    static std::string choice = "auto";
+    return choice;
+}
+
 std::string systemReason(int error) { return std::generic_category().message(error); }
 
-String readStandardInput() {
-    StringBuffer contents;
+/// Bytes from where the file stands to its end; 0 where that is not known, as for a pipe.
+std::uint64_t remainingSize(int descriptor) {
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return 0;
+    }
+    off_t const position = ::lseek(descriptor, 0, SEEK_CUR);
+    return position >= 0 && position < status.st_size
+               ? static_cast<std::uint64_t>(status.st_size - position)
+               : 0;
+}
+
+/// All bytes up to the end of the file.
+/// @param what begins the message of a failure
+String readAll(int descriptor, std::string const& name, std::string const& what) {
+    std::uint64_t const size = remainingSize(descriptor);
+    if (size >= std::numeric_limits<std::size_t>::max() / 2) {
+        throw std::bad_alloc();
+    }
+    Progress progress(name, size);
+    StringBuffer contents(static_cast<std::size_t>(size));
     for (;;) {
-        ssize_t const got = ::read(STDIN_FILENO, contents.prepare(CHUNK), CHUNK);
+        ssize_t const got = ::read(descriptor, contents.prepare(CHUNK), CHUNK);
         if (got == 0) {
             return contents.releaseString();
         }
         if (got > 0) {
             contents.commit(static_cast<std::size_t>(got));
+            progress.show(contents.length());
         } else if (int const error = errno; error != EINTR) {
-            throw Failure("-: " + systemReason(error));
+            throw Failure(what + systemReason(error));
         }
     }
+}
+
+String readInput(std::string const& name) {
+    if (name == "-") {
+        return readAll(STDIN_FILENO, name, "-: ");
+    }
+    std::string const what = "Cannot read file " + name + ": ";
+    int const descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        throw Failure(what + systemReason(errno));
+    }
+    struct Closer {
+        ~Closer() { ::close(descriptor); }
+        int descriptor;
+    } const closer{descriptor};
+    return readAll(descriptor, name, what);
 }
 
 void writeAll(std::string_view bytes) {
@@ -45,7 +94,9 @@ void writeAll(std::string_view bytes) {
         ssize_t const put = ::write(STDOUT_FILENO, bytes.data(), bytes.size());
         if (put >= 0) {
             bytes.remove_prefix(static_cast<std::size_t>(put));
-        } else if (int const error = errno; error != EINTR) {
+        } else if (int const error = errno; error == EPIPE) {
+            throw ReaderGone(systemReason(error));
+        } else if (error != EINTR) {
             throw OutputFailure("standard output: " + systemReason(error));
         }
     }
@@ -53,10 +104,32 @@ void writeAll(std::string_view bytes) {
 
 }  // namespace
 
-void report(std::string_view message) {
-    std::string line = std::string(PROGRAM) + ": " + std::string(message);
-    std::replace(line.begin(), line.end(), '\n', ' ');
-    std::cerr << line + "\n" << std::flush;
+void chooseColors(std::string const& when) { colorChoice() = when; }
+
+bool isColored(int descriptor) {
+    if (colorChoice() != "auto") {
+        return colorChoice() == "always";
+    }
+    char const* const unwanted = std::getenv("NO_COLOR");
+    char const* const terminal = std::getenv("TERM");
+    return (unwanted == nullptr || *unwanted == '\0') && terminal != nullptr &&
+           std::string_view(terminal) != "dumb" && ::isatty(descriptor) != 0;
+}
+
+std::string painted(bool colored, char const* color, std::string_view text) {
+    std::string const plain(text);
+    return colored && !plain.empty() ? std::string("\033[") + color + "m" + plain + "\033[0m"
+                                     : plain;
+}
+
+void note(std::string_view message) {
+    std::cerr << std::string(PROGRAM) + ": " + printable(message) + "\n" << std::flush;
+}
+
+void report(std::string_view message, std::string_view place) {
+    std::string const program =
+        painted(isColored(STDERR_FILENO), MATCH_COLOR, std::string(PROGRAM) + ":");
+    std::cerr << program + " " + printable(message) + "\n" + std::string(place) << std::flush;
 }
 
 void Output::write(std::string_view bytes) {
@@ -72,6 +145,11 @@ void Output::write(std::string_view bytes) {
 void Output::line(std::string_view text) {
     write(text);
     write("\n");
+}
+
+void Output::json(nlohmann::ordered_json const& object) {
+    line(object.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
+                     nlohmann::ordered_json::error_handler_t::replace));
 }
 
 void Output::flush() {
@@ -96,8 +174,8 @@ bool forEachName(Words const& names, std::function<void(std::string const&)> con
         } catch (OutputFailure const&) {
             throw;
         } catch (Failure const& failure) {
-            report(failure.what());
-        } catch (FileSystemException const& exception) {
+            report(failure.what(), failure.place);
+        } catch (foundation::FileSystemException const& exception) {
             report(exception.what());  // names the file itself
         } catch (std::bad_alloc const&) {
             report(name + ": out of memory");
@@ -111,10 +189,8 @@ bool forEachName(Words const& names, std::function<void(std::string const&)> con
 
 bool forEachInput(Words const& files,
                   std::function<void(std::string const&, String const&)> const& work) {
-    return forEachName(files.empty() ? Words{"-"} : files, [&work](std::string const& name) {
-        work(name,
-             name == "-" ? readStandardInput() : foundation::FileSystem::getFileContents(name));
-    });
+    return forEachName(files.empty() ? Words{"-"} : files,
+                       [&work](std::string const& name) { work(name, readInput(name)); });
 }
 
 Status searchStatus(bool allWell, bool found) {

@@ -2,6 +2,8 @@
 
 #include <zeb/foundation/String.hpp>
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -19,7 +21,11 @@ enum Status { DONE = 0, NOTHING_FOUND = 1, FAILED = 2 };
 
 /// What the user is to be told before the program ends, in full.
 struct Failure : std::runtime_error {
-    using std::runtime_error::runtime_error;
+    /// @param shown whole lines that show where the trouble is, see `excerpt`; none without them
+    explicit Failure(std::string const& message, std::string shown = {})
+        : std::runtime_error(message), place(std::move(shown)) {}
+
+    std::string place;
 };
 
 /// Standard output cannot be written, so that there is no use in going on.
@@ -27,14 +33,43 @@ struct OutputFailure : Failure {
     using Failure::Failure;
 };
 
-/// Writes "zeb-text: message" as one line to standard error.
-void report(std::string_view message);
+/// The reader of standard output has gone away, of which nobody needs to be told.
+struct ReaderGone : OutputFailure {
+    using OutputFailure::OutputFailure;
+};
+
+/// @name Colours
+/// @{
+inline constexpr char MATCH_COLOR[] = "1;31";  ///< red, bold; for errors too
+inline constexpr char NAME_COLOR[] = "35";     ///< magenta
+inline constexpr char NUMBER_COLOR[] = "32";   ///< green
+
+/// Sets when there are colours.
+/// @param when "always", "never", or "auto": on a terminal that is not a dumb one, unless NO_COLOR
+///   is in the environment and not empty
+void chooseColors(std::string const& when);
+
+/// Whether what is written to that file gets colours.
+[[nodiscard]] bool isColored(int descriptor);
+
+/// `text`, in a color when `colored`; an empty one stays empty.
+[[nodiscard]] std::string painted(bool colored, char const* color, std::string_view text);
+/// @}
+
+/// Writes "zeb-text: message" as one line to standard error, bytes that are not printable escaped.
+void note(std::string_view message);
+
+/// The same for an error.
+/// @param place as in `Failure`
+void report(std::string_view message, std::string_view place = {});
 
 /// Standard output, collected into large writes. Only what `finish` has seen is surely written.
 class Output {
 public:
     void write(std::string_view bytes);
     void line(std::string_view text);
+    /// Writes an object as one line of JSON, each malformed piece of UTF-8 in it as U+FFFD.
+    void json(nlohmann::ordered_json const& object);
     /// Writes what is left; afterwards there is no standard output any more.
     void finish();
 
@@ -46,7 +81,8 @@ private:
 };
 
 /// Hands the name and contents of each of `files`, of standard input for "-" and when there are
-/// none, to `work`. What is wrong with one of them is reported and the others are still done.
+/// none, to `work`. What is wrong with one of them is reported and the others are still done. While
+/// a large one is read, a line on standard error tells how far that is, if that is a terminal.
 /// @return whether nothing was wrong
 bool forEachInput(
     Words const& files,

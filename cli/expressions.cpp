@@ -1,24 +1,25 @@
 // The commands that search and edit by regular expressions.
 
 #include "Commands.hpp"
+#include "Faults.hpp"
 
 #include <OrventoTextOperations.hpp>
 
 #include <zeb/foundation/FileSystem.hpp>
-#include <zeb/foundation/Logger.hpp>
 
-#include <memory>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
 #include <utility>
 
 namespace zeb::cli {
 
-using foundation::CallbackAppender;
 using foundation::FileInformation;
-using foundation::IntrusiveReference;
-using foundation::LogAppender;
-using foundation::Logger;
-using foundation::LogMessage;
+using nlohmann::ordered_json;
 using ZEBNS2::Array;
+using ZEBNS2::OffsetPair;
 using ZEBNS2::RegularExpression;
 using ZEBNS2::String;
 using ZEBNS2::StringArray;
@@ -29,19 +30,6 @@ namespace FileSystem = foundation::FileSystem;
 
 StringArray splitLines(String const& text) {
     return text.tokenize("\n", String::DISCARD_DELIMITERS, String::RETURN_EMPTY_TOKENS);
-}
-
-/// Whether the library knows the sed command. It yields an empty text for one that it does not
-/// know, and tells of it only by a message at debug level; no input is needed to get that.
-bool isSedCommand(String const& command, RegularExpression::CompilationOptions options) {
-    auto const known = std::make_shared<bool>(true);
-    Logger::setDefault(
-        Logger::DEBUG_LEVEL,
-        IntrusiveReference<LogAppender>(new CallbackAppender([known](LogMessage const& message) {
-            *known = *known && !message.text.startsWith("regex: Unknown sed operation");
-        })));
-    static_cast<void>(ZEBNS2::realSed(String(), command, options));
-    return *known;
 }
 
 /// What unprivilegedSed makes of a file's text.
@@ -59,6 +47,8 @@ struct Selection {
     bool numbers = false;
     bool only = false;
     bool groups = false;
+    bool json = false;
+    bool colored = false;
 };
 
 /// The lines of a text; no empty one behind a final newline, which ends a line and begins none.
@@ -84,29 +74,83 @@ Array<unsigned int> othersThan(Array<unsigned int> const& numbers, std::size_t c
     return others;
 }
 
-/// The texts of all matches in a line that are not empty. The enumeration knows no start of a line,
-/// so that `^` would match nowhere: the first match comes from first_match, which does.
-StringArray allMatchesOf(RegularExpression const& expression, String const& line) {
+/// All matches in a line that are not empty. The enumeration knows no start of a line, so that `^`
+/// would match nowhere: the first match comes from first_match, which does.
+Array<OffsetPair> matchesIn(RegularExpression const& expression, String const& line) {
+    Array<OffsetPair> matches;
     auto const [start, end] = expression.first_match(line.c_str());
-    auto const from = static_cast<std::size_t>(start);
-    auto const to = static_cast<std::size_t>(end);
-    StringArray matches{line.substring(from, to - from)};
-    for (String const& text : expression.all_unique_matching_substrings(line.substring(to))) {
-        matches.append(text);
+    if (start < 0) {
+        return matches;
     }
-    return ZEBNS2::remove_empty_strings(matches);
+    auto const add = [&matches](std::uint32_t from, std::uint32_t to) {
+        if (from < to) {
+            matches.append({from, to});
+        }
+    };
+    add(static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end));
+    // An empty match ends the enumeration, which begins again behind the next byte.
+    for (auto from = static_cast<std::uint32_t>(end); from < line.length(); ++from) {
+        Array<OffsetPair> const further = expression.all_unique_matches(line.substring(from));
+        for (auto const& [first, last] : further) {
+            add(from + first, from + last);
+        }
+        if (further.empty() ||
+            further[further.size() - 1].first < further[further.size() - 1].second) {
+            break;
+        }
+        from += further[further.size() - 1].second;
+    }
+    return matches;
+}
+
+String textOf(OffsetPair const& match, String const& line) {
+    return line.substring(match.first, match.second - match.first);
+}
+
+/// A line with its matches in colour.
+String highlighted(RegularExpression const& expression, String const& line) {
+    std::string text;
+    std::size_t end = 0;
+    for (OffsetPair const& match : matchesIn(expression, line)) {
+        text += line.substring(end, match.first - end);
+        text += painted(/*colored=*/true, MATCH_COLOR, textOf(match, line));
+        end = match.second;
+    }
+    return text + std::string(line.substring(end));
 }
 
 /// What to print of a selected line.
 StringArray shownOf(Selection const& selection, RegularExpression const& expression,
                     String const& line) {
     if (selection.only) {
-        return allMatchesOf(expression, line);
+        StringArray matches;
+        for (OffsetPair const& match : matchesIn(expression, line)) {
+            matches.append(painted(selection.colored, MATCH_COLOR, textOf(match, line)));
+        }
+        return matches;
     }
     if (selection.groups) {
         return {ZEBNS2::untokenize(expression.all_matching_substrings(line), "\t")};
     }
-    return {line};
+    return {selection.colored && !selection.invert ? highlighted(expression, line) : line};
+}
+
+/// The same as an object.
+ordered_json jsonOf(RegularExpression const& expression, String const& line) {
+    ordered_json matches = ordered_json::array();
+    for (OffsetPair const& match : matchesIn(expression, line)) {
+        matches.push_back({{"start", match.first},
+                           {"end", match.second},
+                           {"text", std::string(textOf(match, line))}});
+    }
+    ordered_json groups = ordered_json::array();
+    for (String const& text : expression.all_matching_substrings(line)) {
+        groups.push_back(std::string(text));
+    }
+    if (!groups.empty()) {
+        groups.erase(0);  // the match itself
+    }
+    return {{"text", std::string(line)}, {"matches", matches}, {"groups", groups}};
 }
 
 }  // namespace
@@ -138,11 +182,8 @@ Status edit(Words const& words, Output& out) {
     syntax.declare(arguments);
     arguments.parse(words);
 
-    bool const known = isSedCommand(command, syntax.options());
+    requireSedCommand(command, syntax.options());
     arguments.startTrace();
-    if (!known) {
-        arguments.fail("unknown sed command \"" + command + "\"");
-    }
     bool const allWell = forEachInput(files, [&](std::string const&, String const& text) {
         out.write(ZEBNS2::realSed(text, command, syntax.options()));
     });
@@ -169,7 +210,7 @@ Status replace(Words const& words, Output&) {
     arguments.parse(words);
 
     files.insert(files.begin(), file);
-    RegularExpression const expression(String(pattern), syntax.options());
+    RegularExpression const expression = compiled(pattern, syntax.options());
     bool const allWell = forEachName(files, [&](std::string const& name) {
         // unprivilegedSed does not look whether its writing succeeds, which it does not on a full
         // disk. What is no regular file is left to it: it refuses that, reading it might never end.
@@ -203,11 +244,17 @@ Status match(Words const& words, Output& out) {
     arguments.flag("--only", selection.only, "Print each match on a line of its own");
     arguments.flag("--groups", selection.groups,
                    "Print the first match and its groups, separated by tabs");
+    arguments.json(selection.json,
+                   "Print each line as an object: file, line, text, matches (of start, end, text), "
+                   "groups (of the first match)");
+    arguments.exclusive({"--only", "--groups", "--json"});
     arguments.exclusive({"--invert", "--only", "--groups"});
     syntax.declare(arguments);
     arguments.parse(words);
 
-    RegularExpression const expression(String(pattern), syntax.options());
+    selection.colored = isColored(STDOUT_FILENO);
+    bool const colored = selection.colored;
+    RegularExpression const expression = compiled(pattern, syntax.options());
     bool found = false;
     bool const allWell = forEachInput(files, [&](std::string const& name, String const& text) {
         StringArray const lines = linesOf(text);
@@ -216,9 +263,19 @@ Status match(Words const& words, Output& out) {
             selection.invert ? othersThan(matching, lines.size()) : matching;
         found = found || !selected.empty();
         for (unsigned int const number : selected) {
+            if (selection.json) {
+                ordered_json object = {{"file", name}, {"line", number + 1}};
+                object.update(jsonOf(expression, lines[number]));
+                out.json(object);
+                continue;
+            }
             for (String const& shown : shownOf(selection, expression, lines[number])) {
-                out.write(files.size() > 1 ? name + ":" : "");
-                out.write(selection.numbers ? std::to_string(number + 1) + ":" : "");
+                if (files.size() > 1) {
+                    out.write(painted(colored, NAME_COLOR, name) + ":");
+                }
+                if (selection.numbers) {
+                    out.write(painted(colored, NUMBER_COLOR, std::to_string(number + 1)) + ":");
+                }
                 out.line(shown);
             }
         }

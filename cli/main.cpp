@@ -53,7 +53,10 @@ std::string help() {
     return text +
            "\n"
            "A FILE of - is standard input. The exit status is 0, or 1 when nothing was found,\n"
-           "or 2 after an error.\n";
+           "or 2 after an error. The manual, zeb-text(1), tells more.\n"
+           "\n"
+           "Example:\n"
+           "  zeb-text match --numbers 'error|warning' log\n";
 }
 
 Status run(Words words, Output& out) {
@@ -94,6 +97,10 @@ Status runAndFinish(Words const& words) {
         }
         out.finish();
         return status;
+    } catch (ReaderGone const&) {
+        return FAILED;
+    } catch (Failure const& failure) {
+        report(failure.what(), failure.place);
     } catch (std::bad_alloc const&) {
         report("out of memory");
     } catch (std::exception const& exception) {

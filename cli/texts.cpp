@@ -4,6 +4,8 @@
 
 #include <OrventoTextOperations.hpp>
 
+#include <nlohmann/json.hpp>
+
 namespace zeb::cli {
 
 using ZEBNS2::String;
@@ -46,17 +48,23 @@ Status tokens(Words const& words, Output& out) {
                         "  echo 'copy \"my file\" there' | zeb-text tokens\n");
     std::string delimiters = " \t\n";
     Words files;
+    bool json = false;
     arguments.rest("FILE", files, "Files to read; without one, standard input");
     arguments.option("--delimiters", "SET", delimiters,
                      "Bytes that separate tokens; without it, blank, tab and newline");
+    arguments.json(json, "Print each token as an object: file, token");
     arguments.parse(words);
 
     bool found = false;
-    bool const allWell = forEachInput(files, [&](std::string const&, String const& text) {
+    bool const allWell = forEachInput(files, [&](std::string const& name, String const& text) {
         StringArray const list = ZEBNS2::quoted_string_tokenization(text, delimiters.c_str());
         found = found || !list.empty();
         for (String const& token : list) {
-            out.line(token);
+            if (json) {
+                out.json({{"file", name}, {"token", std::string(token)}});
+            } else {
+                out.line(token);
+            }
         }
     });
     return searchStatus(allWell, found);

@@ -30,14 +30,6 @@ char const* nameOf(BOMTypes order) {
     return "8-bit text";
 }
 
-/// UTF-8 of a text in UTF-16 that begins with the mark, as XML in UTF-16 has to; other texts as
-/// they are. A text of two bytes is judged by its mark alone: the contents prove nothing where
-/// stray NUL bytes are to be repaired.
-String utf8ByMark(String const& text) {
-    BOMTypes const order = ZEBNS2::autodetectByteOrder(bytesOf(text.substring(0, 2)));
-    return order == ZEBNS2::BOM_UNKNOWN ? text : ZEBNS2::UTF16ToUTF8(bytesOf(text), order);
-}
-
 /// UTF-8 with U+FFFD for each character that XML forbids. In UTF-8 the forbidden control characters
 /// are single bytes, which the library judges as code units as well as any; the two forbidden
 /// non-characters are three bytes each. A character that takes two code units is left alone.
@@ -65,6 +57,13 @@ String withoutForbiddenCharacters(String const& text) {
 
 }  // namespace
 
+// A text of two bytes is judged by its mark alone: the contents prove nothing where stray NUL bytes
+// are to be repaired.
+String utf8ByMark(String const& text) {
+    BOMTypes const order = ZEBNS2::autodetectByteOrder(bytesOf(text.substring(0, 2)));
+    return order == ZEBNS2::BOM_UNKNOWN ? text : ZEBNS2::UTF16ToUTF8(bytesOf(text), order);
+}
+
 Status toUtf8(Words const& words, Output& out) {
     Arguments arguments("utf8",
                         "Prints text as UTF-8 and says on standard error how it was encoded: in "
@@ -77,7 +76,7 @@ Status toUtf8(Words const& words, Output& out) {
 
     bool const allWell = forEachInput(files, [&](std::string const& name, String const& text) {
         Array<char> const bytes = bytesOf(text);
-        report(name + ": " + nameOf(ZEBNS2::autodetectByteOrder(bytes)));
+        note(name + ": " + nameOf(ZEBNS2::autodetectByteOrder(bytes)));
         if (!bytes.empty()) {
             out.write(ZEBNS2::convertToUTF8(bytes));
         }

@@ -4,12 +4,15 @@
 
 #include <OrventoTextOperations.hpp>
 
+#include <nlohmann/json.hpp>
+
 #include <charconv>
 #include <iterator>
 #include <type_traits>
 
 namespace zeb::cli {
 
+using nlohmann::ordered_json;
 using ZEBNS2::String;
 
 namespace {
@@ -27,6 +30,12 @@ std::string normalized(String const& text, int base) {
         }
     }();
     return {digits, end};
+}
+
+/// A number, or the text of one that JSON does not know.
+ordered_json jsonNumber(std::string const& value) {
+    ordered_json const number = ordered_json::parse(value, nullptr, /*allow_exceptions=*/false);
+    return number.is_number() ? number : ordered_json(value);
 }
 
 struct NumberType {
@@ -52,14 +61,20 @@ Status unit(Words const& words, Output& out) {
                         "  zeb-text unit megabytes\n"
                         "  zeb-text unit 10GB\n");
     std::string text;
+    bool json = false;
     arguments.word("TEXT", text, "A unit such as K, kb or kilobytes");
+    arguments.json(json, "Print an object: text, bytes");
     arguments.parse(words);
 
     unsigned long long const bytes = ZEBNS2::get_unit_size(text);
     if (bytes == 0) {
         return NOTHING_FOUND;
     }
-    out.line(std::to_string(bytes));
+    if (json) {
+        out.json({{"text", text}, {"bytes", bytes}});
+    } else {
+        out.line(std::to_string(bytes));
+    }
     return DONE;
 }
 
@@ -69,15 +84,21 @@ Status date(Words const& words, Output& out) {
                         "or with a zone before the year.\nThe exit status is 1 when there is none.",
                         "  zeb-text date log\n");
     Words files;
+    bool json = false;
     arguments.rest("FILE", files, "Files to read; without one, standard input");
+    arguments.json(json, "Print each date as an object: file, date");
     arguments.parse(words);
 
     bool found = false;
-    bool const allWell = forEachInput(files, [&](std::string const&, String const& text) {
+    bool const allWell = forEachInput(files, [&](std::string const& name, String const& text) {
         String const first = ZEBNS2::extractGenericDate(text);
         if (!first.empty()) {
             found = true;
-            out.line(first);
+            if (json) {
+                out.json({{"file", name}, {"date", std::string(first)}});
+            } else {
+                out.line(first);
+            }
         }
     });
     return searchStatus(allWell, found);
@@ -90,6 +111,7 @@ Status number(Words const& words, Output& out) {
     std::string text;
     std::string base = "10";
     std::string type = "int64";
+    bool json = false;
     Words names;
     for (NumberType const& known : NUMBER_TYPES) {
         names.emplace_back(known.name);
@@ -97,12 +119,19 @@ Status number(Words const& words, Output& out) {
     arguments.word("TEXT", text, "The number and nothing else");
     arguments.option("--base", "N", base, "Base of an integer, 2 to 36; without it, 10");
     arguments.option("--type", names, type, "What the number must fit; without it, int64");
+    arguments.json(json,
+                   "Print an object: text, type, value (a number, or \"inf\", \"-inf\", \"nan\")");
     arguments.parse(words);
 
     int const radix = ZEBNS2::string_to_number<int>(base, /*base=*/10);
     for (NumberType const& known : NUMBER_TYPES) {
         if (type == known.name) {
-            out.line(known.normalized(text, radix));
+            std::string const value = known.normalized(text, radix);
+            if (json) {
+                out.json({{"text", text}, {"type", type}, {"value", jsonNumber(value)}});
+            } else {
+                out.line(value);
+            }
         }
     }
     return DONE;
@@ -155,19 +184,25 @@ Status environment(Words const& words, Output& out) {
                         "  zeb-text env PATH /proc/self/environ\n");
     std::string name;
     Words files;
+    bool json = false;
     arguments.word("NAME", name, "The variable");
     arguments.rest("FILE", files, "Files to read; without one, standard input");
+    arguments.json(json, "Print each value as an object: file, name, value");
     arguments.parse(words);
 
     // No value holds a NUL byte, so this one is still there only when there was no value.
     String const none("", 1);
     bool found = false;
-    bool const allWell = forEachInput(files, [&](std::string const&, String const& block) {
+    bool const allWell = forEachInput(files, [&](std::string const& file, String const& block) {
         String value = none;
         ZEBNS2::extractEnv(block, name.c_str(), value, '=');
         if (value != none) {
             found = true;
-            out.line(value);
+            if (json) {
+                out.json({{"file", file}, {"name", name}, {"value", std::string(value)}});
+            } else {
+                out.line(value);
+            }
         }
     });
     return searchStatus(allWell, found);

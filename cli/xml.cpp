@@ -1,24 +1,74 @@
 // The commands that check and search XML.
 
 #include "Commands.hpp"
+#include "Excerpt.hpp"
 
+#include <OrventoTextOperations.hpp>
 #include <OrventoXMLOperations.hpp>
 
 #include <zeb/xmltoolkit/XMLParserDOM.hpp>
 
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <string_view>
+
 namespace zeb::cli {
 
+using nlohmann::ordered_json;
 using xmltoolkit::DOMException;
 using xmltoolkit::XMLParserDOM;
+using ZEBNS2::RegularExpression;
 using ZEBNS2::String;
+using ZEBNS2::StringArray;
 using ZEBNS2::XMLNode;
 
 namespace {
 
-/// The parser's "line L, column C: reason" as "file:L:C: reason", which editors understand.
-String located(std::string const& file, String const& message) {
-    return String(file) + ":" + ZEBNS2::sed(message, "^line ([0-9]+), column ([0-9]+):", "%1:%2:");
-}
+/// What the parser says of a malformed text: "line L, column C: reason".
+class Malformed {
+public:
+    explicit Malformed(String const& message) {
+        StringArray const parts = RegularExpression("^line ([0-9]+), column ([0-9]+): (.*)",
+                                                    RegularExpression::EXTENDED_SYNTAX)
+                                      .all_matching_substrings(message);
+        line = ZEBNS2::string_to_number<unsigned long long>(parts[1], /*base=*/10);
+        column = ZEBNS2::string_to_number<unsigned long long>(parts[2], /*base=*/10);
+        reason = std::string(parts[3]);
+    }
+
+    /// "file:L:C: reason", which editors understand.
+    [[nodiscard]] std::string located(std::string const& file) const {
+        return file + ":" + std::to_string(line) + ":" + std::to_string(column) + ": " + reason;
+    }
+
+    /// The place in the text, as `excerpt` shows it.
+    [[nodiscard]] std::string place(String const& input, bool colored) const {
+        String const utf8 = utf8ByMark(input);
+        std::string_view text(utf8);
+        for (unsigned long long i = 1; i < line; ++i) {
+            std::size_t const end = std::min(text.find_first_of("\r\n"), text.size());
+            bool const two = text.substr(end, 2) == "\r\n";
+            text.remove_prefix(std::min(end + (two ? 2 : 1), text.size()));
+        }
+        text = text.substr(0, text.find_first_of("\r\n"));
+        // A column is a character, however many bytes that takes.
+        std::size_t offset = 0;
+        for (unsigned long long i = 1; i < column && offset < text.size(); ++i) {
+            do {
+                ++offset;
+            } while (offset < text.size() &&
+                     (static_cast<unsigned char>(text[offset]) & 0xC0) == 0x80);
+        }
+        return excerpt(text, offset, colored);
+    }
+
+    unsigned long long line;
+    unsigned long long column;
+    std::string reason;
+};
 
 /// The value of the first attribute with that name, in either case as in queries.
 /// @return whether there is one
@@ -32,6 +82,18 @@ bool findAttribute(XMLNode const& node, String const& name, String& value) {
     return false;
 }
 
+ordered_json jsonOf(std::string const& file, XMLNode const& node) {
+    ordered_json attributes = ordered_json::object();
+    for (auto const& [name, value] : node.getAttrs()) {
+        attributes[std::string(name)] = std::string(value);
+    }
+    return {{"file", file},
+            {"name", std::string(node.getName())},
+            {"attributes", attributes},
+            {"text", std::string(node.getText())},
+            {"xml", std::string(node.toString())}};
+}
+
 }  // namespace
 
 Status xmlCheck(Words const& words, Output& out) {
@@ -40,17 +102,34 @@ Status xmlCheck(Words const& words, Output& out) {
                         "is not.\nThe exit status is 1 when one is not.",
                         "  zeb-text xml check *.xml\n");
     Words files;
+    bool json = false;
     arguments.rest("FILE", files, "Files to read; without one, standard input");
+    arguments.json(json,
+                   "Print each file as an object: file, wellFormed; and line, column, reason");
     arguments.parse(words);
 
     bool allWellFormed = true;
     bool const allWell = forEachInput(files, [&](std::string const& name, String const& text) {
         String reason;
         if (ZEBNS2::validateXML(text, reason)) {
-            out.line(name + ": ok");
+            if (json) {
+                out.json({{"file", name}, {"wellFormed", true}});
+            } else {
+                out.line(name + ": ok");
+            }
+            return;
+        }
+        allWellFormed = false;
+        Malformed const malformed(reason);
+        if (json) {
+            out.json({{"file", name},
+                      {"wellFormed", false},
+                      {"line", malformed.line},
+                      {"column", malformed.column},
+                      {"reason", malformed.reason}});
         } else {
-            allWellFormed = false;
-            out.line(located(name, reason));
+            out.line(malformed.located(name));
+            out.write(malformed.place(text, isColored(STDOUT_FILENO)));
         }
     });
     return searchStatus(allWell, allWellFormed);
@@ -69,12 +148,14 @@ Status xmlFind(Words const& words, Output& out) {
     std::string query;
     std::string attribute;
     bool text = false;
+    bool json = false;
     Words files;
     arguments.word("QUERY", query, "The query");
     arguments.rest("FILE", files, "Files to read; without one, standard input");
     arguments.flag("--text", text, "Print the text of the element");
     arguments.option("--attribute", "NAME", attribute, "Print the value of an attribute of it");
-    arguments.exclusive({"--text", "--attribute"});
+    arguments.json(json, "Print each element as an object: file, name, attributes, text, xml");
+    arguments.exclusive({"--text", "--attribute", "--json"});
     arguments.parse(words);
 
     bool found = false;
@@ -83,7 +164,9 @@ Status xmlFind(Words const& words, Output& out) {
         try {
             top = XMLParserDOM::parse(input);
         } catch (DOMException const& exception) {
-            throw Failure(located(name, exception.what()).c_str());
+            Malformed const malformed(exception.what());
+            throw Failure(malformed.located(name),
+                          malformed.place(input, isColored(STDERR_FILENO)));
         }
         XMLNode const node = ZEBNS2::XMLNodeSearch(top, query);
         String shown;
@@ -94,7 +177,11 @@ Status xmlFind(Words const& words, Output& out) {
             shown = text ? node.getText() : node.toString();
         }
         found = true;
-        out.line(shown);
+        if (json) {
+            out.json(jsonOf(name, node));
+        } else {
+            out.line(shown);
+        }
     });
     return searchStatus(allWell, found);
 }

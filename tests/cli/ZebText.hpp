@@ -33,8 +33,9 @@ inline ProcessResult prints(std::string out) { return {0, std::move(out), ""}; }
 inline ProcessResult findsNothing() { return {1, "", ""}; }
 
 /// What zeb-text gives when it fails with that message.
-inline ProcessResult failsWith(std::string const& message) {
-    return {2, "", "zeb-text: " + message + "\n"};
+/// @param place lines that show where the trouble is
+inline ProcessResult failsWith(std::string const& message, std::string const& place = {}) {
+    return {2, "", "zeb-text: " + message + "\n" + place};
 }
 
 /// A folder that goes away with its contents.

@@ -55,27 +55,52 @@ TEST(Edit, KeepsNulBytesAndBytesOfEveryValue) {
 }
 
 TEST(Edit, AnUnknownCommandIsAnErrorAndEmptiesNothing) {
-    for (std::string const command :
-         {"", "x/a/b/", "s/a/b/i", "s/a\\/b/z/", "s/a/b\\", "/foo/dx", " /foo/d", "p"}) {
-        SCOPED_TRACE(command);
+    struct Row {
+        std::string command;
+        std::size_t column;  // from 1; behind the end where something is missing
+    };
+    Row const rows[] = {
+        {"", 1},
+        {"x/a/b/", 1},
+        {"s/a/b/i", 7},
+        {"s/a\\/b/z/", 8},
+        {"s/a/b\\", 7},
+        {"/foo/dx", 7},
+        {" /foo/d", 1},
+        {"p", 1},
+        {"/foo", 5},
+        {"/foo/", 6},
+        {"/foo/,/bar/", 12},
+        {"/foo/,bar/d", 7},
+        {"/a/,/b/,/c/d", 8},
+    };
+    for (Row const& row : rows) {
+        SCOPED_TRACE(row.command);
         EXPECT_EQ(
-            zebText({"edit", command}, "a\nfoo\n"),
-            failsWith("edit: unknown sed command \"" + command + "\" (see zeb-text edit --help)"));
+            zebText({"edit", row.command}, "a\nfoo\n"),
+            failsWith("edit: unknown sed command \"" + row.command + "\" at column " +
+                          std::to_string(row.column) + " (see zeb-text edit --help)",
+                      "  " + row.command + "\n  " + std::string(row.column - 1, ' ') + "^\n"));
     }
 }
 
 TEST(Edit, AnUnknownCommandIsFoundBeforeAnyInputIsRead) {
-    EXPECT_EQ(zebText({"edit", "x/a/b/", "/nonexistent"}),
-              failsWith("edit: unknown sed command \"x/a/b/\" (see zeb-text edit --help)"));
+    EXPECT_EQ(
+        zebText({"edit", "x/a/b/", "/nonexistent"}),
+        failsWith("edit: unknown sed command \"x/a/b/\" at column 1 (see zeb-text edit --help)",
+                  "  x/a/b/\n  ^\n"));
 }
 
-TEST(Edit, AFaultyExpressionIsOneLineOnStandardError) {
-    EXPECT_EQ(zebText({"edit", "s/a(b/x/"}, "a"),
-              failsWith("Error creating regular expression: Unmatched ( or \\(  The faulty "
-                        "expression (extended) is: \"a(b\""));
+TEST(Edit, AFaultyExpressionIsShownInItsCommand) {
+    EXPECT_EQ(
+        zebText({"edit", "s/a(b/x/"}, "a"),
+        failsWith("Error creating regular expression: Unmatched ( or \\(", "  s/a(b/x/\n     ^\n"));
     EXPECT_EQ(zebText({"edit", "--basic", "--ignore-case", "/\n\\(/d"}, "a"),
-              failsWith("Error creating regular expression: Unmatched ( or \\(  The faulty "
-                        "expression (basic|case insensitive) is: \" \\(\""));
+              failsWith("Error creating regular expression: Unmatched ( or \\(",
+                        "  /\\n\\(/d\n     ^\n"));
+    EXPECT_EQ(zebText({"edit", "/a/,/b[c/d"}, "a"),
+              failsWith("Error creating regular expression: Unmatched [, [^, [:, [., or [=",
+                        "  /a/,/b[c/d\n        ^\n"));
 }
 
 TEST(Edit, TracesTheLibrarysMessages) {

@@ -40,7 +40,14 @@ TEST(Match, OnlyFindsTheStartOfALineOnce) {
 }
 
 TEST(Match, OnlyPrintsNoEmptyMatch) {
-    EXPECT_EQ(zebText({"match", "--only", "b*"}, "bb\nabb\n"), prints("bb\n"));
+    EXPECT_EQ(zebText({"match", "--only", "b*"}, "bb\nabb\n"), prints("bb\nbb\n"));
+    EXPECT_EQ(zebText({"match", "--only", "b*"}, "bb\nabb ab\nxyz\n"), prints("bb\nbb\nb\n"));
+    EXPECT_EQ(zebText({"match", "--only", "^|b"}, "ab cb\n"), prints("b\nb\n"));
+}
+
+TEST(Match, OnlyTakesLongLinesOfEmptyMatches) {
+    std::string const line(20'000, 'a');
+    EXPECT_EQ(zebText({"match", "--only", "b*"}, line + "b\n"), prints("b\n"));
 }
 
 TEST(Match, GroupsAreSeparatedByTabs) {
@@ -101,6 +108,8 @@ TEST(Match, MatchesBytesAbove127) {
 TEST(Match, OneWayOfPrintingAtMost) {
     EXPECT_EQ(zebText({"match", "--only", "--groups", "a"}),
               failsWith("match: --only excludes --groups (see zeb-text match --help)"));
+    EXPECT_EQ(zebText({"match", "--only", "--json", "a"}),
+              failsWith("match: --only excludes --json (see zeb-text match --help)"));
     EXPECT_EQ(zebText({"match", "--invert", "--only", "a"}),
               failsWith("match: --invert excludes --only (see zeb-text match --help)"));
 }

@@ -18,7 +18,8 @@ TEST(XmlCheck, TellsOfEachFileWhetherItIsWellFormed) {
     std::string const bad = folder.file("bad.xml", "<a>\n  <b></a>\n");
     ProcessResult const result = zebText({"xml", "check", good, bad});
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.out, good + ": ok\n" + bad + ":2:8: mismatched tag\n");
+    EXPECT_EQ(result.out,
+              good + ": ok\n" + bad + ":2:8: mismatched tag\n    <b></a>\n         ^\n");
     EXPECT_EQ(result.err, "");
 }
 
@@ -70,7 +71,20 @@ TEST(XmlFind, SearchesEachFile) {
 
 TEST(XmlFind, MalformedXmlIsAnError) {
     ProcessResult const result = zebText({"xml", "find", "a"}, "<a>\n</b>");
-    EXPECT_EQ(result, failsWith("-:2:3: mismatched tag"));
+    EXPECT_EQ(result, failsWith("-:2:3: mismatched tag", "  </b>\n    ^\n"));
+}
+
+TEST(XmlFind, ShowsThePlaceInAnyEncodingAndBehindEveryLineEnd) {
+    EXPECT_EQ(zebText({"xml", "find", "a"}, "<a>\r\n\r<b>\xC3\xA4\xE2\x82\xAC&</b></a>"),
+              failsWith("-:3:7: not well-formed (invalid token)",
+                        "  <b>\u00E4\u20AC&</b></a>\n        ^\n"));
+    std::string utf16 = "\xFF\xFE";
+    for (char const byte : std::string("<a>\n</b>")) {
+        utf16 += byte;
+        utf16 += '\0';
+    }
+    EXPECT_EQ(zebText({"xml", "find", "a"}, utf16),
+              failsWith("-:2:3: mismatched tag", "  </b>\n    ^\n"));
 }
 
 TEST(XmlFind, AFaultyQueryIsAnError) {

@@ -1,0 +1,200 @@
+// Where an expression or a sed command is faulty. The library tells why, not where, so it is asked
+// about the prefixes of the text.
+//
+// A prefix is sound when it is accepted, or would be if what is open in it were closed: of
+// `x[b-a]y` that is true up to `x[b-`, which only wants a `]`, and of nothing longer. The fault is
+// the byte behind the longest sound prefix, here the `a`. When the whole text is sound, something
+// in it was never closed; of an expression the place shown is then where that opens: behind the
+// longest prefix in which nothing of its kind is open.
+
+#include "Faults.hpp"
+
+#include "Excerpt.hpp"
+#include "Streams.hpp"
+
+#include <zeb/foundation/Logger.hpp>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace zeb::cli {
+
+using foundation::CallbackAppender;
+using foundation::IntrusiveReference;
+using foundation::LogAppender;
+using foundation::Logger;
+using foundation::LogMessage;
+using ZEBNS2::RegularExpression;
+using ZEBNS2::RegularExpressionException;
+using ZEBNS2::String;
+
+namespace {
+
+using Options = RegularExpression::CompilationOptions;
+
+/// The place of a fault is not worth a longer wait; a huge expression is then shown without it.
+constexpr std::chrono::seconds PATIENCE(1);
+
+/// Length of the longest prefix for which `holds` is true; none when none was found in time.
+std::optional<std::size_t> longestPrefix(std::string const& text,
+                                         std::function<bool(std::string const&)> const& holds) {
+    auto const deadline = std::chrono::steady_clock::now() + PATIENCE;
+    for (std::size_t length = text.size() + 1; length-- > 0;) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return std::nullopt;
+        }
+        if (holds(text.substr(0, length))) {
+            return length;
+        }
+    }
+    return std::nullopt;
+}
+
+bool compiles(std::string const& pattern, Options options) {
+    try {
+        RegularExpression const expression(pattern, options);
+        return true;
+    } catch (RegularExpressionException const&) {
+        return false;
+    }
+}
+
+std::size_t count(std::string const& text, std::string_view part) {
+    std::size_t result = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos;
+         at = text.find(part, at + part.size())) {
+        ++result;
+    }
+    return result;
+}
+
+/// What closes the groups that are open. In extended syntax a parenthesis too many is an ordinary
+/// character, so there is no need to know how many are closed already; in basic syntax it is an
+/// error.
+std::string groupClosers(std::string const& pattern, bool basic) {
+    std::size_t const opened = count(pattern, basic ? "\\(" : "(");
+    std::size_t const closed = basic ? std::min(opened, count(pattern, "\\)")) : 0;
+    std::string closers;
+    for (std::size_t i = closed; i < opened; ++i) {
+        closers += basic ? "\\)" : ")";
+    }
+    return closers;
+}
+
+bool endsInBackslash(std::string const& text) {
+    std::size_t const last = text.find_last_not_of('\\');
+    std::size_t const behind = last == std::string::npos ? 0 : last + 1;
+    return (text.size() - behind) % 2 != 0;
+}
+
+/// The byte of a faulty expression at which the trouble is.
+std::optional<std::size_t> faultOf(std::string const& pattern, Options options) {
+    bool const basic = (options & RegularExpression::BASIC_SYNTAX) != 0;
+    auto const alone = [&](std::string const& prefix) { return compiles(prefix, options); };
+    // A backslash at the end would take the closer away.
+    auto const closedBy = [&](std::string const& prefix, std::string const& closer) {
+        return !endsInBackslash(prefix) &&
+               compiles(prefix + closer + groupClosers(prefix, basic), options);
+    };
+    auto const groupsClosed = [&](std::string const& prefix) { return closedBy(prefix, ""); };
+    auto const sound = longestPrefix(pattern, [&](std::string const& prefix) {
+        return alone(prefix) || groupsClosed(prefix) || closedBy(prefix, "]") ||
+               closedBy(prefix, ":]]") || closedBy(prefix, ".]]") || closedBy(prefix, "=]]") ||
+               closedBy(prefix, basic ? "\\}" : "}");
+    });
+    if (!sound || *sound < pattern.size()) {
+        return sound;
+    }
+    return groupsClosed(pattern) ? longestPrefix(pattern, alone)
+                                 : longestPrefix(pattern, groupsClosed);
+}
+
+/// The library's message with the pattern taken apart from it.
+struct Complaint {
+    explicit Complaint(RegularExpressionException const& exception) {
+        std::string const message = exception.what();
+        std::size_t const end = message.find("  The faulty expression (");
+        std::size_t const quote = message.find('"', end);
+        reason = message.substr(0, end);
+        if (quote != std::string::npos) {
+            pattern = message.substr(quote + 1, message.size() - quote - 2);
+        }
+    }
+
+    std::string reason;
+    std::string pattern;
+};
+
+/// @param text in which the faulty expression stands
+/// @param start where
+[[noreturn]] void failAt(Complaint const& complaint, std::string const& text, std::size_t start,
+                         Options options) {
+    std::optional<std::size_t> const fault = faultOf(complaint.pattern, options);
+    throw Failure(complaint.reason, fault ? excerpt(text, start + *fault, isColored(STDERR_FILENO))
+                                          : beginning(text));
+}
+
+/// Whether the library knows the command. It yields an empty text for one that it does not know,
+/// and tells of it only by a message at debug level; no input is needed to get that.
+bool isSedCommand(std::string const& command, Options options) {
+    auto const known = std::make_shared<bool>(true);
+    Logger::setDefault(
+        Logger::DEBUG_LEVEL,
+        IntrusiveReference<LogAppender>(new CallbackAppender([known](LogMessage const& message) {
+            *known = *known && !message.text.startsWith("regex: Unknown sed operation");
+        })));
+    static_cast<void>(ZEBNS2::realSed(String(), command, options));
+    return *known;
+}
+
+/// Whether it is the beginning of a command that the library knows.
+bool beginsSedCommand(std::string const& prefix, Options options) {
+    for (char const* const end : {"", "s/a/b/", "/a/b/", "a/d", "/d", "d", "/a/d", ",/a/d"}) {
+        try {
+            if (isSedCommand(prefix + end, options)) {
+                return true;
+            }
+        } catch (RegularExpressionException const&) {
+            return true;  // no fault of the command
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+RegularExpression compiled(std::string const& pattern, Options options) {
+    try {
+        return RegularExpression(String(pattern), options);
+    } catch (RegularExpressionException const& exception) {
+        failAt(Complaint(exception), pattern, /*start=*/0, options);
+    }
+}
+
+void requireSedCommand(std::string const& command, Options options) {
+    try {
+        if (isSedCommand(command, options)) {
+            return;
+        }
+    } catch (RegularExpressionException const& exception) {
+        // In a command the expression stands behind its delimiter.
+        Complaint const complaint(exception);
+        std::size_t const start =
+            command.find(command.substr(command.front() == 's' ? 1 : 0, 1) + complaint.pattern) + 1;
+        failAt(complaint, command, start, options);
+    }
+    auto const sound = longestPrefix(command, [options](std::string const& prefix) {
+        return beginsSedCommand(prefix, options);
+    });
+    std::string const column = sound ? " at column " + std::to_string(*sound + 1) : "";
+    throw Failure("edit: unknown sed command \"" + command + "\"" + column + " (see " + PROGRAM +
+                      " edit --help)",
+                  sound ? excerpt(command, *sound, isColored(STDERR_FILENO)) : beginning(command));
+}
+
+}  // namespace zeb::cli

@@ -1,0 +1,125 @@
+// What --json prints.
+
+#include "ZebText.hpp"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+using namespace std::string_literals;
+
+namespace zeb::test {
+namespace {
+
+TEST(Json, MatchTellsWhereAndWhat) {
+    EXPECT_EQ(zebText({"match", "--json", "([a-z])=([0-9]+)"}, "# a\na=1 b=22\n"),
+              prints("{\"file\":\"-\",\"line\":2,\"text\":\"a=1 b=22\",\"matches\":["
+                     "{\"start\":0,\"end\":3,\"text\":\"a=1\"},"
+                     "{\"start\":4,\"end\":8,\"text\":\"b=22\"}],\"groups\":[\"a\",\"1\"]}\n"));
+    EXPECT_EQ(zebText({"match", "--json", "--invert", "--numbers", "a"}, "b\n"),
+              prints("{\"file\":\"-\",\"line\":1,\"text\":\"b\",\"matches\":[],\"groups\":[]}\n"));
+    EXPECT_EQ(zebText({"match", "--json", "a"}, "b\n"), findsNothing());
+}
+
+TEST(Json, EveryByteGivesAValidText) {
+    for (int byte = 0; byte < 256; ++byte) {
+        if (byte == '\n') {
+            continue;  // separates tokens here
+        }
+        SCOPED_TRACE(byte);
+        std::string const token = "<"s + static_cast<char>(byte) + ">";
+        ProcessResult const result = zebText({"tokens", "--json", "--delimiters", "\n"}, token);
+        ASSERT_EQ(result.status, 0);
+        auto const object = nlohmann::json::parse(result.out);
+        EXPECT_EQ(object.at("file"), "-");
+        EXPECT_EQ(object.at("token"), byte < 128 ? token : "<\uFFFD>");
+    }
+}
+
+TEST(Json, TextsAreEscapedAsJsonWantsIt) {
+    EXPECT_EQ(
+        zebText({"tokens", "--json", "--delimiters", ""}, "\"\\/\b\f\n\r\t\x01\x7F\0"s),
+        prints("{\"file\":\"-\",\"token\":\"\\\"\\\\/\\b\\f\\n\\r\\t\\u0001\x7F\\u0000\"}\n"));
+    EXPECT_EQ(zebText({"tokens", "--json"}, "\u00E4\U0001F600"),
+              prints("{\"file\":\"-\",\"token\":\"\u00E4\U0001F600\"}\n"));
+}
+
+TEST(Json, EachMalformedPieceIsOneReplacementCharacter) {
+    struct Row {
+        char const* bytes;
+        char const* shown;
+    };
+    constexpr Row ROWS[] = {
+        {"a\xFFz", "a\uFFFDz"},
+        {"a\xFF\xFEz", "a\uFFFD\uFFFDz"},
+        {"a\xE2\x82z", "a\uFFFDz"},        // a sequence that was cut
+        {"a\xC3", "a\uFFFD"},              // at the end
+        {"a\x80\xBFz", "a\uFFFD\uFFFDz"},  // continuation bytes alone
+        {"a\xC0\xAFz", "a\uFFFD\uFFFDz"},  // an overlong form
+    };
+    for (Row const& row : ROWS) {
+        EXPECT_EQ(zebText({"tokens", "--json"}, row.bytes),
+                  prints("{\"file\":\"-\",\"token\":\""s + row.shown + "\"}\n"));
+    }
+}
+
+TEST(Json, SmallerServices) {
+    EXPECT_EQ(zebText({"unit", "--json", "10GB"}),
+              prints("{\"text\":\"10GB\",\"bytes\":1073741824}\n"));
+    EXPECT_EQ(zebText({"unit", "--json", "x"}), findsNothing());
+    EXPECT_EQ(zebText({"date", "--json"}, "at Tue Mar 14 09:26:53 2023."),
+              prints("{\"file\":\"-\",\"date\":\"Tue Mar 14 09:26:53 2023\"}\n"));
+    EXPECT_EQ(zebText({"env", "--json", "A"}, "A=b c\0"s),
+              prints("{\"file\":\"-\",\"name\":\"A\",\"value\":\"b c\"}\n"));
+}
+
+TEST(Json, NumbersAreNumbersWhereThereAreSome) {
+    struct Row {
+        char const* type;
+        char const* text;
+        char const* value;
+    };
+    constexpr Row ROWS[] = {
+        {"uint64", "18446744073709551615", "18446744073709551615"},
+        {"int64", "-9223372036854775808", "-9223372036854775808"},
+        {"real64", "0.1", "0.1"},
+        {"real64", "inf", "\"inf\""},
+        {"real64", "-inf", "\"-inf\""},
+        {"real32", "nan", "\"nan\""},
+    };
+    for (Row const& row : ROWS) {
+        EXPECT_EQ(zebText({"number", "--json", "--type", row.type, "--", row.text}),
+                  prints("{\"text\":\""s + row.text + "\",\"type\":\"" + row.type +
+                         "\",\"value\":" + row.value + "}\n"));
+    }
+}
+
+TEST(Json, XmlCheck) {
+    EXPECT_EQ(zebText({"xml", "check", "--json"}, "<a/>"),
+              prints("{\"file\":\"-\",\"wellFormed\":true}\n"));
+    ProcessResult const malformed{1,
+                                  "{\"file\":\"-\",\"wellFormed\":false,\"line\":2,\"column\":3,"
+                                  "\"reason\":\"mismatched tag\"}\n",
+                                  ""};
+    EXPECT_EQ(zebText({"xml", "check", "--json"}, "<a>\n</b>"), malformed);
+}
+
+TEST(Json, XmlFind) {
+    EXPECT_EQ(zebText({"xml", "find", "--json", "a.b"}, "<a><b z='1' y='&quot;'>t&amp;</b></a>"),
+              prints("{\"file\":\"-\",\"name\":\"b\",\"attributes\":{\"z\":\"1\",\"y\":\"\\\"\"},"
+                     "\"text\":\"t&\",\"xml\":\"<b z=\\\"1\\\" y=\\\"&quot;\\\">t&amp;</b>\"}\n"));
+    EXPECT_EQ(zebText({"xml", "find", "--json", "b"}, "<a/>"), findsNothing());
+}
+
+TEST(Json, SeveralInputsGiveSeveralLines) {
+    TemporaryFolder const folder;
+    std::string const a = folder.file("a", "x y");
+    std::string const b = folder.file("b\xE4", "z");
+    EXPECT_EQ(zebText({"tokens", "--json", a, b}),
+              prints("{\"file\":\"" + a + "\",\"token\":\"x\"}\n{\"file\":\"" + a +
+                     "\",\"token\":\"y\"}\n{\"file\":\"" + folder.path("b") +
+                     "\uFFFD\",\"token\":\"z\"}\n"));
+}
+
+}  // namespace
+}  // namespace zeb::test
