@@ -99,8 +99,6 @@ void Arguments::flag(char const* name, bool& value, char const* description) {
     app_->add_flag(name, value, description);
 }
 
-void Arguments::json(bool& value, char const* description) { flag("--json", value, description); }
-
 void Arguments::exclusive(std::initializer_list<char const*> names) {
     for (char const* const a : names) {
         for (char const* const b : names) {

@@ -44,10 +44,6 @@ public:
     /// At most one of these options may be given.
     void exclusive(std::initializer_list<char const*> names);
 
-    /// The flag `--json`.
-    /// @param description what the objects hold
-    void json(bool& value, char const* description);
-
     /// Sets the variables, the colours and the trace that was asked for.
     /// @throws HelpRequest
     /// @throws Failure when the words do not fit

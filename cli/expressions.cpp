@@ -244,7 +244,7 @@ Status match(Words const& words, Output& out) {
     arguments.flag("--only", selection.only, "Print each match on a line of its own");
     arguments.flag("--groups", selection.groups,
                    "Print the first match and its groups, separated by tabs");
-    arguments.json(selection.json,
+    arguments.flag("--json", selection.json,
                    "Print each line as an object: file, line, text, matches (of start, end, text), "
                    "groups (of the first match)");
     arguments.exclusive({"--only", "--groups", "--json"});

@@ -52,7 +52,7 @@ Status tokens(Words const& words, Output& out) {
     arguments.rest("FILE", files, "Files to read; without one, standard input");
     arguments.option("--delimiters", "SET", delimiters,
                      "Bytes that separate tokens; without it, blank, tab and newline");
-    arguments.json(json, "Print each token as an object: file, token");
+    arguments.flag("--json", json, "Print each token as an object: file, token");
     arguments.parse(words);
 
     bool found = false;

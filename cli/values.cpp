@@ -63,7 +63,7 @@ Status unit(Words const& words, Output& out) {
     std::string text;
     bool json = false;
     arguments.word("TEXT", text, "A unit such as K, kb or kilobytes");
-    arguments.json(json, "Print an object: text, bytes");
+    arguments.flag("--json", json, "Print an object: text, bytes");
     arguments.parse(words);
 
     unsigned long long const bytes = ZEBNS2::get_unit_size(text);
@@ -86,7 +86,7 @@ Status date(Words const& words, Output& out) {
     Words files;
     bool json = false;
     arguments.rest("FILE", files, "Files to read; without one, standard input");
-    arguments.json(json, "Print each date as an object: file, date");
+    arguments.flag("--json", json, "Print each date as an object: file, date");
     arguments.parse(words);
 
     bool found = false;
@@ -119,7 +119,7 @@ Status number(Words const& words, Output& out) {
     arguments.word("TEXT", text, "The number and nothing else");
     arguments.option("--base", "N", base, "Base of an integer, 2 to 36; without it, 10");
     arguments.option("--type", names, type, "What the number must fit; without it, int64");
-    arguments.json(json,
+    arguments.flag("--json", json,
                    "Print an object: text, type, value (a number, or \"inf\", \"-inf\", \"nan\")");
     arguments.parse(words);
 
@@ -187,7 +187,7 @@ Status environment(Words const& words, Output& out) {
     bool json = false;
     arguments.word("NAME", name, "The variable");
     arguments.rest("FILE", files, "Files to read; without one, standard input");
-    arguments.json(json, "Print each value as an object: file, name, value");
+    arguments.flag("--json", json, "Print each value as an object: file, name, value");
     arguments.parse(words);
 
     // No value holds a NUL byte, so this one is still there only when there was no value.

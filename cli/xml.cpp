@@ -6,6 +6,7 @@
 #include <OrventoTextOperations.hpp>
 #include <OrventoXMLOperations.hpp>
 
+#include <zeb/foundation/Exception.hpp>
 #include <zeb/xmltoolkit/XMLParserDOM.hpp>
 
 #include <unistd.h>
@@ -46,7 +47,12 @@ public:
 
     /// The place in the text, as `excerpt` shows it.
     [[nodiscard]] std::string place(String const& input, bool colored) const {
-        String const utf8 = utf8ByMark(input);
+        String utf8 = input;
+        try {
+            utf8 = utf8ByMark(input);
+        } catch (foundation::Exception const&) {
+            // Malformed UTF-16 is shown by its bytes.
+        }
         std::string_view text(utf8);
         for (unsigned long long i = 1; i < line; ++i) {
             std::size_t const end = std::min(text.find_first_of("\r\n"), text.size());
@@ -54,9 +60,15 @@ public:
             text.remove_prefix(std::min(end + (two ? 2 : 1), text.size()));
         }
         text = text.substr(0, text.find_first_of("\r\n"));
-        // A column is a character, however many bytes that takes.
+        // A column is a character, however many bytes that takes. So is the mark, which nobody sees
+        // and which is gone from what was UTF-16.
+        constexpr std::string_view MARK = "\xEF\xBB\xBF";
+        bool const hasMark = line == 1 && text.substr(0, MARK.size()) == MARK;
+        bool const hadMark = line == 1 && utf8 != input;
+        text.remove_prefix(hasMark ? MARK.size() : 0);
         std::size_t offset = 0;
-        for (unsigned long long i = 1; i < column && offset < text.size(); ++i) {
+        for (unsigned long long i = hasMark || hadMark ? 2 : 1; i < column && offset < text.size();
+             ++i) {
             do {
                 ++offset;
             } while (offset < text.size() &&
@@ -104,7 +116,7 @@ Status xmlCheck(Words const& words, Output& out) {
     Words files;
     bool json = false;
     arguments.rest("FILE", files, "Files to read; without one, standard input");
-    arguments.json(json,
+    arguments.flag("--json", json,
                    "Print each file as an object: file, wellFormed; and line, column, reason");
     arguments.parse(words);
 
@@ -154,7 +166,8 @@ Status xmlFind(Words const& words, Output& out) {
     arguments.rest("FILE", files, "Files to read; without one, standard input");
     arguments.flag("--text", text, "Print the text of the element");
     arguments.option("--attribute", "NAME", attribute, "Print the value of an attribute of it");
-    arguments.json(json, "Print each element as an object: file, name, attributes, text, xml");
+    arguments.flag("--json", json,
+                   "Print each element as an object: file, name, attributes, text, xml");
     arguments.exclusive({"--text", "--attribute", "--json"});
     arguments.parse(words);
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace std::string_literals;
+
 namespace zeb::test {
 namespace {
 
@@ -72,6 +74,21 @@ TEST(XmlFind, SearchesEachFile) {
 TEST(XmlFind, MalformedXmlIsAnError) {
     ProcessResult const result = zebText({"xml", "find", "a"}, "<a>\n</b>");
     EXPECT_EQ(result, failsWith("-:2:3: mismatched tag", "  </b>\n    ^\n"));
+}
+
+TEST(XmlCheck, AMarkIsACharacterButNotSeen) {
+    ProcessResult const expected{1, "-:1:7: mismatched tag\n  <a></b>\n       ^\n", ""};
+    EXPECT_EQ(zebText({"xml", "check"}, "\xEF\xBB\xBF<a></b>"), expected);
+    EXPECT_EQ(zebText({"xml", "check"}, "\xFE\xFF\0<\0a\0>\0<\0/\0b\0>"s), expected);
+}
+
+TEST(XmlCheck, MalformedUtf16IsShownByItsBytes) {
+    ProcessResult const expected{1,
+                                 "-:1:7: mismatched tag\n"
+                                 "  \\xff\\xfe<\\x00a\\x00>\\x00<\\x00/\\x00b\\x00>\\x00x\n"
+                                 "                    ^\n",
+                                 ""};
+    EXPECT_EQ(zebText({"xml", "check"}, "\xFF\xFE<\0a\0>\0<\0/\0b\0>\0x"s), expected);
 }
 
 TEST(XmlFind, ShowsThePlaceInAnyEncodingAndBehindEveryLineEnd) {
