@@ -7,6 +7,8 @@
 
 #include <OrventoCommonRegex.hpp>
 #include <OrventoTextOperations.hpp>
+#include <OrventoXMLOperations.hpp>
+#include <zeb/xmltoolkit/XMLParserDOM.hpp>
 
 #include <cstdlib>
 #include <functional>
@@ -84,6 +86,23 @@ std::size_t repair() {
     return units.size();
 }
 
+constexpr std::size_t DISKS = 200;
+
+std::size_t parseXML() {
+    static String const text(bench::inventoryXML(DISKS));
+    use(zeb::xmltoolkit::XMLParserDOM::parse(text));
+    return text.length() / 1024;
+}
+
+/// The disk looked for is the last one.
+std::size_t searchXML() {
+    static ZEBNS2::XMLNode const tree =
+        zeb::xmltoolkit::XMLParserDOM::parse(bench::inventoryXML(DISKS));
+    static String const query("config.disk[id=199].partition[n=p2].mount");
+    use(ZEBNS2::XMLNodeSearch(tree, query));
+    return DISKS;
+}
+
 constexpr char PATTERN[] = "([a-z]+)=([0-9]+)";
 
 String const& line() {
@@ -113,6 +132,8 @@ Entry const ENTRIES[] = {
     {"replace-dense", "KiB", replace<32>},
     {"tokenize", "token", tokenize},
     {"repair-xml", "UTF-16 unit", repair},
+    {"parse-xml", "KiB", parseXML},
+    {"search-xml", "disk", searchXML},
     {"expression", "call", calls([] { return RegularExpression(PATTERN, 0).getOptions(); })},
     {"matches", "call", calls([] { return expression().matches(line()); })},
     {"all-matches", "call", calls([] { return expression().all_matches(line()); })},

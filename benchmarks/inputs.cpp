@@ -175,4 +175,22 @@ String argumentText(std::size_t bytes) {
     return text.releaseString();
 }
 
+std::string inventoryXML(std::size_t disks) {
+    std::string xml = "<?xml version=\"1.0\"?>\n<config>\n";
+    for (std::size_t disk = 0; disk < disks; ++disk) {
+        std::string const number = std::to_string(disk);
+        xml += "  <disk id=\"" + number +
+               "\" type=\"raw\" vendor=\"acme &amp; sons\">\n    <size unit=\"GB\">" +
+               std::to_string(disk % 977) + "</size>\n    <label>volume number " + number +
+               " of the array</label>\n";
+        for (std::size_t partition = 0; partition < 3; ++partition) {
+            xml += "    <partition n=\"p" + std::to_string(partition) +
+                   "\" fs=\"ext4\"><mount>/srv/data/" + std::to_string(disk * 3 + partition) +
+                   "</mount></partition>\n";
+        }
+        xml += "  </disk>\n";
+    }
+    return xml + "</config>\n";
+}
+
 }  // namespace bench

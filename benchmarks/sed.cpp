@@ -196,10 +196,10 @@ void addGrowth() {
         char const* name;
         char const* command;
     };
-    static constexpr Work WORKS[] = {{"A1", SWAP_COMMAND},
-                                     {"A2", "s/quiet/loud/g"},
-                                     {"A3", "/quiet/d"},
-                                     {"A4", "/begin/,/end/d"}};
+    static constexpr Work WORKS[] = {
+        {"A1", SWAP_COMMAND},         {"A2", "s/quiet/loud/g"}, {"A3", "/quiet/d"},
+        {"A4", "/begin/,/end/d"},     {"A5", "/^#/d"},          {"A6", "s/zebra[0-9]+/X/g"},
+        {"A7", "s/[A-Z]+_[0-9]+/X/g"}};
     static String const hundredth = logText(LINES / 100);
     static String const tenth = logText(LINES / 10);
     for (Work const& work : WORKS) {

@@ -1,4 +1,4 @@
-"""Turns the results of zeb-bench (JSON) and zeb-peaks (lines) into one table.
+"""Turns the results of zeb-bench (JSON) and zeb-peaks (lines) into tables in Markdown.
 
 Usage: table.py <zeb-bench's JSON> <zeb-peaks' lines, if there are any>
 """
@@ -62,62 +62,74 @@ def read_times(results):
     return times
 
 
-def print_aims(aims, ratios):
-    """Tells for each (contestant, factor) whether the library is as fast as that; returns the text."""
+def print_table(heading, explanation, columns, rows):
+    """A table whose first two columns are texts and the others figures; nothing without rows."""
+    if not rows:
+        return
+    print(f"\n### {heading}\n\n{explanation}\n")
+    for line in [columns, ["---", "---"] + ["--:"] * (len(columns) - 2), *rows]:
+        print("| " + " | ".join(line) + " |")
+
+
+def told_aims(aims, ratios):
+    """Tells for each (contestant, factor) whether the library is as fast as that."""
     told = []
     for contestant, factor in aims:
-        ratio = min(ratios.values()) if contestant == "*" else ratios.get(contestant)
+        ratio = min(ratios.values(), default=None) if contestant == "*" else ratios.get(contestant)
         name = "the best" if contestant == "*" else contestant
-        verdict = "skipped" if ratio is None else "met" if ratio >= factor else "MISSED"
+        verdict = "skipped" if ratio is None else "met" if ratio >= factor else f"MISSED by {factor - ratio:.2f}"
         told.append(f"{factor:.2f} of {name}: {verdict}")
     return "; ".join(told)
 
 
 def print_works(times, works):
-    print("Processor time of the library, its spread, its throughput; then the time of each other as a multiple of "
-          "the library's\n(above 1 the library is faster); then the multiples aimed at.\n")
+    rows = []
     for work, (title, aims) in works.items():
         if "@" in work or LIBRARY not in times.get(work, {}):
             continue
-        contestants = times[work]
-        own = contestants[LIBRARY]
-        ratios = {name: record["ns"] / own["ns"] for name, record in contestants.items() if name != LIBRARY}
+        own = times[work][LIBRARY]
+        if any("/threads:" in name for name in times[work]):
+            continue
+        ratios = {name: record["ns"] / own["ns"] for name, record in times[work].items() if name != LIBRARY}
         rate = f"{own['bytes_per_second'] / 1e6:.0f} MB/s" if own["bytes_per_second"] else ""
-        print(f"{work:3} {title:46} {duration(own['ns']):>8} ±{own['spread']:.0f} % {rate:>11}  ",
-              ", ".join(f"{name} {ratio:.2f}" for name, ratio in sorted(ratios.items(), key=lambda pair: pair[1])))
-        if aims:
-            print(f"    aim: {print_aims(aims, ratios)}")
+        others = ", ".join(f"{name} {ratio:.2f}" for name, ratio in sorted(ratios.items(), key=lambda pair: pair[1]))
+        rows.append([work, code(title), f"{duration(own['ns'])} ±{own['spread']:.0f} %", rate, others,
+                     told_aims(aims, ratios)])
+    print_table("Times",
+                "Processor time of the library, its spread, its throughput; the time of each other as a multiple of\n"
+                "the library's (above 1 the library is faster); the multiples aimed at.",
+                ["", "Work", "Library", "Throughput", "Others", "Aim"], rows)
 
 
 def print_growth(times, works):
-    grown = sorted({work.split("@")[0] for work in times if "@" in work})
-    if not grown:
-        return
-    print("\nGrowth: nanoseconds for each byte at 1, 10 and 100 times a size, and the last by the first\n")
-    for work in grown:
+    rows = []
+    for work in sorted({work.split("@")[0] for work in times if "@" in work}):
         sizes = [times.get(name, {}).get(LIBRARY) for name in (work + "@1", work + "@10", work)]
         if None in sizes:
             continue
         costs = [1e9 / size["bytes_per_second"] for size in sizes]
-        title = works[work + "@1"][0]
-        print(f"{work:3} {title:46} {costs[0]:8.3f} {costs[1]:8.3f} {costs[2]:8.3f}   {costs[2] / costs[0]:5.2f}")
+        rows.append([work, code(works[work][0]), *(f"{cost:.3f}" for cost in costs), f"{costs[2] / costs[0]:.2f}"])
+    print_table("Growth",
+                "Nanoseconds for each byte at 1, 10 and 100 times a size, and the last by the first: 1 where the cost\n"
+                "grows as the input does.", ["", "Work", "x 1", "x 10", "x 100", "Quotient"], rows)
 
 
 def print_threads(times, works):
-    rows = [work for work in times if any("/threads:" in name for name in times[work])]
-    if not rows:
-        return
-    print("\nThreads: calls in a second, all threads together, as a multiple of those of one thread\n")
-    for work in sorted(rows):
-        rates = {int(name.rsplit(":", 1)[1]): record["items_per_second"] for name, record in times[work].items()}
-        print(f"{work:3} {works[work][0]:60} " +
-              ", ".join(f"{count} threads {rates[count] / rates[1]:.2f}" for count in sorted(rates) if count > 1))
+    rows = []
+    for work in sorted(works):
+        rates = {int(name.rsplit(":", 1)[1]): record["items_per_second"]
+                 for name, record in times.get(work, {}).items() if "/threads:" in name}
+        if rates:
+            rows.append([work, works[work][0], f"{rates[1] / 1e3:.0f}", f"{rates[2] / rates[1]:.2f}"])
+    print_table("Threads",
+                "Thousands of calls in a second of one thread, and those of two threads together as a multiple of that.",
+                ["", "Work", "One thread", "Two threads"], rows)
 
 
 def print_peaks(path):
     if not os.path.exists(path):
         return
-    print("\nPeak of memory during a call, input included, in MB and as a multiple of the input; the most aimed at\n")
+    rows = []
     with open(path, encoding="ascii") as lines:
         for line in lines:
             name, *sizes = line.rstrip("\n").split("\t")
@@ -126,9 +138,17 @@ def print_peaks(path):
             if name.split(" ")[0] in PEAKS:
                 of_input, of_output = PEAKS[name.split(" ")[0]]
                 limit = of_input * given + of_output * result
-                aim = f"aim {limit / 1e6:.0f}: {'met' if peak <= limit else 'MISSED'}"
-            print(f"{name:50} input {given / 1e6:5.1f}, output {result / 1e6:5.1f}, peak {peak / 1e6:6.1f} "
-                  f"= {peak / given:5.2f} x  {aim}")
+                verdict = "met" if peak <= limit else "MISSED"
+                aim = f"{limit / 1e6:.0f}: {verdict}"
+            rows.append(["", code(name), *(f"{size / 1e6:.1f}" for size in (given, result, peak)),
+                         f"{peak / given:.2f}", aim])
+    print_table("Memory", "The peak during a call, input included, in MB and as a multiple of the input; the most aimed at.",
+                ["", "Call", "Input", "Output", "Peak", "Multiple", "Aim"], rows)
+
+
+def code(title):
+    """Keeps commands from being read as Markdown."""
+    return re.sub(r"(\S*/\S*/\S*)", lambda found: "`" + found.group().replace("|", "\\|") + "`", title)
 
 
 def main():
@@ -140,7 +160,7 @@ def main():
         title, *aims = context[work].split("\t")
         works[work] = (title, list(zip(aims[::2], map(float, aims[1::2]))))
     times = read_times(results)
-    print(machine(context) + "\n")
+    print(machine(context))
     print_works(times, works)
     print_growth(times, works)
     print_threads(times, works)
