@@ -28,7 +28,7 @@ using foundation::StringBuffer;
 namespace {
 
 /// Bytes of one read or write.
-constexpr std::size_t CHUNK = 64 * 1024;
+constexpr std::size_t CHUNK = std::size_t{64} * 1024;
 
 /// The value of --color.
 std::string& colorChoice() {
@@ -110,8 +110,9 @@ bool isColored(int descriptor) {
     if (colorChoice() != "auto") {
         return colorChoice() == "always";
     }
-    char const* const unwanted = std::getenv("NO_COLOR");
-    char const* const terminal = std::getenv("TERM");
+    // There is one thread.
+    char const* const unwanted = std::getenv("NO_COLOR");  // NOLINT(concurrency-mt-unsafe)
+    char const* const terminal = std::getenv("TERM");      // NOLINT(concurrency-mt-unsafe)
     return (unwanted == nullptr || *unwanted == '\0') && terminal != nullptr &&
            std::string_view(terminal) != "dumb" && ::isatty(descriptor) != 0;
 }

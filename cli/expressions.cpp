@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
+#include <string_view>
 #include <utility>
 
 namespace zeb::cli {
@@ -88,8 +89,10 @@ Array<OffsetPair> matchesIn(RegularExpression const& expression, String const& l
         }
     };
     add(static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end));
-    // An empty match ends the enumeration, which begins again behind the next byte.
-    for (auto from = static_cast<std::uint32_t>(end); from < line.length(); ++from) {
+    // An empty match ends the enumeration, which begins again behind the next byte, but never
+    // behind a NUL.
+    std::size_t const length = std::string_view(line.c_str()).size();
+    for (auto from = static_cast<std::uint32_t>(end); from < length; ++from) {
         Array<OffsetPair> const further = expression.all_unique_matches(line.substring(from));
         for (auto const& [first, last] : further) {
             add(from + first, from + last);

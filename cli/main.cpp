@@ -115,6 +115,6 @@ Status runAndFinish(Words const& words) {
 
 int main(int argc, char** argv) {
     // A reader that has gone away is an error of writing like any other.
-    std::signal(SIGPIPE, SIG_IGN);
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     return zeb::cli::runAndFinish(zeb::cli::Words(argv + (argc > 0 ? 1 : 0), argv + argc));
 }

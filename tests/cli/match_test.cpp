@@ -98,6 +98,7 @@ TEST(Match, AnErrorOutweighsAMatch) {
 
 TEST(Match, KeepsNulBytesAndMatchesBeforeThem) {
     EXPECT_EQ(zebText({"match", "a"}, "a\0b\nb\0a\n"s), prints("a\0b\n"s));
+    EXPECT_EQ(zebText({"match", "--only", "b*"}, "ab\0b\n"s), prints("b\n"));
 }
 
 TEST(Match, MatchesBytesAbove127) {
