@@ -44,6 +44,11 @@ constexpr Row DOCUMENT[] = {
     {"<![CDATA[x]]><a/>", "line 1, column 1: syntax error"},
     {"<a/><![CDATA[x]]>", "line 1, column 5: junk after document element"},
     {"<a/>&#32;", "line 1, column 5: not well-formed (invalid token)"},
+    {"<!-- alone -->", "line 1, column 15: no element found"},
+    {"<?pi alone?>", "line 1, column 13: no element found"},
+    {"<!DOCTYPE a []>text<a/>", "line 1, column 20: not well-formed (invalid token)"},
+    {"<a/></a>", "line 1, column 6: not well-formed (invalid token)"},
+    {"<a/>]]>", "line 1, column 5: junk after document element"},
 };
 INSTANTIATE_TEST_SUITE_P(Document, Rejected, testing::ValuesIn(DOCUMENT));
 
@@ -106,6 +111,8 @@ constexpr Row CHARACTERS[] = {
     {bytes("<a>x\0y</a>"), "line 1, column 5: not well-formed (invalid token)"},
     {bytes("<a x='\0'/>"), "line 1, column 7: not well-formed (invalid token)"},
     {bytes("<a/>\0"), "line 1, column 5: not well-formed (invalid token)"},
+    {"<a>\xC3", "line 1, column 4: partial character"},  // the text ends in it
+    {"<a/>\xE2\x82", "line 1, column 5: partial character"},
 };
 INSTANTIATE_TEST_SUITE_P(Characters, Rejected, testing::ValuesIn(CHARACTERS));
 
@@ -119,6 +126,9 @@ constexpr Row SECTIONS[] = {
     {"<a><?pi</a>", "line 1, column 8: not well-formed (invalid token)"},
     {"<a><? pi?></a>", "line 1, column 6: not well-formed (invalid token)"},
     {"<?XML version='1.0'?><a/>", "line 1, column 6: not well-formed (invalid token)"},
+    {"<a><![CDATA[x]]>]]></a>",
+     "line 1, column 19: not well-formed (invalid token)"},  // they are not nested
+    {"<a><![INCLUDE[x]]></a>", "line 1, column 7: not well-formed (invalid token)"},
 };
 INSTANTIATE_TEST_SUITE_P(SectionsCommentsInstructions, Rejected, testing::ValuesIn(SECTIONS));
 
@@ -172,6 +182,17 @@ constexpr Row ENTITIES[] = {
      "line 1, column 35: not well-formed (invalid token)"},
     {"<!DOCTYPE a [<!ENTITY e SYSTEM 'f' NDATA n>]><a>&e;</a>",
      "line 1, column 49: reference to binary entity"},
+    {"<!DOCTYPE a [<!ENTITY e '&f;'><!ENTITY f '&g;'><!ENTITY g '&e;'>]><a>&e;</a>",
+     "line 1, column 70: recursive entity reference"},
+    {"<!DOCTYPE a [<!ENTITY % p '&#37;q;'><!ENTITY % q '&#37;p;'>%p;]><a/>",
+     "line 1, column 60: recursive entity reference"},
+    {"<!DOCTYPE a [<!ENTITY % p 'text'>%p;]><a/>",
+     "line 1, column 34: syntax error"},  // no declarations
+    {"<!DOCTYPE a [<!ENTITY e '&#60;b>'>]><a>&e;</a>", "line 1, column 40: asynchronous entity"},
+    {"<!DOCTYPE a [<!ATTLIST a x CDATA '&e;'><!ENTITY e ''>]><a/>",
+     "line 1, column 34: undefined entity"},  // declared too late
+    {"<!DOCTYPE a [<!ENTITY e SYSTEM 'f'><!ENTITY g '&e;'>]><a x='&g;'/>",
+     "line 1, column 55: reference to external entity in attribute"},
 };
 INSTANTIATE_TEST_SUITE_P(Entities, Rejected, testing::ValuesIn(ENTITIES));
 
