@@ -13,7 +13,7 @@
 #include <zeb/xmltoolkit/CIMDateTime.hpp>
 #include <zeb/xmltoolkit/XMLParserDOM.hpp>
 
-#include <cerrno>
+#include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -63,6 +63,14 @@ constexpr std::string_view ENVIRONMENT =
     "HOME=/home/somebody\0PATH=/usr/local/bin:/usr/bin:/bin\0"sv;
 
 Array<char> bytesOf(std::string_view bytes) { return Array<char>(bytes.begin(), bytes.end()); }
+
+Array<unsigned char> unsignedBytesOf(std::string_view bytes) {
+    Array<unsigned char> result;
+    for (char const byte : bytes) {
+        result.append(static_cast<unsigned char>(byte));
+    }
+    return result;
+}
 
 /// The allocations of a result do not fail any more when it is compared.
 template <typename Call, typename Expected>
@@ -173,7 +181,9 @@ std::string contentsOf(String const& path) {
 /// Edits a file. As long as memory is wanting it stays as it was.
 template <typename Edit>
 void expectEdited(Attempt& attempt, Inputs const& in, Edit const& edit) {
-    String const file = in.directory.file("edited", FILE_TEXT);
+    // Of its own: edits of one file must not overlap.
+    std::string const name = "edited-" + std::to_string(reinterpret_cast<std::uintptr_t>(&attempt));
+    String const file = in.directory.file(name, FILE_TEXT);
     bool const ended = attempt([&] { edit(file); });
     std::string const contents = contentsOf(file);
     // Without memory to open it the file stays as it was without a word. The stream takes its
@@ -303,8 +313,7 @@ EXPECT_EQ(std::string_view(value.data(), value.size()),
     ZEB_RESULT("ZEBNS2::UTF16ToUTF32", UTF16ToUTF32(in.units),
                Array<unsigned int>({0xFFFD, 0x1F600, 0xFFFD, 0x41})),
     ZEB_RESULT("ZEBNS2::UTF16ToUTF8", UTF16ToUTF8(in.utf16, BOM_UTF16_LE), UTF8_BYTES),
-    ZEB_RESULT("ZEBNS2::UTF16ToUTF8",
-               UTF16ToUTF8(Array<unsigned char>(in.utf16.begin(), in.utf16.end())), UTF8_BYTES),
+    ZEB_RESULT("ZEBNS2::UTF16ToUTF8", UTF16ToUTF8(unsignedBytesOf(UTF16_BYTES)), UTF8_BYTES),
     ZEB_RESULT("ZEBNS2::convertToUTF8", convertToUTF8(in.utf16), UTF8_BYTES),
     ZEB_RESULT("ZEBNS2::convertToUTF8", convertToUTF8(bytesOf("neither of them")),
                "neither of them"),
