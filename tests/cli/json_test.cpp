@@ -111,6 +111,23 @@ TEST(Json, XmlFind) {
     EXPECT_EQ(zebText({"xml", "find", "--json", "b"}, "<a/>"), findsNothing());
 }
 
+// Another reader than the library that has written it.
+TEST(Json, JqReadsEveryByte) {
+    if (shell("command -v jq").status != 0) {
+        GTEST_SKIP() << "jq is not installed";
+    }
+    std::string all;
+    for (int byte = 0; byte < 256; ++byte) {
+        all += static_cast<char>(byte);
+        all += byte == '\n' ? "" : "\n";
+    }
+    TemporaryFolder const folder;
+    ProcessResult const result =
+        shell("\"$0\" match --json '' \"$1\" | jq -s '[length, .[65].text, .[255].line]' -c",
+              folder.file("all", all));
+    EXPECT_EQ(result, prints("[256,\"A\",256]\n"));
+}
+
 TEST(Json, SeveralInputsGiveSeveralLines) {
     TemporaryFolder const folder;
     std::string const a = folder.file("a", "x y");
