@@ -58,7 +58,8 @@ String readAll(int descriptor, std::string const& name, std::string const& what)
         throw std::bad_alloc();
     }
     Progress progress(name, size);
-    StringBuffer contents(static_cast<std::size_t>(size));
+    // The read that meets the end has its room already.
+    StringBuffer contents(static_cast<std::size_t>(size) + CHUNK);
     for (;;) {
         ssize_t const got = ::read(descriptor, contents.prepare(CHUNK), CHUNK);
         if (got == 0) {
