@@ -361,10 +361,17 @@ char* encodePair(unsigned int point, char* out) {
     return out + sizeof code;
 }
 
+/// Whether the processor built for has vectors; in ordinary registers they would be slower than
+/// unit by unit.
+#ifdef __SSE2__
+constexpr bool HAS_VECTORS = true;
+#else
+constexpr bool HAS_VECTORS = false;
+#endif
+
 /// Encodes four units that take three bytes each. Needs room for two bytes more.
 ///
-/// In vectors, which a compiler makes the best of on each processor, that takes a quarter less time
-/// than unit by unit.
+/// In vectors that takes a quarter less time than unit by unit.
 char* encodeLongWord(Word word, char* out) {
     using Units = unsigned short __attribute__((vector_size(8)));
     using Codes = unsigned int __attribute__((vector_size(16)));
@@ -406,7 +413,7 @@ String encodeUTF8(Units units, std::size_t count, Logger const& logger) {
                     out += BLOCK;
                     return;
                 }
-                if (isLongBlock(units, block)) {
+                if (HAS_VECTORS && isLongBlock(units, block)) {
                     out = encodeLongWord(units.word(block), out);
                     out = encodeLongWord(units.word(block + WORD_UNITS), out);
                     return;
