@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -316,15 +317,20 @@ TEST_F(SystemFaults, ANameThatIsTooLongOrALoopOfLinksIsAnException) {
 
 // ------------------------------------------------------------------------------ interrupted calls
 
-int volatile signalsTaken = 0;
+/// How many signals have been handled; shared with the process that sends them.
+int volatile* signalsTaken = nullptr;
 
 /// Takes SIGUSR1 while it lives, without asking for interrupted calls to go on by themselves.
 class Interruptions {
 public:
     Interruptions() {
+        void* const shared = ::mmap(nullptr, sizeof *signalsTaken, PROT_READ | PROT_WRITE,
+                                    MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        EXPECT_NE(shared, MAP_FAILED);
+        signalsTaken = static_cast<int volatile*>(shared);
+        interruptedReads = 0;
         struct sigaction action {};
-        action.sa_handler = [](int) { signalsTaken = signalsTaken + 1; };
-        signalsTaken = 0;
+        action.sa_handler = [](int) { *signalsTaken = *signalsTaken + 1; };
         EXPECT_EQ(::sigaction(SIGUSR1, &action, &before_), 0);
     }
     Interruptions(Interruptions const&) = delete;
@@ -335,7 +341,8 @@ private:
     struct sigaction before_ {};
 };
 
-/// Waits until `process` sleeps in a call of the system, then interrupts it.
+/// Waits until `process` sleeps in a call of the system, interrupts it, and waits until it has
+/// noticed: before, there must be nothing that the call could succeed with.
 void interruptSleeper(pid_t process) {
     std::string const path = "/proc/" + std::to_string(process) + "/stat";
     std::string state;
@@ -344,7 +351,11 @@ void interruptSleeper(pid_t process) {
         std::getline(stat, state, ')');
         std::getline(stat, state);
     } while (state.compare(0, 2, " S") != 0);
+    int const before = *signalsTaken;
     ::kill(process, SIGUSR1);
+    while (*signalsTaken == before) {
+        ::sched_yield();
+    }
 }
 
 /// Starts a process that interrupts this one in opening `fifo`, if so asked, and twice in reading
@@ -377,11 +388,10 @@ TEST_F(SystemFaults, InterruptedOpeningAndReadingGoesOn) {
     String const fifo = directory.path("fifo");
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     Interruptions const interruptions;
-    interruptedReads = 0;
     pid_t const writer = startInterruptingWriter(fifo, /*whileOpening=*/true);
     EXPECT_EQ(FileSystem::getFileContents(fifo), "firstsecond");
     EXPECT_EQ(::waitpid(writer, nullptr, 0), writer);
-    EXPECT_EQ(signalsTaken, 3);
+    EXPECT_EQ(*signalsTaken, 3);
     EXPECT_EQ(interruptedReads, 2);
 }
 
@@ -389,13 +399,12 @@ TEST_F(SystemFaults, InterruptedReadingOfAStreamGoesOn) {
     String const fifo = directory.path("fifo");
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     Interruptions const interruptions;
-    interruptedReads = 0;
     pid_t const writer = startInterruptingWriter(fifo, /*whileOpening=*/false);
     IFileStream stream(fifo);
     std::vector<char> const bytes = read_from_stream(stream, 0xFFFFFFFF);
     EXPECT_EQ(std::string_view(bytes.data(), bytes.size()), "firstsecond");
     EXPECT_EQ(::waitpid(writer, nullptr, 0), writer);
-    EXPECT_EQ(signalsTaken, 2);
+    EXPECT_EQ(*signalsTaken, 2);
     EXPECT_EQ(interruptedReads, 2);
 }
 
