@@ -43,7 +43,10 @@ int interruptedReads = 0;
 
 }  // namespace
 
-extern "C" ssize_t read(int descriptor, void* bytes, std::size_t count) {
+// Its name for the linker alone is "read": with clang++ the hardened header defines that function.
+extern "C" ssize_t watchedRead(int descriptor, void* bytes, std::size_t count) __asm__("read");
+
+ssize_t watchedRead(int descriptor, void* bytes, std::size_t count) {
     if (beforeRead) {
         if (int const error = beforeRead(); error != 0) {
             errno = error;
