@@ -15,7 +15,8 @@ namespace ZEBNS2 {
 /// it is not asked, and the pattern counts as one that exhausts the memory.
 /// @param flags flags of `regcomp`
 /// @return 0, or the code of the error; `compiled` must go to `regfree` only after 0
-inline int compileExpression(regex_t& compiled, char const* pattern, int flags) noexcept {
+/// @throws std::bad_alloc
+inline int compileExpression(regex_t& compiled, char const* pattern, int flags) {
     if (patternHazard(pattern, (flags & REG_EXTENDED) != 0) != PatternHazard::NONE) {
         return REG_ESPACE;
     }

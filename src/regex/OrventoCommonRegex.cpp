@@ -1,6 +1,7 @@
 #include "OrventoCommonRegex.hpp"
 
 #include "CompileExpression.hpp"
+#include "RequiredText.hpp"
 
 #include <pthread.h>
 #include <regex.h>
@@ -116,7 +117,8 @@ void appendLiteral(StringBuffer& expression, char byte, std::string_view operato
 /// The C library's form of a pattern.
 class RegularExpression::Compiled {
 public:
-    Compiled(String const& pattern, CompilationOptions options) {
+    Compiled(String const& pattern, CompilationOptions options)
+        : required_(options == EXTENDED_SYNTAX ? RequiredText(pattern.c_str()) : RequiredText()) {
         int const error =
             compileExpression(expression_, pattern.c_str(), compilationFlags(options));
         if (error != 0) {
@@ -135,13 +137,28 @@ public:
 
     std::size_t groups() const noexcept { return expression_.re_nsub; }
 
-    /// Whether there is a match in `subject`, which holds no NUL; if so, it stands in the slots.
+    /// Whether there is a match in `subject`, which holds no NUL; if so, it stands in the slots, up
+    /// to the first that is negative.
     /// @param slotCount at least 1
     /// @param flags flags of regexec
     bool search(std::string_view subject, regmatch_t* slots, std::size_t slotCount,
                 int flags) const noexcept {
         if (subject.size() > MAX_SUBJECT_LENGTH) {
             return false;
+        }
+        if (!required_.text().empty()) {
+            std::size_t const at = required_.find(subject);
+            if (at == std::string_view::npos) {
+                return false;
+            }
+            if (required_.isWhole()) {
+                slots[0] = {static_cast<regoff_t>(at),
+                            static_cast<regoff_t>(at + required_.text().size())};
+                if (slotCount > 1) {
+                    slots[1].rm_so = -1;
+                }
+                return true;
+            }
         }
         auto const length = static_cast<regoff_t>(subject.size());
         slots[0].rm_so = 0;
@@ -159,6 +176,7 @@ public:
     }
 
 private:
+    RequiredText required_;
     regex_t expression_{};
 };
 

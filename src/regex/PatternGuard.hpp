@@ -1,11 +1,11 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#include <vector>
 
 /// @file
 /// Tells the patterns that the C library's regular expressions would not survive, before regcomp
@@ -365,13 +365,13 @@ public:
     PatternReader(std::string_view pattern, bool extended) noexcept
         : pattern_(pattern), extended_(extended) {}
 
-    PatternHazard read() noexcept {
+    PatternHazard read() {
         while (!atEnd() && sum_.hazard() == PatternHazard::NONE) {
             if (!readToken()) {
                 return sum_.hazard();
             }
         }
-        if (depth_ == 0) {
+        if (outer_.empty()) {
             sum_.finish(closeBranches());
         }
         return sum_.hazard();
@@ -397,7 +397,6 @@ private:
 
     static constexpr int MAX_REPEAT = 32767;
 
-    Frame& frame() noexcept { return frames_[depth_]; }
     bool atEnd() const noexcept { return at_ == pattern_.size(); }
 
     bool follows(std::string_view text) const noexcept {
@@ -411,8 +410,8 @@ private:
 
     void addItem(Part const& item) noexcept {
         closeItem();
-        frame().item = item;
-        frame().hasItem = true;
+        frame_.item = item;
+        frame_.hasItem = true;
     }
 
     /// A part that no repeat applies to.
@@ -422,27 +421,26 @@ private:
     }
 
     void closeItem() noexcept {
-        Frame& open = frame();
-        if (open.hasItem) {
-            open.branch = sum_.sequence(open.branch, open.item);
-            open.hasItem = false;
+        if (frame_.hasItem) {
+            frame_.branch = sum_.sequence(frame_.branch, frame_.item);
+            frame_.hasItem = false;
         }
-        open.atStart = false;
+        frame_.atStart = false;
     }
 
     Part closeBranches() noexcept {
         closeItem();
-        Frame const& open = frame();
-        return open.hasAlternatives ? sum_.choice(open.alternatives, open.branch) : open.branch;
+        return frame_.hasAlternatives ? sum_.choice(frame_.alternatives, frame_.branch)
+                                      : frame_.branch;
     }
 
     void repeatItem(int least, int most) noexcept {
-        frame().item = sum_.repeat(frame().item, least, most);
+        frame_.item = sum_.repeat(frame_.item, least, most);
     }
 
     // The functions below return false where libc itself refuses the pattern, whatever follows.
 
-    bool readToken() noexcept {
+    bool readToken() {
         char const byte = pattern_[at_];
         if (extended_ && isOperator(byte)) {
             ++at_;
@@ -460,7 +458,7 @@ private:
                 return readRepeat(0, PatternSum::UNLIMITED);
             case '^':
                 ++at_;
-                if (extended_ || (frame().atStart && !frame().hasItem)) {
+                if (extended_ || (frame_.atStart && !frame_.hasItem)) {
                     addAnchor(sum_.anchor());
                 } else {
                     addItem(sum_.character());
@@ -479,7 +477,7 @@ private:
         }
     }
 
-    bool readOperator(char op) noexcept {
+    bool readOperator(char op) {
         switch (op) {
             case '(':
                 openGroup();
@@ -488,9 +486,9 @@ private:
                 return closeGroup();
             case '|': {
                 Part const alternatives = closeBranches();
-                frame() = Frame{};
-                frame().alternatives = alternatives;
-                frame().hasAlternatives = true;
+                frame_ = Frame{};
+                frame_.alternatives = alternatives;
+                frame_.hasAlternatives = true;
                 return true;
             }
             case '+':
@@ -498,22 +496,22 @@ private:
             case '?':
                 return readRepeat(0, 1);
             default:  // {
-                return frame().hasItem && readInterval();
+                return frame_.hasItem && readInterval();
         }
     }
 
-    void openGroup() noexcept {
+    void openGroup() {
         closeItem();
-        if (depth_ == PatternBounds::MAX_NESTING) {
+        if (outer_.size() == PatternBounds::MAX_NESTING) {
             sum_.refuse(PatternHazard::NESTING);
             return;
         }
-        ++depth_;
-        frame() = Frame{};
+        outer_.push_back(frame_);
+        frame_ = Frame{};
     }
 
     bool closeGroup() noexcept {
-        if (depth_ == 0) {
+        if (outer_.empty()) {
             // In extended syntax a character like any other.
             if (extended_) {
                 addItem(sum_.character());
@@ -521,14 +519,15 @@ private:
             return extended_;
         }
         Part const inner = closeBranches();
-        --depth_;
+        frame_ = outer_.back();
+        outer_.pop_back();
         addItem(sum_.group(inner));
         return true;
     }
 
     /// In basic syntax a repeat of nothing is a character like any other.
     bool readRepeat(int least, int most) noexcept {
-        if (frame().hasItem) {
+        if (frame_.hasItem) {
             repeatItem(least, most);
         } else if (extended_) {
             return false;
@@ -657,17 +656,18 @@ private:
     bool extended_;
     std::size_t at_ = 0;
     std::size_t dollars_ = 0;  ///< in a row, up to here
-    std::size_t depth_ = 0;    ///< open groups
     PatternSum sum_;
-    std::array<Frame, PatternBounds::MAX_NESTING + 1> frames_;  // 17 KB
+    Frame frame_;               ///< of the innermost open group
+    std::vector<Frame> outer_;  ///< of the groups around it, the outermost first
 };
 
 /// Whether libc would survive a pattern: compiling it, and matching any text with it.
 /// @param pattern its bytes up to the NUL, which is what regcomp sees
 /// @param extended whether regcomp is going to read it in extended syntax
 /// @return NONE when it would; a pattern that libc refuses of its own accord counts as harmless
-/// @par Thread safety reentrant; takes 18 KB of stack and no memory.
-inline PatternHazard patternHazard(char const* pattern, bool extended) noexcept {
+/// @throws std::bad_alloc (a pattern without groups takes no memory)
+/// @par Thread safety reentrant.
+inline PatternHazard patternHazard(char const* pattern, bool extended) {
     std::size_t const length = ::strnlen(pattern, PatternBounds::MAX_LENGTH + 1);
     if (length > PatternBounds::MAX_LENGTH) {
         return PatternHazard::LENGTH;

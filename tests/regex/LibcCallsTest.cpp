@@ -207,19 +207,38 @@ TEST_F(LibcCalls, SuccessiveMatchesOfAnEmptySubjectAreNotSearched) {
 }
 
 TEST_F(LibcCalls, DeletionTestsEachLineOnce) {
-    EXPECT_EQ(ZEBNS2::realSed("", "/a/d", 0), "");  // builds the expressions for the command
+    EXPECT_EQ(ZEBNS2::realSed("", "/[a]/d", 0), "");  // builds the expressions for the command
     forget();
-    EXPECT_EQ(ZEBNS2::realSed("a\nb\na\nb", "/a/d", 0), "b\nb");
+    EXPECT_EQ(ZEBNS2::realSed("a\nb\na\nb", "/[a]/d", 0), "b\nb");
     EXPECT_EQ(slotCounts.size(), 1u + 4u) << "the command, then the lines";
     forget();
-    EXPECT_EQ(ZEBNS2::realSed("a\nb\nc\nb", "/a/,/c/d", 0), "b");
+    EXPECT_EQ(ZEBNS2::realSed("a\nb\nc\nb", "/[a]/,/[c]/d", 0), "b");
     EXPECT_EQ(slotCounts.size(), 2u + 4u) << "the command by two expressions, then the lines";
     EXPECT_EQ(compiled.size(), 2u) << "the expressions for the command, which live on";
     compiled.clear();
 }
 
+TEST_F(LibcCalls, SubjectWithoutTheRequiredTextIsNotSearched) {
+    RegularExpression const expression("x=[0-9]+", 0);
+    forget();
+    EXPECT_FALSE(expression.matches("y=1"));
+    EXPECT_EQ(slotCounts.size(), 0u);
+    EXPECT_FALSE(expression.matches("x=a"));
+    EXPECT_TRUE(expression.matches("x=1"));
+    EXPECT_EQ(slotCounts.size(), 2u);
+}
+
+TEST_F(LibcCalls, TextWithoutOperatorsIsFoundWithoutASearch) {
+    RegularExpression const expression("ab\\.", 0);
+    forget();
+    EXPECT_EQ(expression.first_match("xaab.ab."), std::pair(2, 5));
+    EXPECT_THAT(expression.all_matches("xaab.ab."), ElementsAre(std::pair(2u, 5u)));
+    EXPECT_EQ(expression.first_match("xaab,"), std::pair(-1, -1));
+    EXPECT_EQ(slotCounts.size(), 0u);
+}
+
 TEST_F(LibcCalls, MatchOutsideTheSubjectIsNone) {
-    RegularExpression const expression("a", 0);
+    RegularExpression const expression("[a]", 0);
     constexpr regmatch_t FORGED[] = {{-1, -1}, {-1, 2}, {2, 1}, {0, 4}, {4, 4}};
     for (regmatch_t const& match : FORGED) {
         SCOPED_TRACE(testing::PrintToString(std::pair(match.rm_so, match.rm_eo)));
