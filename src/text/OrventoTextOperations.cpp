@@ -384,7 +384,7 @@ char* encodeLongWord(Word word, char* out) {
     Pairs pairs;
     std::memcpy(&pairs, &codes, sizeof pairs);
     pairs = (pairs & 0xFFFFFF) | (pairs >> 8 & 0xFFFFFF000000);
-    for (int i = 0; i < 2; ++i) {
+    for (std::size_t i = 0; i < 2; ++i) {
         std::uint64_t const bytes = pairs[i];
         std::memcpy(out + 6 * i, &bytes, sizeof bytes);
     }
