@@ -81,7 +81,7 @@ public:
     static constexpr CompilationOptions EXTENDED_SYNTAX = 0;   ///< POSIX extended syntax
     static constexpr CompilationOptions BASIC_SYNTAX = 1;      ///< POSIX basic syntax
     static constexpr CompilationOptions CASE_INSENSITIVE = 2;  ///< letter case is ignored
-    /// A newline is no ordinary character: neither `.` nor `[^x]` matches it, and `^` and `$` match
+    /// A newline is no ordinary character. Neither `.` nor `[^x]` matches it, and `^` and `$` match
     /// behind and before it.
     static constexpr CompilationOptions NO_NEWLINE = 4;
 
@@ -217,9 +217,9 @@ public:
     /// @par Complexity linear. @par Thread safety reentrant.
     /// @{
 
-    /// `text` with a backslash before each of `$ ( ) * + , . ? [ ] ^ { | }` and each backslash;
-    /// with `BASIC_SYNTAX` before backslashes only, although some of the others are operators there
-    /// too.
+    /// Makes the operators in `text` literal. A backslash goes before each of
+    /// `$ ( ) * + , . ? [ ] ^ { | }` and each backslash; with `BASIC_SYNTAX` before backslashes
+    /// only, although some of the others are operators there too.
     ///   "x.y*z" becomes `x\.y\*z`, with BASIC_SYNTAX `x.y*z`
     [[nodiscard]] static String escapeRegexSpecialCharacters(String const& text,
                                                              CompilationOptions options);

@@ -58,13 +58,13 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
 ///   substringAfter("key=value", '=') == "value"      substringAfter("novalue", '=') == ""
 [[nodiscard]] ZEB_EXPORT String substringAfter(String const& text, char separator);
-/// @copybrief substringAfter(String const&, char)
+/// Text after the first occurrence of `separator`.
 /// @param separator up to its NUL; null is empty; an empty one is found at 0, which gives the text
 /// @return the bytes after the separator; empty when it does not occur or ends the text
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
 ///   substringAfter("a::b::c", "::") == "b::c"      substringAfter("abc", "") == "abc"
 [[nodiscard]] ZEB_EXPORT String substringAfter(String const& text, char const* separator);
-/// @copybrief substringAfter(String const&, char)
+/// Text after the first occurrence of `separator`.
 /// @param separator NUL bytes in it are searched too; an empty one is found at 0
 /// @return the bytes after the separator; empty when it does not occur or ends the text
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
@@ -77,13 +77,13 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
 ///   substringBefore("a/b/c", '/') == "a"      substringBefore("abc", '/') == ""
 [[nodiscard]] ZEB_EXPORT String substringBefore(String const& text, char separator);
-/// @copybrief substringBefore(String const&, char)
+/// Text before the first occurrence of `separator`.
 /// @param separator up to its NUL; null is empty; an empty one is found at 0, which gives nothing
 /// @return the bytes before the separator; empty when it does not occur or starts the text
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
 ///   substringBefore("a::b", "::") == "a"      substringBefore("abc", "") == ""
 [[nodiscard]] ZEB_EXPORT String substringBefore(String const& text, char const* separator);
-/// @copybrief substringBefore(String const&, char)
+/// Text before the first occurrence of `separator`.
 /// @param separator up to its first NUL, as in the form for `char const*`, unlike the other forms
 ///   for a `String`
 /// @return the bytes before the separator; empty when it does not occur or starts the text
@@ -97,14 +97,14 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
 ///   substringAfterLast("a/b/c", '/') == "c"      substringAfterLast("a/b/", '/') == ""
 [[nodiscard]] ZEB_EXPORT String substringAfterLast(String const& text, char separator);
-/// @copybrief substringAfterLast(String const&, char)
+/// Text after the last occurrence of `separator`.
 /// @param separator up to its NUL; null is empty; an empty one is found at the end
 /// @return the bytes after the separator; empty when it does not occur or ends the text
 /// @par Complexity linear, at worst times the separator's length. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
 ///   substringAfterLast("a::b::c", "::") == "c"      substringAfterLast("abc", "") == ""
 [[nodiscard]] ZEB_EXPORT String substringAfterLast(String const& text, char const* separator);
-/// @copybrief substringAfterLast(String const&, char)
+/// Text after the last occurrence of `separator`.
 /// @param separator NUL bytes in it are searched too; an empty one is found at the end
 /// @return the bytes after the separator; empty when it does not occur or ends the text
 /// @par Complexity linear, at worst times the separator's length. @par Thread safety reentrant.

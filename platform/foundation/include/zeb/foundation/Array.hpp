@@ -45,11 +45,17 @@ class ZEB_EXPORT Array {
     static_assert(alignof(T) <= alignof(std::max_align_t), "over-aligned elements");
 
 public:
+    /// Type of an element.
     using value_type = T;
+    /// Type of sizes and indexes.
     using size_type = std::size_t;
+    /// An element that may be written.
     using reference = T&;
+    /// An element to be read.
     using const_reference = T const&;
+    /// A plain pointer.
     using iterator = T*;
+    /// A plain pointer.
     using const_iterator = T const*;
 
     /// An empty array; allocates nothing.
@@ -80,6 +86,7 @@ public:
         block_ = building.release();
     }
 
+    /// Shares the elements of `other`. Constant time.
     Array(Array const& other) noexcept : block_(other.block_) {
         if (block_ != nullptr) {
             block_->references.fetch_add(1, std::memory_order_relaxed);
@@ -89,11 +96,13 @@ public:
     /// The moved-from array is empty.
     Array(Array&& other) noexcept : block_(std::exchange(other.block_, nullptr)) {}
 
+    /// Shares the elements of `other`. Constant time, beside destroying its own.
     Array& operator=(Array const& other) noexcept {
         Array(other).swap(*this);
         return *this;
     }
 
+    /// The moved-from array is empty.
     Array& operator=(Array&& other) noexcept {
         Array(std::move(other)).swap(*this);
         return *this;
@@ -101,10 +110,12 @@ public:
 
     ~Array() { release(block_); }
 
+    /// Constant time.
     void swap(Array& other) noexcept { std::swap(block_, other.block_); }
 
     /// Number of elements.
     [[nodiscard]] size_type size() const noexcept { return block_ == nullptr ? 0 : block_->size; }
+    /// Whether there is no element.
     [[nodiscard]] bool empty() const noexcept { return size() == 0; }
 
     /// Elements that fit without another allocation.
@@ -137,19 +148,26 @@ public:
         return block_ == nullptr ? nullptr : block_->elements();
     }
 
+    /// The first element, for reading; never detaches.
     [[nodiscard]] const_iterator begin() const noexcept { return data(); }
+    /// Behind the last element; never detaches.
     [[nodiscard]] const_iterator end() const noexcept { return data() + size(); }
+    /// `begin()` of a const array.
     [[nodiscard]] const_iterator cbegin() const noexcept { return begin(); }
+    /// `end()` of a const array.
     [[nodiscard]] const_iterator cend() const noexcept { return end(); }
     /// Iterators that may write; they detach.
     [[nodiscard]] iterator begin() { return data(); }
+    /// Behind the last element; detaches.
     [[nodiscard]] iterator end() { return data() + size(); }
 
     /// Adds `value`, which may be an element of this array, at the end; amortised constant time.
     void append(T const& value) { emplaceBack(value); }
+    /// Adds `value` at the end by moving it; amortised constant time.
     void append(T&& value) { emplaceBack(std::move(value)); }
     /// The standard containers' name of `append`.
     void push_back(T const& value) { emplaceBack(value); }
+    /// The standard containers' name of `append`.
     void push_back(T&& value) { emplaceBack(std::move(value)); }
 
     /// Puts `value` before element `index`; `index` equal to `size()` appends. Linear time.
@@ -199,6 +217,8 @@ public:
     /// Removes all elements.
     void clear() noexcept { Array().swap(*this); }
 
+    /// Whether both hold equal elements in the same order. Constant time for copies that still
+    /// share them, otherwise linear.
     friend bool operator==(Array const& a, Array const& b) {
         if (a.block_ == b.block_) {
             return true;
@@ -213,6 +233,7 @@ public:
         }
         return true;
     }
+    /// The opposite of `==`.
     friend bool operator!=(Array const& a, Array const& b) { return !(a == b); }
 
     // ---------------------------------------------------------------- not API
@@ -321,6 +342,7 @@ private:
     Block* block_ = nullptr;
 };
 
+/// Constant time.
 template <typename T>
 void swap(Array<T>& a, Array<T>& b) noexcept {
     a.swap(b);

@@ -20,7 +20,9 @@ public:
     /// Takes the system clock's time.
     void setToCurrent() noexcept;
 
+    /// Whole seconds since the start of 1970, UTC; negative before.
     [[nodiscard]] std::int64_t getSeconds() const noexcept { return seconds_; }
+    /// Microseconds behind them, 0 to 999,999.
     [[nodiscard]] std::uint32_t getMicroseconds() const noexcept { return microseconds_; }
 
 private:

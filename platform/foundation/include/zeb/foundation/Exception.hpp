@@ -30,7 +30,9 @@ public:
     /// @throws std::bad_alloc
     Exception(char const* file, int line, char const* message, int subclassCode,
               Exception const* chained, int errorCode);
+    /// Costs three atomic increments; nothing is copied.
     Exception(Exception const&) noexcept;
+    /// Costs what a copy does.
     Exception& operator=(Exception const&) noexcept;
     ~Exception() noexcept override;
 
@@ -46,9 +48,13 @@ public:
     /// Throws a copy as the most derived class.
     [[noreturn]] virtual void rethrow() const;
 
+    /// The source unit that threw.
     [[nodiscard]] char const* getFile() const noexcept { return file_.c_str(); }
+    /// The line in it, 1-based.
     [[nodiscard]] int getLine() const noexcept { return line_; }
+    /// A code whose meaning the derived class defines, or `NO_CODE`.
     [[nodiscard]] int getSubclassCode() const noexcept { return subclassCode_; }
+    /// A code of the system or the caller, or `NO_CODE`.
     [[nodiscard]] int getErrorCode() const noexcept { return errorCode_; }
     /// The exception that led to this one, owned by this one; null when there is none.
     [[nodiscard]] Exception const* getChained() const noexcept { return chained_.get(); }
@@ -65,6 +71,7 @@ private:
 /// An access outside an array or string; the message tells its size and the index.
 class ZEB_EXPORT OutOfBoundsException : public Exception {
 public:
+    /// The arguments of `Exception`, handed on unchanged.
     OutOfBoundsException(char const* file, int line, char const* message, int subclassCode,
                          Exception const* chained, int errorCode);
     ~OutOfBoundsException() noexcept override;
@@ -76,6 +83,7 @@ public:
 /// A text that is not a number of the wanted type; the message names both.
 class ZEB_EXPORT StringConversionException : public Exception {
 public:
+    /// The arguments of `Exception`, handed on unchanged.
     StringConversionException(char const* file, int line, char const* message, int subclassCode,
                               Exception const* chained, int errorCode);
     ~StringConversionException() noexcept override;
@@ -88,6 +96,7 @@ public:
 /// code is the system's `errno` where a system call failed.
 class ZEB_EXPORT FileSystemException : public Exception {
 public:
+    /// The arguments of `Exception`, handed on unchanged.
     FileSystemException(char const* file, int line, char const* message, int subclassCode,
                         Exception const* chained, int errorCode);
     ~FileSystemException() noexcept override;
@@ -101,8 +110,11 @@ public:
 /// none may pass, such as in a destructor: `text`, then ": " and the exception's text where there
 /// is one. They never throw; when logging itself fails the message is lost.
 /// @{
+/// Logs `text`, bytes up to a NUL.
 ZEB_EXPORT void logErroneousException(char const* text) noexcept;
+/// Logs `text` and the message of `exception`.
 ZEB_EXPORT void logErroneousException(char const* text, Exception const& exception) noexcept;
+/// Logs `text` and what `exception.what()` says.
 ZEB_EXPORT void logErroneousException(char const* text, std::exception const& exception) noexcept;
 /// @}
 

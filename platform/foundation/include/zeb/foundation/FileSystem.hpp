@@ -14,8 +14,10 @@ namespace zeb::foundation {
 
 /// What `FileSystem::getFileInformation` tells.
 struct FileInformation {
+    /// Kinds of files.
     enum Type { REGULAR_FILE, DIRECTORY, CHARACTER_DEVICE, BLOCK_DEVICE, FIFO, SOCKET, OTHER };
 
+    /// Kind of the file that the path leads to.
     Type type;
     std::uint64_t size;  ///< bytes; of a regular file alone
 };

@@ -61,6 +61,7 @@ void render(StringBuffer& out, T const& value) {
 /// @par Thread safety one object belongs to one thread.
 class ZEB_EXPORT Format {
 public:
+    /// Fills the placeholders of `text`.
     template <typename... Arguments>
     explicit Format(std::string_view text, Arguments const&... arguments) {
         if constexpr (sizeof...(Arguments) == 0) {
@@ -76,9 +77,12 @@ public:
 
     /// The formatted text. A temporary hands its memory over instead of copying it.
     [[nodiscard]] String toString() const& { return result_.toString(); }
+    /// The formatted text, taken out of a temporary.
     [[nodiscard]] String toString() && { return result_.releaseString(); }
+    /// The formatted text.
     // NOLINTNEXTLINE(google-explicit-constructor): a Format is written where a String is wanted
     operator String() const& { return toString(); }
+    /// The formatted text, taken out of a temporary.
     // NOLINTNEXTLINE(google-explicit-constructor): likewise
     operator String() && { return std::move(*this).toString(); }
 

@@ -14,6 +14,7 @@ public:
     IntrusiveCounted() noexcept = default;
     /// The count belongs to the object, not to its value: a copy starts with none.
     IntrusiveCounted(IntrusiveCounted const&) noexcept {}
+    /// The count stays as it is.
     IntrusiveCounted& operator=(IntrusiveCounted const&) noexcept { return *this; }
 
 protected:
@@ -38,15 +39,19 @@ public:
     IntrusiveReference() noexcept = default;
     /// A reference to `object`, which was made by `new`; null is allowed.
     explicit IntrusiveReference(T* object) noexcept : object_(object) { acquire(); }
+    /// Another reference to the same object.
     IntrusiveReference(IntrusiveReference const& other) noexcept : object_(other.object_) {
         acquire();
     }
+    /// The moved-from reference is null.
     IntrusiveReference(IntrusiveReference&& other) noexcept
         : object_(std::exchange(other.object_, nullptr)) {}
+    /// Drops the present object for that of `other`.
     IntrusiveReference& operator=(IntrusiveReference const& other) noexcept {
         IntrusiveReference(other).swap(*this);
         return *this;
     }
+    /// Drops the present object for that of `other`, which becomes null.
     IntrusiveReference& operator=(IntrusiveReference&& other) noexcept {
         IntrusiveReference(std::move(other)).swap(*this);
         return *this;
@@ -59,11 +64,16 @@ public:
         detail::deleteLogged(object_, "Caught exception in the IntrusiveReference destructor");
     }
 
+    /// Constant time; no count changes.
     void swap(IntrusiveReference& other) noexcept { std::swap(object_, other.object_); }
 
+    /// The object, or null.
     [[nodiscard]] T* get() const noexcept { return object_; }
+    /// The object, which must not be null.
     T* operator->() const noexcept { return object_; }
+    /// The object, which must not be null.
     T& operator*() const noexcept { return *object_; }
+    /// Whether there is an object.
     explicit operator bool() const noexcept { return object_ != nullptr; }
 
 private:

@@ -12,6 +12,7 @@ namespace zeb::foundation {
 /// Makes the object of a `LazyGlobal` from its initialisation parameter.
 template <typename T>
 struct LazyGlobalFactory {
+    /// A new `T`, built from `parameter`.
     static T* create(char const* parameter) { return new T(parameter); }
 };
 
@@ -30,9 +31,13 @@ struct LazyGlobalFactory {
 /// @par Thread safety `get()` may be called by any number of threads; the object is built once.
 template <typename T, typename Factory = LazyGlobalFactory<T>>
 struct LazyGlobal {
+    /// What the object is built from.
     char const* parameter;
+    /// The object, null until its first use.
     T* object;
+    /// 1 once `object` may be read.
     std::atomic<std::int32_t> built;
+    /// Held while the object is built.
     pthread_mutex_t mutex;
 
     /// The object, built now if this is its first use. The initialisation parameter is handed to

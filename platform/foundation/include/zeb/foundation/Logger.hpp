@@ -36,14 +36,17 @@ public:
     LogAppender(LogAppender const&) = delete;
     LogAppender& operator=(LogAppender const&) = delete;
 
+    /// Takes one message; `message` is valid during the call only.
     virtual void append(LogMessage const& message) = 0;
 };
 
 /// Writes a line "category component: text" for each message to a stream, which must outlive it.
 class ZEB_EXPORT StreamAppender : public LogAppender {
 public:
+    /// Writes to `stream`.
     explicit StreamAppender(std::ostream& stream);
     ~StreamAppender() noexcept(false) override;
+    /// Writes a line, whole even when several threads log.
     void append(LogMessage const& message) override;
 
 private:
@@ -57,15 +60,19 @@ class ZEB_EXPORT SyslogAppender : public LogAppender {
 public:
     SyslogAppender();
     ~SyslogAppender() noexcept(false) override;
+    /// Hands the message to `syslog`.
     void append(LogMessage const& message) override;
 };
 
 /// Calls a function for each message; it may be called by several threads at once.
 class ZEB_EXPORT CallbackAppender : public LogAppender {
 public:
+    /// What is called for each message.
     using Callback = std::function<void(LogMessage const&)>;
+    /// Calls `callback`, which must not be empty.
     explicit CallbackAppender(Callback callback);
     ~CallbackAppender() noexcept(false) override;
+    /// Calls the function; what it throws reaches the function that logged.
     void append(LogMessage const& message) override;
 
 private:
@@ -94,12 +101,19 @@ public:
         DEBUG3_LEVEL = 7
     };
 
+    /// Category of messages of `FATAL_LEVEL`.
     static constexpr char STR_FATAL_CATEGORY[] = "FATAL";
+    /// Category of messages of `ERROR_LEVEL`.
     static constexpr char STR_ERROR_CATEGORY[] = "ERROR";
+    /// Category of messages of `WARNING_LEVEL`.
     static constexpr char STR_WARNING_CATEGORY[] = "WARNING";
+    /// Category of messages of `INFO_LEVEL`.
     static constexpr char STR_INFO_CATEGORY[] = "INFO";
+    /// Category of messages of `DEBUG_LEVEL`.
     static constexpr char STR_DEBUG_CATEGORY[] = "DEBUG";
+    /// Category of messages of `DEBUG2_LEVEL`.
     static constexpr char STR_DEBUG2_CATEGORY[] = "DEBUG2";
+    /// Category of messages of `DEBUG3_LEVEL`.
     static constexpr char STR_DEBUG3_CATEGORY[] = "DEBUG3";
 
     /// @param component the name that the messages carry
@@ -145,6 +159,7 @@ private:
 /// Log `message`, an expression that is evaluated only when `logger` lets the level through, in the
 /// name of the source unit `unit`. `errno` stays as it was.
 /// @{
+/// Logs at the level `LEVEL`, such as `DEBUG`.
 #define ZEB_LOG(logger, LEVEL, unit, message)                                                     \
     do {                                                                                          \
         if ((logger).getLogLevel() >= ::zeb::foundation::Logger::LEVEL##_LEVEL) {                 \
@@ -153,8 +168,11 @@ private:
                                 __LINE__, __PRETTY_FUNCTION__);                                   \
         }                                                                                         \
     } while (false)
+/// Logs at debug level.
 #define ZEB_LOG_DEBUG(logger, unit, message) ZEB_LOG(logger, DEBUG, unit, message)
+/// Logs at the second debug level.
 #define ZEB_LOG_DEBUG2(logger, unit, message) ZEB_LOG(logger, DEBUG2, unit, message)
+/// Logs at the third debug level.
 #define ZEB_LOG_DEBUG3(logger, unit, message) ZEB_LOG(logger, DEBUG3, unit, message)
 /// @}
 

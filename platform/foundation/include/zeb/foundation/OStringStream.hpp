@@ -17,6 +17,7 @@ public:
     OStringStream();
     ~OStringStream() override;
 
+    /// Number of bytes written so far.
     [[nodiscard]] std::size_t length() const noexcept { return bytes_.buffer.length(); }
     /// What was written so far; valid until the next write.
     // NOLINTNEXTLINE(google-explicit-constructor): every text is read as a view

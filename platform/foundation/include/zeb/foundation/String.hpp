@@ -66,9 +66,12 @@ public:
     String(char const* text);  // NOLINT(google-explicit-constructor): a text is a String
     /// The `count` bytes at `bytes`, NUL bytes included; a null `bytes` gives the empty string.
     String(char const* bytes, std::size_t count);
-    String(std::string_view text);    // NOLINT(google-explicit-constructor): likewise
+    /// All bytes of `text`.
+    String(std::string_view text);  // NOLINT(google-explicit-constructor): likewise
+    /// All bytes of `text`.
     String(std::string const& text);  // NOLINT(google-explicit-constructor): likewise
 
+    /// Shares the bytes of `other`. Constant time.
     String(String const& other) noexcept : block_(other.block_) {
         if (block_ != nullptr) {
             block_->references.fetch_add(1, std::memory_order_relaxed);
@@ -76,10 +79,12 @@ public:
     }
     /// The moved-from string is empty.
     String(String&& other) noexcept : block_(std::exchange(other.block_, nullptr)) {}
+    /// Shares the bytes of `other`. Constant time.
     String& operator=(String const& other) noexcept {
         String(other).swap(*this);
         return *this;
     }
+    /// The moved-from string is empty.
     String& operator=(String&& other) noexcept {
         String(std::move(other)).swap(*this);
         return *this;
@@ -90,12 +95,14 @@ public:
         }
     }
 
+    /// Constant time.
     void swap(String& other) noexcept { std::swap(block_, other.block_); }
 
     /// Number of bytes, the terminating NUL not counted.
     [[nodiscard]] std::size_t length() const noexcept {
         return block_ == nullptr ? 0 : block_->length;
     }
+    /// Whether there is no byte.
     [[nodiscard]] bool empty() const noexcept { return length() == 0; }
 
     /// The bytes and a terminating NUL; valid until the string is changed or destroyed.
@@ -136,12 +143,16 @@ public:
     /// beyond the end gives the empty string.
     [[nodiscard]] String substring(std::size_t start, std::size_t count = npos) const;
 
+    /// Whether both hold the same bytes, the case of ASCII letters left aside. Linear time.
     [[nodiscard]] bool equalsIgnoreCase(std::string_view other) const noexcept;
+    /// Whether the first bytes are those of `prefix`; an empty one starts every text.
     [[nodiscard]] bool startsWith(std::string_view prefix) const noexcept;
+    /// Whether the last bytes are those of `suffix`; an empty one ends every text.
     [[nodiscard]] bool endsWith(std::string_view suffix) const noexcept;
 
     /// Appends `text`, which may be part of this string; amortised linear in `text`.
     String& operator+=(std::string_view text);
+    /// Appends one byte, NUL too; amortised constant time.
     String& operator+=(char byte) { return *this += std::string_view(&byte, 1); }
     /// The named form of `+=`.
     String& concat(std::string_view text) { return *this += text; }
@@ -166,15 +177,25 @@ public:
     ///   malformed or out of the type's range (a real that would become infinite or zero too), or
     ///   the base is not one of those above
     /// @{
+    /// As `double`.
     [[nodiscard]] double toReal64() const;
+    /// As `float`.
     [[nodiscard]] float toReal32() const;
+    /// 8 bits, signed.
     [[nodiscard]] std::int8_t toInt8(int base = 10) const;
+    /// 16 bits, signed.
     [[nodiscard]] std::int16_t toInt16(int base = 10) const;
+    /// 32 bits, signed.
     [[nodiscard]] std::int32_t toInt32(int base = 10) const;
+    /// 64 bits, signed.
     [[nodiscard]] std::int64_t toInt64(int base = 10) const;
+    /// 8 bits, unsigned.
     [[nodiscard]] std::uint8_t toUInt8(int base = 10) const;
+    /// 16 bits, unsigned.
     [[nodiscard]] std::uint16_t toUInt16(int base = 10) const;
+    /// 32 bits, unsigned.
     [[nodiscard]] std::uint32_t toUInt32(int base = 10) const;
+    /// 64 bits, unsigned.
     [[nodiscard]] std::uint64_t toUInt64(int base = 10) const;
     /// @}
 
@@ -183,44 +204,57 @@ public:
 
     /// @name Comparison by unsigned bytes
     /// @{
+    /// Whether both hold the same bytes.
     friend bool operator==(String const& a, String const& b) noexcept {
         return std::string_view(a) == std::string_view(b);
     }
+    /// Whether both hold the same bytes.
     template <typename T, detail::IfOtherText<T> = 0>
     friend bool operator==(String const& a, T const& b) noexcept {
         return std::string_view(a) == std::string_view(b);
     }
+    /// Whether both hold the same bytes.
     template <typename T, detail::IfOtherText<T> = 0>
     friend bool operator==(T const& a, String const& b) noexcept {
         return std::string_view(a) == std::string_view(b);
     }
+    /// The opposite of `==`.
     friend bool operator!=(String const& a, String const& b) noexcept { return !(a == b); }
+    /// The opposite of `==`.
     template <typename T, detail::IfOtherText<T> = 0>
     friend bool operator!=(String const& a, T const& b) noexcept {
         return !(a == b);
     }
+    /// The opposite of `==`.
     template <typename T, detail::IfOtherText<T> = 0>
     friend bool operator!=(T const& a, String const& b) noexcept {
         return !(a == b);
     }
+    /// Whether `a` comes before `b`.
     friend bool operator<(String const& a, String const& b) noexcept {
         return std::string_view(a) < std::string_view(b);
     }
+    /// Whether `a` comes behind `b`.
     friend bool operator>(String const& a, String const& b) noexcept { return b < a; }
+    /// Whether `a` does not come behind `b`.
     friend bool operator<=(String const& a, String const& b) noexcept { return !(b < a); }
+    /// Whether `a` does not come before `b`.
     friend bool operator>=(String const& a, String const& b) noexcept { return !(a < b); }
     /// @}
 
     /// @name Concatenation
     /// @{
+    /// `a` with `b` behind it; NUL bytes are kept.
     [[nodiscard]] friend String operator+(String a, std::string_view b) {
         a += b;
         return a;
     }
+    /// `a` with the byte `b` behind it.
     [[nodiscard]] friend String operator+(String a, char b) {
         a += b;
         return a;
     }
+    /// `a` with `b` behind it; NUL bytes are kept.
     template <typename T, detail::IfOtherText<T> = 0>
     [[nodiscard]] friend String operator+(T const& a, String const& b) {
         return detail::prepended(std::string_view(a), b);
@@ -249,6 +283,7 @@ private:
     Block* block_ = nullptr;
 };
 
+/// Constant time.
 inline void swap(String& a, String& b) noexcept { a.swap(b); }
 
 /// Writes the bytes, field width and fill applied as for `std::string_view`.
@@ -256,9 +291,13 @@ ZEB_EXPORT std::ostream& operator<<(std::ostream& out, String const& text);
 
 }  // namespace zeb::foundation
 
+/// @cond The site's generator does not know a qualified name here.
+/// The hash of the bytes, as of a `std::string_view`. Linear time.
 template <>
 struct std::hash<zeb::foundation::String> {
+    /// The hash of `text`.
     std::size_t operator()(zeb::foundation::String const& text) const noexcept {
         return std::hash<std::string_view>()(text);
     }
 };
+/// @endcond

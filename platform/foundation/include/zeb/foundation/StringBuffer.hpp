@@ -25,7 +25,9 @@ public:
     StringBuffer& operator=(StringBuffer const&) = delete;
     ~StringBuffer();
 
+    /// Number of bytes so far.
     [[nodiscard]] std::size_t length() const noexcept { return length_; }
+    /// Whether there is no byte.
     [[nodiscard]] bool empty() const noexcept { return length_ == 0; }
     /// Bytes that fit without another allocation.
     [[nodiscard]] std::size_t capacity() const noexcept { return capacity_; }
@@ -54,7 +56,9 @@ public:
         length_ += bytes.size();
         return *this;
     }
+    /// The operator form of `append`.
     StringBuffer& operator+=(char byte) { return append(byte); }
+    /// The operator form of `append`.
     StringBuffer& operator+=(std::string_view bytes) { return append(bytes); }
 
     /// Makes room for `count` bytes more and returns where they go; `commit` then counts those

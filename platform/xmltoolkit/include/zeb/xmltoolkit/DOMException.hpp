@@ -14,6 +14,7 @@ namespace zeb::xmltoolkit {
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT DOMException : public foundation::Exception {
 public:
+    /// The arguments of `foundation::Exception`, handed on unchanged.
     DOMException(char const* file, int line, char const* message, int subclassCode,
                  foundation::Exception const* chained, int errorCode);
     ~DOMException() noexcept override;

@@ -37,7 +37,9 @@ public:
 
     /// @name Null test
     /// @{
+    /// Whether the handle refers to no element.
     [[nodiscard]] bool isNull() const noexcept { return document_ == nullptr; }
+    /// Whether the handle refers to an element.
     explicit operator bool() const noexcept { return !isNull(); }
     /// @}
 
@@ -65,9 +67,13 @@ public:
     /// ```
     /// @par Complexity constant
     /// @{
+    /// The first child element, or a null handle.
     [[nodiscard]] XMLNode getChild() const& noexcept { return XMLNode(*this).getChild(); }
+    /// The same, from a handle that is no longer needed.
     [[nodiscard]] XMLNode getChild() && noexcept;
+    /// The next sibling element, or a null handle.
     [[nodiscard]] XMLNode getNext() const& noexcept { return XMLNode(*this).getNext(); }
+    /// The same, from a handle that is no longer needed.
     [[nodiscard]] XMLNode getNext() && noexcept;
     /// @}
 
