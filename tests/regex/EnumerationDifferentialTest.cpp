@@ -4,7 +4,6 @@
 #include <OrventoCommonRegex.hpp>
 
 #include <gtest/gtest.h>
-#include <regex.h>
 
 #include <memory>
 #include <string>
@@ -12,11 +11,13 @@
 #include <utility>
 #include <vector>
 
+#include "Oracle.hpp"
 #include "Random.hpp"
 #include "RandomExpressions.hpp"
 
 namespace {
 
+using zeb::test::Oracle;
 using zeb::test::Random;
 using zeb::test::RandomExpressions;
 using ZEBNS2::Array;
@@ -27,70 +28,6 @@ using ZEBNS2::String;
 using ZEBNS2::StringArray;
 
 constexpr int CASES = 10000;
-
-/// What the operations are to find.
-class Oracle {
-public:
-    Oracle(std::string const& pattern, unsigned int options) {
-        int const flags = ((options & 1) != 0 ? 0 : REG_EXTENDED) |
-                          ((options & 2) != 0 ? REG_ICASE : 0) |
-                          ((options & 4) != 0 ? REG_NEWLINE : 0);
-        compiles_ = ::regcomp(&compiled_, pattern.c_str(), flags) == 0;
-    }
-    Oracle(Oracle const&) = delete;
-    Oracle& operator=(Oracle const&) = delete;
-    ~Oracle() {
-        if (compiles_) {
-            ::regfree(&compiled_);
-        }
-    }
-
-    bool compiles() const { return compiles_; }
-
-    std::pair<int, int> firstMatch(std::string const& subject) const {
-        regmatch_t match;
-        if (::regexec(&compiled_, subject.c_str(), 1, &match, 0) != 0 || match.rm_so < 0) {
-            return {-1, -1};
-        }
-        return {match.rm_so, match.rm_eo};
-    }
-
-    std::vector<OffsetPair> allMatches(std::string const& subject) const {
-        // As many slots as can ever be filled, and one that cannot.
-        std::vector<regmatch_t> slots(compiled_.re_nsub + 2);
-        std::vector<OffsetPair> ranges;
-        if (::regexec(&compiled_, subject.c_str(), slots.size(), slots.data(), 0) == 0) {
-            for (std::size_t i = 0; i < slots.size() && slots[i].rm_so >= 0; ++i) {
-                ranges.emplace_back(static_cast<std::uint32_t>(slots[i].rm_so),
-                                    static_cast<std::uint32_t>(slots[i].rm_eo));
-            }
-        }
-        return ranges;
-    }
-
-    std::vector<OffsetPair> allUniqueMatches(std::string const& subject) const {
-        std::vector<OffsetPair> ranges;
-        std::size_t offset = 0;
-        while (offset < subject.size()) {
-            regmatch_t match;
-            if (::regexec(&compiled_, subject.c_str() + offset, 1, &match, REG_NOTBOL) != 0) {
-                break;
-            }
-            ranges.emplace_back(
-                static_cast<std::uint32_t>(offset + static_cast<std::size_t>(match.rm_so)),
-                static_cast<std::uint32_t>(offset + static_cast<std::size_t>(match.rm_eo)));
-            if (match.rm_eo == 0) {
-                break;
-            }
-            offset += static_cast<std::size_t>(match.rm_eo);
-        }
-        return ranges;
-    }
-
-private:
-    regex_t compiled_{};
-    bool compiles_;
-};
 
 template <typename T>
 std::vector<T> list(Array<T> const& array) {
