@@ -903,7 +903,11 @@ void unprivilegedSed(String const& fileName, RegularExpression const& expression
     String const result = edited.releaseText();
     ZEB_LOG_DEBUG2(logger, UNIT, Format("regex: Writing results in \"%1\"", fileName));
     // What happens from here on is not reported: this system's behaviour.
-    std::ofstream file(fileName.c_str(), std::ios::binary | std::ios::trunc);
+    // A stream without a buffer takes one after emptying the file, which may fail.
+    char buffer[1024];
+    std::ofstream file;
+    file.rdbuf()->pubsetbuf(buffer, sizeof buffer);
+    file.open(fileName.c_str(), std::ios::binary | std::ios::trunc);
     file.write(result.c_str(), static_cast<std::streamsize>(result.length()));
 }
 

@@ -106,6 +106,7 @@ private:
     /// Whether an ASCII byte of a subject is always a character of its own. In UTF-8 it is; in
     /// other encodings of several bytes it may be the second half of a character.
     static bool isASCIITransparent() noexcept {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): safe as long as nobody changes the locale
         return MB_CUR_MAX == 1 || std::strcmp(::nl_langinfo(CODESET), "UTF-8") == 0;
     }
     static bool isASCII(char byte) noexcept { return (byte & 0x80) == 0; }
