@@ -127,11 +127,12 @@ private:
         run.clear();
     }
 
-    /// Offset behind the repeats that begin at `i`.
+    /// Offset behind the repeats that begin at `i`. libc takes `\,` and `\0` in braces for `,` and
+    /// `0`.
     static std::size_t endOfRepeats(std::string_view pattern, std::size_t i) noexcept {
         for (; i < pattern.size(); ++i) {
             if (pattern[i] == '{') {
-                i = std::min(pattern.find_first_not_of("0123456789,", i + 1), pattern.size() - 1);
+                i = std::min(pattern.find_first_not_of("0123456789,\\", i + 1), pattern.size() - 1);
             } else if (pattern[i] != '*' && pattern[i] != '+' && pattern[i] != '?') {
                 break;
             }

@@ -58,6 +58,8 @@ INSTANTIATE_TEST_SUITE_P(Literals, RequiredTextOf, testing::ValuesIn(LITERALS));
 constexpr Row OPERATORS[] = {
     {"^#", "#"},
     {"end$", "end"},
+    {"ab{0\\,}", "a"},      // libc takes an escaped comma in braces for a comma
+    {"ab{\\0,1}cd", "cd"},  // and an escaped zero for a zero
     {"a.bc.d", "bc"},
     {"zebra[0-9]+", "zebra"},
     {"[A-Z]+_[0-9]+", "_"},
