@@ -278,8 +278,9 @@ public:
 
 /// The number of bytes that a unit of size stands for.
 ///
-/// `byte`, or `kilo`, `mega`, `giga`, `tera`, `peta` or their first letters before `byte`, `bytes`
-/// or `b`, found anywhere in `unit`; or one of these letters as the whole of it. Powers of 1024
+/// `byte`, or `kilo`, `mega`, `giga`, `tera`, `peta` before `byte` or `bytes`, or their first
+/// letters before `byte`, `bytes` or `b`, found anywhere in `unit`; or one of these letters as the
+/// whole of it. A whole name before a mere `b`, as in `kilob`, is no unit. Powers of 1024
 /// throughout, in either case of letters; the locale's notion of case holds. Up to three
 /// expressions are compiled at each call; they see the text up to its first NUL.
 /// @return bytes; 0 when there is no such unit
