@@ -386,8 +386,9 @@ void tryPattern(Hunt const& hunt, Random& random) {
     ++shared->made;
     shared->phase = "guard";
     limitTime();
+    bool recurses = false;
     PatternHazard const hazard =
-        patternHazard(sample.pattern.data(), (sample.flags & REG_EXTENDED) != 0);
+        patternHazard(sample.pattern.data(), (sample.flags & REG_EXTENDED) != 0, &recurses);
     ++shared->refusals[static_cast<int>(hazard)];
     if (hazard != PatternHazard::NONE) {
         ++shared->refused;
@@ -412,7 +413,11 @@ void tryPattern(Hunt const& hunt, Random& random) {
     limitTime();
     std::vector<regmatch_t> slots(compiled.re_nsub + 1);
     for (int i = 0; i < 6; ++i) {
-        std::string const subject = i == 0 ? "" : randomSubject(random);
+        std::string subject = i == 0 ? "" : randomSubject(random);
+        if (recurses) {
+            // Longer ones get a stack of their own from the library.
+            subject.resize(std::min<std::size_t>(subject.size(), 256));
+        }
         shared->subjectLength = subject.size();
         std::memcpy(shared->subject.data(), subject.c_str(),
                     std::min(subject.size() + 1, shared->subject.size()));

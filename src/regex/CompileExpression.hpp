@@ -14,10 +14,13 @@ namespace ZEBNS2 {
 /// Compiles the bytes of `pattern` up to its NUL, unless the C library would not survive it: then
 /// it is not asked, and the pattern counts as one that exhausts the memory.
 /// @param flags flags of `regcomp`
+/// @param recurses if not null, set to whether a search takes stack for each byte of its subject,
+///   PatternBounds::LOOP_STACK_PER_BYTE
 /// @return 0, or the code of the error; `compiled` must go to `regfree` only after 0
 /// @throws std::bad_alloc
-inline int compileExpression(regex_t& compiled, char const* pattern, int flags) {
-    if (patternHazard(pattern, (flags & REG_EXTENDED) != 0) != PatternHazard::NONE) {
+inline int compileExpression(regex_t& compiled, char const* pattern, int flags,
+                             bool* recurses = nullptr) {
+    if (patternHazard(pattern, (flags & REG_EXTENDED) != 0, recurses) != PatternHazard::NONE) {
         return REG_ESPACE;
     }
     return ::regcomp(&compiled, pattern, flags);

@@ -1,6 +1,7 @@
 #include "OrventoCommonRegex.hpp"
 
 #include "CompileExpression.hpp"
+#include "DeepSearch.hpp"
 #include "RequiredText.hpp"
 
 #include <pthread.h>
@@ -120,7 +121,7 @@ public:
     Compiled(String const& pattern, CompilationOptions options)
         : required_(options == EXTENDED_SYNTAX ? RequiredText(pattern.c_str()) : RequiredText()) {
         int const error =
-            compileExpression(expression_, pattern.c_str(), compilationFlags(options));
+            compileExpression(expression_, pattern.c_str(), compilationFlags(options), &recurses_);
         if (error != 0) {
             String const message = Format(
                 "Error creating regular expression: %1  The faulty expression (%2) is: \"%3\"",
@@ -163,7 +164,7 @@ public:
         auto const length = static_cast<regoff_t>(subject.size());
         slots[0].rm_so = 0;
         slots[0].rm_eo = length;
-        if (::regexec(&expression_, subject.data(), slotCount, slots, flags | REG_STARTEND) != 0) {
+        if (execute(subject, slots, slotCount, flags | REG_STARTEND) != 0) {
             return false;
         }
         // Nobody reads outside the subject, whatever the C library answers.
@@ -176,7 +177,19 @@ public:
     }
 
 private:
+    int execute(std::string_view subject, regmatch_t* slots, std::size_t slotCount,
+                int flags) const noexcept {
+        std::uint64_t const stack =
+            std::uint64_t{subject.size()} * PatternBounds::LOOP_STACK_PER_BYTE;
+        if (recurses_ && stack > DeepSearch::CALLERS_STACK) {
+            return DeepSearch::run(expression_, subject.data(), slotCount, slots, flags,
+                                   stack + DeepSearch::CALLERS_STACK);
+        }
+        return ::regexec(&expression_, subject.data(), slotCount, slots, flags);
+    }
+
     RequiredText required_;
+    bool recurses_ = false;
     regex_t expression_{};
 };
 

@@ -50,10 +50,10 @@ enum class PatternHazard {
     /// An idle loop whose choices can turn away from each other: regexec goes round for ever, for
     /// example `(x*|y|z*)*` on "y".
     ENDLESS_LOOP,
-    /// A back-reference in an unlimited repeat: regexec recurses for each time round, 430 bytes of
-    /// stack each, `(.)\1*` on 20,000 equal characters overflows 8 MB; `(|)(\1\1)*` has no end at
-    /// all.
-    BACK_REFERENCE_IN_LOOP,
+    /// Back-references in an unlimited repeat, unless the repeat is the only one and takes a
+    /// character beside its only back-reference, or is of nothing but that: `(|)(\1\1)*` has no end
+    /// at all.
+    BACK_REFERENCES_IN_LOOP,
     /// A back-reference and an idle loop: regexec goes round for ever when it has to try again, for
     /// example `(a)?*+\1` on "aa".
     BACK_REFERENCE_AND_IDLE_LOOP,
@@ -92,6 +92,9 @@ struct PatternBounds {
     /// Back-references, copies by repeats included. In regexec they take 490 bytes of stack each,
     /// and every two of them can double the time: `($)\1{0,32}` takes a second on any text.
     static constexpr std::uint32_t MAX_BACK_REFERENCES = 32;
+    /// With a back-reference in an unlimited repeat, as in `(.)\1*`, regexec recurses for each time
+    /// round: 440 bytes of stack for each (280 on 32-bit x86), so for each byte of the subject.
+    static constexpr std::size_t LOOP_STACK_PER_BYTE = 512;
 };
 
 /// The arithmetic of the guard: what the parts of a pattern add up to, as libc puts them together.
@@ -117,6 +120,9 @@ public:
         std::uint32_t chainOut = 0;
         std::uint32_t chain = 0;  ///< the longest of all
 
+        bool isBackReference = false;  ///< and nothing else
+        bool recurses = false;         ///< holds an unlimited repeat of a back-reference
+
         bool idles = false;      ///< an idle loop can be reached from the entry
         bool turnsAway = false;  ///< one way through passes by an alternative behind the first
         bool staysAway = false;  ///< ... and at the next time round a choice passes by all of that
@@ -124,6 +130,9 @@ public:
 
     /// The first bound that was exceeded. From then on the sums are of no use.
     PatternHazard hazard() const noexcept { return hazard_; }
+
+    /// Whether there is an unlimited repeat of a back-reference.
+    bool recurses() const noexcept { return recurses_; }
 
     void refuse(PatternHazard hazard) noexcept {
         if (hazard_ == PatternHazard::NONE) {
@@ -163,6 +172,7 @@ public:
     Part backReference() noexcept {
         Part part = emptyStep();
         part.backReferences = 1;
+        part.isBackReference = true;
         return part;
     }
 
@@ -178,6 +188,7 @@ public:
         if (part.backReferences > PatternBounds::MAX_BACK_REFERENCES) {
             refuse(PatternHazard::BACK_REFERENCES);
         }
+        part.recurses = a.recurses || b.recurses;
         part.visits = count(a.visits + product(a.waysThrough, b.visits));
         part.waysThrough = count(product(a.waysThrough, b.waysThrough));
         part.waysOut = count(b.waysOut + product(a.waysOut, b.waysThrough));
@@ -208,6 +219,7 @@ public:
         part.nodes = 1 + a.nodes + b.nodes;
         part.wild = a.wild + b.wild;
         part.backReferences = a.backReferences + b.backReferences;
+        part.recurses = a.recurses || b.recurses;
         part.visits = count(std::uint64_t{1} + a.visits + b.visits);
         part.waysThrough = count(std::uint64_t{a.waysThrough} + b.waysThrough);
         part.waysOut = count(std::uint64_t{a.waysOut} + b.waysOut + part.waysThrough);
@@ -283,6 +295,9 @@ private:
     Part copy(Part const& a) noexcept {
         build(a.nodes);
         copiedAnchor_ = copiedAnchor_ || a.anchored != 0;
+        if (a.recurses) {
+            refuse(PatternHazard::BACK_REFERENCES_IN_LOOP);
+        }
         return a;
     }
 
@@ -290,9 +305,13 @@ private:
     Part loop(Part const& a) noexcept {
         build(1);
         if (a.backReferences != 0) {
-            refuse(PatternHazard::BACK_REFERENCE_IN_LOOP);
+            bool const sound = a.backReferences == 1 && (a.isBackReference || a.waysThrough == 0);
+            if (!sound || recurses_) {
+                refuse(PatternHazard::BACK_REFERENCES_IN_LOOP);
+            }
+            recurses_ = true;
         }
-        bool const idle = a.waysThrough != 0;
+        bool const idle = a.waysThrough != 0 && !a.isBackReference;
         if (idle) {
             idleLoop_ = true;
             if (a.anchorWaysOut != 0) {
@@ -306,6 +325,7 @@ private:
         part.nodes = 1 + a.nodes;
         part.wild = a.wild;
         part.backReferences = a.backReferences;
+        part.recurses = a.backReferences != 0;
         part.visits = count(std::uint64_t{1} + a.visits);
         part.waysThrough = count(std::uint64_t{1} + a.waysThrough);
         part.waysOut = count(std::uint64_t{1} + a.waysOut);
@@ -357,6 +377,7 @@ private:
     std::uint32_t built_ = 0;
     bool idleLoop_ = false;
     bool copiedAnchor_ = false;
+    bool recurses_ = false;
 };
 
 /// Reads a pattern as libc reads it.
@@ -364,6 +385,8 @@ class PatternReader {
 public:
     PatternReader(std::string_view pattern, bool extended) noexcept
         : pattern_(pattern), extended_(extended) {}
+
+    bool recurses() const noexcept { return sum_.recurses(); }
 
     PatternHazard read() {
         while (!atEnd() && sum_.hazard() == PatternHazard::NONE) {
@@ -664,15 +687,22 @@ private:
 /// Whether libc would survive a pattern: compiling it, and matching any text with it.
 /// @param pattern its bytes up to the NUL, which is what regcomp sees
 /// @param extended whether regcomp is going to read it in extended syntax
+/// @param recurses if not null, set to whether regexec takes LOOP_STACK_PER_BYTE for each byte of
+///   the subject; only a thread with so much stack survives matching then
 /// @return NONE when it would; a pattern that libc refuses of its own accord counts as harmless
 /// @throws std::bad_alloc (a pattern without groups takes no memory)
 /// @par Thread safety reentrant.
-inline PatternHazard patternHazard(char const* pattern, bool extended) {
+inline PatternHazard patternHazard(char const* pattern, bool extended, bool* recurses = nullptr) {
     std::size_t const length = ::strnlen(pattern, PatternBounds::MAX_LENGTH + 1);
     if (length > PatternBounds::MAX_LENGTH) {
         return PatternHazard::LENGTH;
     }
-    return PatternReader({pattern, length}, extended).read();
+    PatternReader reader({pattern, length}, extended);
+    PatternHazard const hazard = reader.read();
+    if (recurses != nullptr) {
+        *recurses = reader.recurses();
+    }
+    return hazard;
 }
 
 }  // namespace ZEBNS2

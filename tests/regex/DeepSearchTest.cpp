@@ -1,0 +1,128 @@
+#include <OrventoCommonRegex.hpp>
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <cstddef>
+#include <string>
+#include <utility>
+
+#include "Sanitized.hpp"
+
+namespace {
+
+using ZEBNS2::RegularExpression;
+using ZEBNS2::String;
+using Offsets = std::pair<int, int>;
+
+constexpr Offsets NONE(-1, -1);
+
+/// Runs `work` in a thread with so much stack.
+template <typename Work>
+void inThread(std::size_t stack, Work work) {
+    pthread_attr_t attributes;
+    ASSERT_EQ(::pthread_attr_init(&attributes), 0);
+    ASSERT_EQ(::pthread_attr_setstacksize(&attributes, stack), 0);
+    pthread_t thread;
+    auto const run = [](void* argument) -> void* {
+        (*static_cast<Work*>(argument))();
+        return nullptr;
+    };
+    ASSERT_EQ(::pthread_create(&thread, &attributes, run, &work), 0);
+    ::pthread_attr_destroy(&attributes);
+    ASSERT_EQ(::pthread_join(thread, nullptr), 0);
+}
+
+std::string times(std::size_t count, std::string const& text) {
+    std::string all;
+    while (count-- > 0) {
+        all += text;
+    }
+    return all;
+}
+
+TEST(DeepSearch, AnswersDoNotDependOnTheLength) {
+    RegularExpression const run("(.)\\1+", 0);
+    RegularExpression const words("([a-z]+)( \\1)+", 0);
+    for (int const length : {2, 128, 255, 256, 257, 258, 1000, 3000}) {
+        std::string const subject = '-' + std::string(static_cast<std::size_t>(length), 'a') + 'b';
+        EXPECT_EQ(run.first_match(subject.c_str()), Offsets(1, 1 + length));
+        EXPECT_EQ(run.all_matches(subject).size(), 2u);
+        std::string const repeated = times(static_cast<std::size_t>(length), "ab ");
+        EXPECT_EQ(words.first_match(repeated.c_str()), Offsets(0, 3 * length - 1));
+    }
+    EXPECT_EQ(run.first_match(times(1000, "ab").c_str()), NONE);
+}
+
+TEST(DeepSearch, SmallStackOfTheCallerSuffices) {
+    inThread(256 * 1024, [] {
+        std::string const text = std::string(3000, 'a') + "bcc\n" + std::string(256, 'd');
+        EXPECT_EQ(ZEBNS2::realSed(text, "s/(.)\\1+/<\\1>/g", 0), "<a>b<c>\n<d>");
+    });
+}
+
+TEST(DeepSearch, LocaleIsTheCallers) {
+    inThread(256 * 1024, [] {
+        locale_t const utf8 = ::newlocale(LC_ALL_MASK, "C.UTF-8", nullptr);
+        ASSERT_NE(utf8, nullptr);
+        locale_t const before = ::uselocale(utf8);
+        std::string const subject = times(500, "\xC3\xA9");
+        EXPECT_EQ(RegularExpression("^(.)\\1+$", 0).first_match(subject.c_str()), Offsets(0, 1000));
+        ::uselocale(before);
+        ::freelocale(utf8);
+    });
+}
+
+TEST(DeepSearch, NothingIsFoundWhereTheStackWouldBeTooLarge) {
+    std::size_t const longest =
+        (sizeof(void*) == 4 ? std::size_t{256} : std::size_t{1024}) * 1024 * 1024 / 512;
+    RegularExpression const expression("(.)\\1+", 0);
+    EXPECT_EQ(expression.first_match(std::string(longest, 'a').c_str()), NONE);
+    // Another expression has no such limit.
+    EXPECT_EQ(RegularExpression("a+", 0).first_match(std::string(longest, 'a').c_str()),
+              Offsets(0, static_cast<int>(longest)));
+}
+
+/// For a child process: with few addresses left, whether a long subject has no match, and
+/// a short one is found as ever.
+[[noreturn]] void exitWithoutAStack() {
+    RegularExpression const expression("(.)\\1+", 0);
+    String const subject("aa" + times(1000000, "bc"));
+    rlimit const limit{64 * 1024 * 1024, 64 * 1024 * 1024};
+    ::setrlimit(RLIMIT_AS, &limit);
+    bool const sound = !expression.matches(subject) && expression.matches("aa");
+    ::_exit(sound ? 0 : 1);
+}
+
+TEST(DeepSearch, NothingIsFoundWhereThereIsNoStack) {
+    if (zeb::test::SANITIZED) {
+        GTEST_SKIP() << "a sanitizer needs the addresses";
+    }
+    EXPECT_EXIT(exitWithoutAStack(), testing::ExitedWithCode(0), "");
+}
+
+TEST(DeepSearch, SignalsStayWithTheCaller) {
+    // Were they handled in the other thread, its identifier would be seen.
+    static pthread_t handledBy;
+    struct sigaction action {};
+    struct sigaction before {};
+    action.sa_handler = [](int) { handledBy = ::pthread_self(); };
+    ASSERT_EQ(::sigaction(SIGALRM, &action, &before), 0);
+    RegularExpression const expression("(.)\\1+", 0);
+    std::string const subject(10000, 'a');
+    itimerval const every{{0, 500}, {0, 500}};
+    itimerval const never{};
+    handledBy = pthread_self();
+    ::setitimer(ITIMER_REAL, &every, nullptr);
+    EXPECT_EQ(expression.first_match(subject.c_str()), Offsets(0, 10000));
+    ::setitimer(ITIMER_REAL, &never, nullptr);
+    ::sigaction(SIGALRM, &before, nullptr);
+    EXPECT_TRUE(::pthread_equal(handledBy, ::pthread_self()));
+}
+
+}  // namespace
