@@ -53,6 +53,10 @@ public:
                 literal = true;
             }
             std::size_t const next = endOfRepeats(pattern, i + 1);
+            if (next == std::string_view::npos) {
+                text_.clear();
+                return;
+            }
             bool const repeated = next != i + 1;
             // "+" leaves one time round, unless another operator follows it.
             bool const optional = repeated && pattern.substr(i + 1, next - i - 1) != "+";
@@ -127,12 +131,15 @@ private:
         run.clear();
     }
 
-    /// Offset behind the repeats that begin at `i`. libc takes `\,` and `\0` in braces for `,` and
-    /// `0`.
+    /// Offset behind the repeats that begin at `i`; npos when there are braces that not only hold
+    /// digits and commas, of which libc may still make something.
     static std::size_t endOfRepeats(std::string_view pattern, std::size_t i) noexcept {
         for (; i < pattern.size(); ++i) {
             if (pattern[i] == '{') {
-                i = std::min(pattern.find_first_not_of("0123456789,\\", i + 1), pattern.size() - 1);
+                i = pattern.find_first_not_of("0123456789,", i + 1);
+                if (i == std::string_view::npos || pattern[i] != '}') {
+                    return std::string_view::npos;
+                }
             } else if (pattern[i] != '*' && pattern[i] != '+' && pattern[i] != '?') {
                 break;
             }
