@@ -1,11 +1,7 @@
-// Editing texts by sed commands, and a file in place.
+// Editing texts by sed commands.
 
 #include <OrventoCommonRegex.hpp>
 
-#include <zeb/foundation/FileSystem.hpp>
-
-#include <cstdio>
-#include <fstream>
 #include <iostream>
 
 using ZEBNS2::RegularExpression;
@@ -25,12 +21,4 @@ int main() {
 
     // The first match in a whole text, with a template in place of sed's replacement.
     std::cout << ZEBNS2::sed("key=value", "([a-z]+)=(.*)", "%2:%1 (100%%)") << '\n';
-
-    // Every line of a file.
-    char name[] = "/tmp/zeb-example.XXXXXX";
-    std::ofstream(name, std::ios::binary).close();
-    std::ofstream(name, std::ios::binary) << "a=1\nb=2\n";
-    ZEBNS2::unprivilegedSed(name, "=", ": ");
-    std::cout << zeb::foundation::FileSystem::getFileContents(name);
-    std::remove(name);
 }
