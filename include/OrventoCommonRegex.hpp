@@ -30,9 +30,9 @@
 ///   all memory does not compile: the reason is the C library's for exhausted memory. These are
 ///   patterns beyond any use, such as groups nested 100 deep, 50,000 nodes, or back-references that
 ///   are repeated without a limit in several places or together, such as `(a*)(\1\1)*`.
-/// - One unlimited repeat of a back-reference is fine, as in `(.)\1+`. The C library takes 512 bytes
-///   of stack for each byte of the subject then; subjects of more than 256 bytes are searched in a
-///   thread of its own with so much stack, which takes some 20 microseconds to start and sees the
+/// - One unlimited repeat of a back-reference is fine, as in `(.)\1+`. The C library takes 512
+///   bytes of stack for each byte of the subject then; subjects of more than 256 bytes are searched
+///   in a thread of its own with so much stack, which takes some 20 microseconds to start and sees the
 ///   caller's locale. Nothing is found where there is no such stack, or it would be more than 1 GiB
 ///   (256 MiB in a 32-bit process).
 
@@ -75,6 +75,8 @@ public:
 /// made from a null pointer has the empty pattern, which matches everything, and the copy of a
 /// failed one fails again.
 ///
+/// @par Complexity constructors and assignment cost what `replace` does, the accessors nothing,
+///   and all else one search unless said otherwise.
 /// @par Thread safety any number of threads may call the const operations of one object, though
 ///   the C library makes them wait for one another; `replace`, assignment and destruction need
 ///   exclusive access.

@@ -7,7 +7,8 @@
 #include <zeb/xmltoolkit/XMLNode.hpp>
 
 /// @file
-/// Validation of XML texts, and the search for a node of a parsed XML tree by a query.
+/// Validation of XML texts, and the search for a node of a parsed XML tree by a query. The locale
+/// has no influence on either.
 
 namespace ZEBNS2 {
 

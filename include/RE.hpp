@@ -38,8 +38,9 @@ public:
 };
 
 /// A pattern that is known to compile in extended syntax. It has no match operation; see
-/// `RegularExpression` for one that has.
-///
+/// `RegularExpression` for one that has. The pattern ends at its first NUL; the locale that is set
+/// while it is compiled decides on the names of classes and on characters of several bytes.
+/// @par Complexity the C library's, which grows steeply for nested and counted repetitions.
 /// @par Thread safety one object may be read by several threads at once.
 class ZEB_EXPORT RE {
 public:
@@ -78,7 +79,7 @@ private:
 ///
 /// @return the expression, with `^` before and `$` behind it; `^$` for the empty wildcard
 /// @throws std::bad_alloc
-/// @par Complexity linear. @par Thread safety reentrant.
+/// @par Complexity linear; the locale has no influence. @par Thread safety reentrant.
 ///   `ab#?` becomes `^ab[[:digit:]].$`, `a\*` becomes `^a\*$`
 [[nodiscard]] ZEB_EXPORT String wild2re(String const& wildcard);
 

@@ -6,7 +6,9 @@
 
 namespace zeb::foundation {
 
-/// A point in time with a resolution of a microsecond, counted in UTC without leap seconds.
+/// A point in time with a resolution of a microsecond, counted in UTC without leap seconds. Time
+/// zone and locale have no influence.
+/// @par Complexity constant.
 /// @par Thread safety one object may be read by several threads at once.
 class ZEB_EXPORT DateTime {
 public:

@@ -14,6 +14,9 @@ namespace zeb::foundation {
 
 /// An exception that knows where it was thrown, what went wrong and why.
 ///
+/// Its texts end at their first NUL; the locale has no influence on them, but for reasons that come
+/// from the C library. That holds for all classes derived from it in the library.
+/// @par Complexity the constructor is linear in its texts, all else constant.
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT Exception : public std::exception {
 public:

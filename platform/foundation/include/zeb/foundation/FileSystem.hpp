@@ -8,7 +8,10 @@
 /// @file
 /// What the library needs to know of files. Paths are bytes as the system takes them; one that
 /// holds a NUL byte names no file. Symbolic links are followed. Every failure throws
-/// FileSystemException naming the path and the system's reason, its `errno` as the error code.
+/// FileSystemException naming the path and the system's reason, its `errno` as the error code; and
+/// each function may throw std::bad_alloc. The locale decides on the language of the reason alone.
+/// @par Complexity a few system calls; `getFileContents` is linear in the file.
+/// @par Thread safety reentrant; what other processes and threads do to a file in between shows.
 
 namespace zeb::foundation {
 

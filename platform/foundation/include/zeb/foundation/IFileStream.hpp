@@ -8,7 +8,9 @@
 namespace zeb::foundation {
 
 /// A binary input stream on a file. When the file cannot be opened the stream's state says so
-/// (`failbit`), as with every standard stream.
+/// (`failbit`), as with every standard stream. Bytes are read as they are, NUL too, whatever the
+/// locale is.
+/// @par Complexity that of `std::ifstream`.
 /// @par Thread safety one thread at a time.
 class ZEB_EXPORT IFileStream : public std::ifstream {
 public:

@@ -31,6 +31,7 @@ private:
 ///
 /// The object is destroyed with its last reference. An exception from its destructor is logged and
 /// goes no further.
+/// @par Complexity constant, beside destroying the object.
 /// @par Thread safety counts change atomically, so references to one object may be copied and
 ///   dropped by several threads; one reference needs exclusive access to be changed.
 template <typename T>

@@ -85,6 +85,8 @@ private:
 /// ```cpp
 /// if (logger.getLogLevel() >= Logger::DEBUG_LEVEL) { logger.logMessage(...); }
 /// ```
+/// Messages may hold NUL bytes; the locale has no influence.
+/// @par Complexity constant, beside what the appender does.
 /// @par Thread safety a logger belongs to one thread; `setDefault` may be called by any thread at
 ///   any time.
 class ZEB_EXPORT Logger {

@@ -46,6 +46,7 @@ using IfOtherText = std::enable_if_t<
 ///
 /// @par Exceptions
 /// `std::bad_alloc` where memory is needed; the string is unchanged then.
+/// @par Complexity linear in the bytes looked at or written, unless said otherwise.
 /// @par Thread safety
 /// One object may be read by several threads at once; changing it needs exclusive access. Copies
 /// are independent objects, whatever they share inside.

@@ -26,10 +26,12 @@ struct XMLDocument;
 /// does not hold comments, processing instructions and the document type declaration.
 ///
 /// No operation uses a stack in proportion to the depth of the tree, destroying it included.
+/// Names, values and texts are in UTF-8 and hold no NUL; the locale has no influence.
 /// @par Exceptions `std::bad_alloc` where a `String` or an `Array` is returned.
+/// @par Complexity linear in what is returned, unless said otherwise; dropping the last handle is
+/// constant but for giving the tree's memory back.
 /// @par Thread safety one handle may be read by several threads at once; changing it needs
-/// exclusive
-///   access. Different handles are independent, also when they refer to the same tree.
+/// exclusive access. Different handles are independent, also when they refer to the same tree.
 class ZEB_EXPORT XMLNode {
 public:
     /// A null handle.

@@ -26,8 +26,7 @@ public:
     /// error. Names keep their namespace prefixes, which mean nothing here.
     ///
     /// @param xml UTF-8 (with or without a mark), UTF-16 with its mark, or ISO-8859-1 or US-ASCII
-    /// as
-    ///   its XML declaration says
+    ///   as its XML declaration says; the locale has no influence
     /// @return the top element, its names and texts in UTF-8; the tree does not refer to `xml`
     /// @throws DOMException
     ///   - when `xml` is not well-formed; empty texts and texts with a NUL character are not
@@ -36,12 +35,11 @@ public:
     ///   - when entities make the text more than 100 times as long, or default attributes do,
     ///     and the surplus exceeds 8 MiB
     ///   - when its names, values and texts exceed 4 GiB, or its elements, attributes and texts
-    ///   2^32
+    ///     2^32
     /// @throws std::bad_alloc when memory is exhausted, or libexpat takes more of it than befits
-    /// the
-    ///   text
+    ///   the text
     /// @par Complexity linear in the text with its entities replaced; nothing recurses.
-    /// @par Thread safety reentrant
+    /// @par Thread safety reentrant.
     [[nodiscard]] static XMLNode parse(foundation::String const& xml);
 };
 
