@@ -44,8 +44,9 @@ enum class PatternHazard {
     ANCHORED,
     WILD,
     BACK_REFERENCES,
-    /// An anchor in an idle loop: libc copies the loop for each set of anchors met on the way, and
-    /// the copies of their copies; five kinds of anchors take it minutes.
+    /// Anchors in an idle loop, with more than MAX_ANCHORED_WAYS or beside another idle loop: libc
+    /// copies the loop for each set of anchors met on the way, and the copies of their copies. Five
+    /// kinds of anchors take it minutes, `((^|,)*)*` has no end.
     ANCHOR_IN_IDLE_LOOP,
     /// An idle loop whose choices can turn away from each other: regexec goes round for ever, for
     /// example `(x*|y|z*)*` on "y".
@@ -89,6 +90,10 @@ struct PatternBounds {
     /// such a character, and keeps the sets: 2.4 bytes on the average, for each such character of a
     /// text.
     static constexpr std::uint32_t MAX_WILD = 10000000;
+    /// Ways through an idle loop that holds anchors, and ways out of its anchors: `(^|,)*` has one,
+    /// \b is two. With two, libc compiles in 2 ms whatever stands around the loop; with eight,
+    /// `(^|$|\<|\>|\`|\'|\B)*`, it takes minutes; on `(\`||b*)*$`, with four, regexec has no end.
+    static constexpr std::uint32_t MAX_ANCHORED_WAYS = 2;
     /// Back-references, copies by repeats included. In regexec they take 490 bytes of stack each,
     /// and every two of them can double the time: `($)\1{0,32}` takes a second on any text.
     static constexpr std::uint32_t MAX_BACK_REFERENCES = 32;
@@ -275,10 +280,13 @@ public:
     void finish(Part const& pattern) noexcept {
         sequence(pattern, character());
         limited(product(pattern.wild, pattern.nodes), PatternBounds::MAX_WILD, PatternHazard::WILD);
-        if (pattern.backReferences != 0 && idleLoop_) {
+        if (idleAnchors_ && idleLoops_ > 1) {
+            refuse(PatternHazard::ANCHOR_IN_IDLE_LOOP);
+        }
+        if (pattern.backReferences != 0 && idleLoops_ != 0) {
             refuse(PatternHazard::BACK_REFERENCE_AND_IDLE_LOOP);
         }
-        if (copiedAnchor_ && idleLoop_) {
+        if (copiedAnchor_ && idleLoops_ != 0) {
             refuse(PatternHazard::COPIED_ANCHOR_AND_IDLE_LOOP);
         }
     }
@@ -313,8 +321,10 @@ private:
         }
         bool const idle = a.waysThrough != 0 && !a.isBackReference;
         if (idle) {
-            idleLoop_ = true;
-            if (a.anchorWaysOut != 0) {
+            ++idleLoops_;
+            idleAnchors_ = idleAnchors_ || a.anchorWaysOut != 0;
+            if (a.anchorWaysOut != 0 &&
+                std::max(a.anchorWaysOut, a.waysThrough) > PatternBounds::MAX_ANCHORED_WAYS) {
                 refuse(PatternHazard::ANCHOR_IN_IDLE_LOOP);
             }
             if (a.staysAway) {
@@ -375,7 +385,8 @@ private:
 
     PatternHazard hazard_ = PatternHazard::NONE;
     std::uint32_t built_ = 0;
-    bool idleLoop_ = false;
+    std::uint32_t idleLoops_ = 0;
+    bool idleAnchors_ = false;  ///< in one of the idle loops
     bool copiedAnchor_ = false;
     bool recurses_ = false;
 };
