@@ -1,0 +1,285 @@
+// Hostile patterns, texts and XML, each in a child process, in a thread with a small stack and with
+// limits on processor time and memory.
+//
+//   hostile_input           through the library alone; fails when an input ends its process
+//   hostile_input --table   with libc or libexpat alone as well, as the rows of a table
+
+#include <OrventoCommonRegex.hpp>
+#include <OrventoTextOperations.hpp>
+#include <OrventoXMLOperations.hpp>
+
+#include <expat.h>
+#include <pthread.h>
+#include <regex.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <csignal>
+#include <cstddef>
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <new>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Sanitized.hpp"
+
+namespace {
+
+using ZEBNS2::RegularExpression;
+using ZEBNS2::String;
+
+enum class Outcome { WORKS, REFUSED, OUT_OF_MEMORY, CANNOT_START };
+
+/// What is done with an input, by the library or without it.
+using Way = std::function<Outcome()>;
+
+struct Input {
+    std::string name;
+    Way alone;  ///< may be empty
+    Way library;
+};
+
+std::string times(std::size_t count, std::string_view text) {
+    std::string all;
+    all.reserve(count * text.size());
+    for (; count > 0; --count) {
+        all += text;
+    }
+    return all;
+}
+
+std::vector<std::string> subjects() {
+    return {"", "a", "b", "aa", "x a$", std::string(20000, 'a')};
+}
+
+Outcome compileAndSearch(std::string const& pattern) {
+    regex_t compiled;
+    int const error = ::regcomp(&compiled, pattern.c_str(), REG_EXTENDED);
+    if (error != 0) {
+        return error == REG_ESPACE ? Outcome::OUT_OF_MEMORY : Outcome::REFUSED;
+    }
+    std::vector<regmatch_t> slots(compiled.re_nsub + 1);
+    for (std::string const& subject : subjects()) {
+        ::regexec(&compiled, subject.c_str(), slots.size(), slots.data(), 0);
+    }
+    ::regfree(&compiled);
+    return Outcome::WORKS;
+}
+
+Outcome searchWithLibrary(std::string const& pattern) {
+    RegularExpression const expression(pattern, RegularExpression::EXTENDED_SYNTAX);
+    for (std::string const& subject : subjects()) {
+        static_cast<void>(expression.first_match(subject.c_str()));
+    }
+    return Outcome::WORKS;
+}
+
+Input pattern(std::string const& name, std::string const& text) {
+    return {"`" + name + "`", [text] { return compileAndSearch(text); },
+            [text] { return searchWithLibrary(text); }};
+}
+
+Input pattern(std::string const& text) { return pattern(text, text); }
+
+Input xml(std::string const& name, std::function<std::string()> const& document) {
+    return {name,
+            [document] {
+                std::string const text = document();
+                XML_Parser const parser = ::XML_ParserCreate(nullptr);
+                auto const status =
+                    ::XML_Parse(parser, text.data(), static_cast<int>(text.size()), XML_TRUE);
+                ::XML_ParserFree(parser);
+                return status == XML_STATUS_OK ? Outcome::WORKS : Outcome::REFUSED;
+            },
+            [document] {
+                String message;
+                return ZEBNS2::validateXML(document(), message) ? Outcome::WORKS : Outcome::REFUSED;
+            }};
+}
+
+Input sed(std::string const& name, std::string const& text, std::string const& commands) {
+    return {name, {}, [text, commands] {
+                static_cast<void>(ZEBNS2::realSed(text, commands, 0));
+                return Outcome::WORKS;
+            }};
+}
+
+std::string entities(bool inAttribute) {
+    std::string text = "<!DOCTYPE r [<!ENTITY e0 \"ha\">";
+    for (int i = 1; i < 30; ++i) {
+        std::string const reference = "&e" + std::to_string(i - 1) + ";";
+        text += "<!ENTITY e" + std::to_string(i) + " \"" + times(10, reference) + "\">";
+    }
+    return text + (inAttribute ? "]><r a=\"&e29;\"/>" : "]><r>&e29;</r>");
+}
+
+std::string numbered(std::size_t count, std::string_view before, std::string_view after) {
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i) {
+        text.append(before).append(std::to_string(i)).append(after);
+    }
+    return text;
+}
+
+std::vector<Input> inputs() {
+    constexpr std::size_t MILLION = 1000000;
+    return {
+        pattern("(^12568 a )^12568", times(12568, "(") + "a" + times(12568, ")")),
+        pattern("(a*)^8000", times(8000, "(a*)")),
+        pattern("()^32000", times(32000, "()")),
+        pattern("a?^32000", times(32000, "a?")),
+        pattern("a*^32000", times(32000, "a*")),
+        pattern("a +^50", "a" + times(50, "+")),
+        pattern("nested (..)+^16", times(16, "(") + "a" + times(16, ")+")),
+        pattern("a *^4000", "a" + times(4000, "*")),
+        pattern("a{0,32767}"),
+        pattern("(a{1000}){1000}"),
+        pattern("nested (..){2}^24", times(24, "(") + "a" + times(24, "){2}")),
+        pattern("((a{1,200}){1,200}){1,200}"),
+        pattern("\\b^60", times(60, "\\b")),
+        pattern("^ 500 times", times(500, "^")),
+        pattern("(|)(\\1\\1)*"),
+        pattern("(^)(\\1\\1)+"),
+        pattern("(\\b)(\\1\\1)*"),
+        pattern("((|)\\2\\2)*"),
+        pattern("(a?)(\\1\\1)*"),
+        pattern("(|)(|)(\\1\\2)*"),
+        pattern("(|)(\\1x?\\1)*"),
+        pattern("(a*)(\\1\\1)*"),
+        pattern("(|)(\\1|\\1\\1)*"),
+        pattern("(|)((\\1)+)+"),
+        pattern("((a*)*\\2)*"),
+        pattern("(a*|b|c*)*"),
+        pattern("((^|,)*)*"),
+        pattern("(^|$|\\<|\\>|\\`)*"),
+        pattern("(.)\\1+"),
+        xml("XML, depth 1,000,000", [] { return times(MILLION, "<a>") + times(MILLION, "</a>"); }),
+        xml("XML, depth 1,000,000, not closed", [] { return times(MILLION, "<a>"); }),
+        xml("XML, billion laughs", [] { return entities(false); }),
+        xml("XML, billion laughs in an attribute", [] { return entities(true); }),
+        xml("XML, quadratic blow-up",
+            [] {
+                return "<!DOCTYPE r [<!ENTITY e \"" + std::string(100000, 'x') + "\">]><r>" +
+                       times(100000, "&e;") + "</r>";
+            }),
+        xml("XML, 1,000,000 attributes",
+            [] { return "<r" + numbered(MILLION, " a", "=\"\"") + "/>"; }),
+        xml("XML, 1,000,000 distinct names",
+            [] { return "<r>" + numbered(MILLION, "<n", "/>") + "</r>"; }),
+        sed("sed, `s/(.)\\1+/\\1/g` on 1,000 runs", times(1000, "aab"), "s/(.)\\1+/\\1/g"),
+        sed("sed, `s/((a*)*\\2)*/x/`", "b", "s/((a*)*\\2)*/x/"),
+        sed("sed, 1,000,000 semicolons", "a", times(MILLION, ";")),
+        {"UTF-16, 1,000,001 bytes DC",
+         {},
+         [] {
+             std::string const bytes(MILLION + 1, '\xDC');
+             ZEBNS2::Array<char> data;
+             for (char const byte : bytes) {
+                 data.push_back(byte);
+             }
+             static_cast<void>(
+                 ZEBNS2::UTF16ToUTF32(ZEBNS2::regroupUTF16(data, ZEBNS2::BOM_UTF16_LE)));
+             return Outcome::WORKS;
+         }},
+    };
+}
+
+void* threadMain(void* argument) {
+    auto const& way = *static_cast<Way const*>(argument);
+    Outcome outcome = Outcome::REFUSED;
+    try {
+        outcome = way();
+    } catch (std::bad_alloc const&) {
+        outcome = Outcome::OUT_OF_MEMORY;
+    } catch (zeb::foundation::Exception const&) {
+        // The input was answered with the library's own exception.
+    }
+    ::_exit(static_cast<int>(outcome));
+}
+
+/// Runs in the child, which ends with the outcome as its code.
+[[noreturn]] void run(Way const& way, unsigned seconds) {
+    constexpr std::size_t STACK = 256 * 1024;
+    constexpr rlim_t MEMORY = rlim_t{1536} * 1024 * 1024;
+    rlimit const noCore{0, 0};
+    ::setrlimit(RLIMIT_CORE, &noCore);
+    rlimit const time{seconds, seconds + 1};
+    ::setrlimit(RLIMIT_CPU, &time);
+    if (!zeb::test::SANITIZED) {
+        rlimit const memory{MEMORY, MEMORY};
+        ::setrlimit(RLIMIT_AS, &memory);
+    }
+    pthread_attr_t attributes;
+    ::pthread_attr_init(&attributes);
+    ::pthread_attr_setstacksize(&attributes, STACK);
+    pthread_t thread;
+    if (::pthread_create(&thread, &attributes, threadMain, const_cast<Way*>(&way)) == 0) {
+        ::pthread_join(thread, nullptr);
+    }
+    ::_exit(static_cast<int>(Outcome::CANNOT_START));
+}
+
+struct Result {
+    std::string text;
+    bool survived;
+};
+
+Result tryInChild(Way const& way, unsigned seconds, bool withFigures) {
+    pid_t const child = ::fork();
+    if (child == 0) {
+        run(way, seconds);
+    }
+    int status = 0;
+    rusage usage{};
+    if (child < 0 || ::wait4(child, &status, 0, &usage) != child) {
+        return {"no process", false};
+    }
+    if (WIFSIGNALED(status)) {
+        int const signal = WTERMSIG(status);
+        return {signal == SIGXCPU || signal == SIGKILL
+                    ? "no end in " + std::to_string(seconds) + " s"
+                    : "crash, signal " + std::to_string(signal),
+                false};
+    }
+    static constexpr char const* WORDS[] = {"works", "refused", "memory exhausted", "no thread"};
+    int const code = WEXITSTATUS(status);
+    bool const known = code <= static_cast<int>(Outcome::CANNOT_START);
+    std::string text = known ? WORDS[code] : "exit code " + std::to_string(code);
+    if (withFigures) {
+        auto const milliseconds = (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1000 +
+                                  (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1000;
+        text += ", " + std::to_string(milliseconds) + " ms, " +
+                std::to_string(usage.ru_maxrss / 1024) + " MB";
+    }
+    return {text, code <= static_cast<int>(Outcome::REFUSED)};
+}
+
+}  // namespace
+
+int main(int argc, char**) {
+    ::setlocale(LC_ALL, "C.UTF-8");
+    bool const table = argc > 1;
+    int failures = 0;
+    for (Input const& input : inputs()) {
+        Result const library = tryInChild(input.library, table ? 5 : 60, table);
+        failures += library.survived ? 0 : 1;
+        if (table) {
+            std::string name = input.name;
+            for (std::size_t i = 0; (i = name.find('|', i)) != std::string::npos; i += 2) {
+                name.insert(i, "\\");
+            }
+            std::printf("| %s | %s | %s |\n", name.c_str(),
+                        input.alone ? tryInChild(input.alone, 5, true).text.c_str() : "-",
+                        library.text.c_str());
+        } else if (!library.survived) {
+            std::printf("%s: %s\n", input.name.c_str(), library.text.c_str());
+        }
+        std::fflush(stdout);
+    }
+    return failures == 0 ? 0 : 1;
+}
