@@ -679,14 +679,12 @@ bool parseSedSearch(String const& sedString, SedOperationMode& mode, String& sea
             Format("regex: Malformed sed string (unknown trailing character) \"%1\"", sedString));
         return false;
     }
-    // GCOVR_EXCL_START: the mode has just been set to SED_SEARCH.
-    if (mode != SED_SEARCH) {
-        ZEB_LOG_DEBUG(
+    if (mode != SED_SEARCH) {  // COVERAGE: it has just been set
+        ZEB_LOG_DEBUG(         // COVERAGE: as above
             logger, UNIT,
             Format("regex: Global replacement for non-search in sed string \"%1\"", sedString));
-        return false;
+        return false;  // COVERAGE: as above
     }
-    // GCOVR_EXCL_STOP
     mode = SED_GLOBAL_SEARCH;
     if (flag + 1 < length) {
         ZEB_LOG_DEBUG(logger, UNIT,

@@ -647,8 +647,8 @@ String untokenize(StringArray const& parts, String const& separator) {
     for (String const& part : parts) {
         overflow |= __builtin_add_overflow(length, part.length(), &length);
     }
-    if (overflow) {
-        throw std::bad_alloc();
+    if (overflow) {              // COVERAGE: only 32-bit programs can hold so many parts
+        throw std::bad_alloc();  // COVERAGE: as above
     }
     StringBuffer joined(length);
     char* out = joined.prepare(length);

@@ -4,13 +4,17 @@
 #include <regex.h>
 
 #include <clocale>
+#include <cstdlib>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
+#include "../foundation/TemporaryDirectory.hpp"
 #include "Random.hpp"
+#include "RunProcess.hpp"
 #include "regex/RequiredText.hpp"
 
 namespace {
@@ -122,6 +126,27 @@ public:
 private:
     bool known_;
 };
+
+TEST(RequiredText, NothingIsRequiredWhereACharacterMayEndLikeAnother) {
+    zeb::test::TemporaryDirectory const directory;
+    std::string const path(std::string_view(directory.path("ja_JP.SJIS")));
+    try {
+        // It warns of the backslash, and so does not end with 0.
+        zeb::test::runProcess({"localedef", "-c", "-i", "ja_JP", "-f", "SHIFT_JIS", path});
+    } catch (std::system_error const&) {
+        GTEST_SKIP() << "localedef is not installed";
+    }
+    ::setenv("LOCPATH", directory.path("").c_str(), 1);
+    {
+        WithLocale const locale("ja_JP.SJIS");
+        if (!locale.isKnown()) {
+            ::unsetenv("LOCPATH");
+            GTEST_SKIP() << "the sources of the locale ja_JP are not installed";
+        }
+        EXPECT_EQ(RequiredText("quiet").text(), "");
+    }
+    ::unsetenv("LOCPATH");
+}
 
 /// Every first match, with its groups, as regexec finds it in a NUL-terminated text.
 std::vector<OffsetPair> plainMatches(regex_t const& compiled, std::string const& subject) {

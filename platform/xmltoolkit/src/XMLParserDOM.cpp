@@ -58,8 +58,9 @@ std::uint32_t narrow(std::size_t size) noexcept { return static_cast<std::uint32
 /// abilities each time, which costs more than parsing a short text on a virtual machine.
 std::uint32_t secretNumber() {
     std::uint32_t number = 0;
-    if (::getentropy(&number, sizeof number) != 0) {
-        throw std::system_error(errno, std::generic_category(), "getentropy");
+    // It fails only on kernels that do not know it, or before they have collected randomness.
+    if (::getentropy(&number, sizeof number) != 0) {                            // COVERAGE: as said
+        throw std::system_error(errno, std::generic_category(), "getentropy");  // COVERAGE: as said
     }
     return number;
 }
@@ -271,8 +272,9 @@ private:
 
     /// Refuses a tree whose parts 32 bits cannot number.
     void limitSize() const {
-        if (text_.length() > UINT32_MAX || records_.size() > UINT32_MAX) {
-            refuseHere("the tree is larger than 4 GiB");
+        // No test has the memory: 4 GiB and a tree of 16 times as much.
+        if (text_.length() > UINT32_MAX || records_.size() > UINT32_MAX) {  // COVERAGE: as said
+            refuseHere("the tree is larger than 4 GiB");                    // COVERAGE: as said
         }
     }
 
