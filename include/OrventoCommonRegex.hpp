@@ -275,7 +275,8 @@ private:
 /// In `s` the byte behind it is the delimiter, whatever it is, and a backslash does not protect it.
 /// In TEXT `\0` is the whole match, `\1` to `\9` are its groups (nothing, for one that
 /// `RegularExpression::all_matches` does not list), `\\` is a backslash; a backslash before any
-/// other byte stays, with that byte, and ends TEXT there. Delete commands have no blanks around
+/// other byte stays, with that byte, and ends TEXT there: what follows is the flag, so that
+/// `s/a/\t/` is no command. Delete commands have no blanks around
 /// them, and no `/` within an expression.
 ///
 /// A range that finds no end deletes nothing. After a range the search for FROM goes on; the line
