@@ -46,7 +46,7 @@ enum class PatternHazard {
     BACK_REFERENCES,
     /// Anchors in an idle loop, with more than MAX_ANCHORED_WAYS or beside another idle loop: libc
     /// copies the loop for each set of anchors met on the way, and the copies of their copies. Five
-    /// kinds of anchors take it minutes, `((^|,)*)*` has no end on "a,b,,c".
+    /// kinds of anchors take it minutes, `((^|,)*)*` has no end on ",a".
     ANCHOR_IN_IDLE_LOOP,
     /// An idle loop whose choices can turn away from each other: regexec goes round for ever, for
     /// example `(x*|y|z*)*` on "y".

@@ -53,9 +53,7 @@ std::string times(std::size_t count, std::string_view text) {
     return all;
 }
 
-std::vector<std::string> subjects() {
-    return {"", "a", "b", "aa", "a,b,,c", std::string(20000, 'a')};
-}
+std::vector<std::string> subjects() { return {"", "a", "b", "aa", ",a", std::string(20000, 'a')}; }
 
 Outcome compileAndSearch(std::string const& pattern) {
     regex_t compiled;
