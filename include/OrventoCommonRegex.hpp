@@ -141,7 +141,7 @@ public:
     /// The offsets of the first match.
     /// @param subject bytes up to a NUL; in null nothing matches
     /// @return start and end; (-1, -1) when nothing matches
-    ///   first_match("xxabc") of "abc" == (2, 5)
+    ///   RegularExpression("abc", 0).first_match("xxabc") == std::pair(2, 5)
     [[nodiscard]] std::pair<int, int> first_match(char const* subject) const noexcept;
 
     /// @}

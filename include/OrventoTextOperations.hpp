@@ -159,8 +159,8 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// @param start offset; one at or beyond the end finds nothing
 /// @return the bytes between both quotes; empty when there is nothing between them, or no pair
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   find_first_quoted_string("say \"hi\" now", end, 0) == "hi", end 7
-///   find_first_quoted_string("say \"hi\" now", end, 8) == "", end unchanged
+///   find_first_quoted_string("say \"hi\" now", end, 0) == "hi" && end == 7
+///   find_first_quoted_string("say \"hi\" now", end, 8) == "" && end == 7
 [[nodiscard]] ZEB_EXPORT String find_first_quoted_string(String const& text, unsigned int& endPos,
                                                          unsigned int start);
 
@@ -173,8 +173,8 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// @param delimiters up to its NUL; null gives `text` as the only token
 /// @return the tokens in order; none when `text` is empty
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   quoted_string_tokenization("a \"b c\" d", " ") gives  a  "b c"  d
-///   quoted_string_tokenization("a,,b", ",") gives  a  b
+///   quoted_string_tokenization("a \"b c\" d", " ") == StringArray{"a", "\"b c\"", "d"}
+///   quoted_string_tokenization("a,,b", ",") == StringArray{"a", "b"}
 [[nodiscard]] ZEB_EXPORT StringArray quoted_string_tokenization(String const& text,
                                                                 char const* delimiters);
 
@@ -188,14 +188,14 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// The elements of `parts` whose length is not 0, in order.
 /// @par Complexity linear in the number of elements. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
-///   remove_empty_strings({"", "a", "", "b"}) gives  a  b
+///   remove_empty_strings({"", "a", "", "b"}) == StringArray{"a", "b"}
 [[nodiscard]] ZEB_EXPORT StringArray remove_empty_strings(StringArray const& parts);
 
 /// The candidates that contain `needle`, in order. In spite of the name they need not be equal to
 /// it; an empty needle is contained in all of them.
 /// @par Complexity linear in the length of all candidates. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
-///   find_exact_matches("ab", {"xaby", "ba", "ab"}) gives  xaby  ab
+///   find_exact_matches("ab", {"xaby", "ba", "ab"}) == StringArray{"xaby", "ab"}
 [[nodiscard]] ZEB_EXPORT StringArray find_exact_matches(String const& needle,
                                                         StringArray const& candidates);
 
@@ -224,8 +224,10 @@ public:
     /// backslash goes before each double quote; backslashes are copied as they are. A form feed
     /// does not ask for quotes, nor does the empty argument, which stays empty.
     /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-    ///   escapeArgument("a b") == R"("a b")"      escapeArgument(R"(a"b)") == R"("a\"b")"
-    ///   escapeArgument(R"(x\dir\)") == R"(x\dir\)"      escapeArgument("") == ""
+    ///   CommandLine::escapeArgument("a b") == R"("a b")"
+    ///   CommandLine::escapeArgument(R"(a"b)") == R"("a\"b")"
+    ///   CommandLine::escapeArgument(R"(x\dir\)") == R"(x\dir\)"
+    ///   CommandLine::escapeArgument("") == ""
     [[nodiscard]] static String escapeArgument(String const& argument);
 
     /// The escaped arguments in order, joined by blanks. A blank goes before an argument when the
@@ -233,8 +235,8 @@ public:
     /// and leave a doubled or trailing blank further on.
     /// @par Complexity linear in the result. @par Thread safety reentrant.
     /// @par Exceptions `std::bad_alloc`.
-    ///   flatten({"ls", "-l", "my file"}) == "ls -l \"my file\""
-    ///   flatten({"", "a"}) == "a"      flatten({"a", "", "b"}) == "a  b"      flatten({}) == ""
+    ///   CommandLine::flatten({"ls", "-l", "my file"}) == "ls -l \"my file\""
+    ///   CommandLine::flatten({"", "a"}) == "a"      CommandLine::flatten({}) == ""
     [[nodiscard]] static String flatten(StringArray const& arguments);
 
     /// Not implemented.
