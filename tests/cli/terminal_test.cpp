@@ -10,6 +10,21 @@ namespace zeb::test {
 namespace {
 
 /// Runs a script in which "$0" is zeb-text, on a terminal of the kind xterm.
+/// Skipped where there are no pseudo-terminals, as in a root without /dev/pts.
+class OnTerminal : public testing::Test {
+protected:
+    void SetUp() override {
+        int const master = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        if (master < 0) {
+            GTEST_SKIP() << "no pseudo-terminals here";
+        }
+        ::close(master);
+    }
+};
+
+class Color : public OnTerminal {};
+class Progress : public OnTerminal {};
+
 ProcessResult onTerminal(std::string const& script) {
     return runOnTerminal("unset NO_COLOR; TERM=xterm; export TERM; " + script, ZEB_TEXT_PROGRAM);
 }
@@ -18,7 +33,7 @@ std::string red(std::string const& text) { return "\033[1;31m" + text + "\033[0m
 std::string magenta(std::string const& text) { return "\033[35m" + text + "\033[0m"; }
 std::string green(std::string const& text) { return "\033[32m" + text + "\033[0m"; }
 
-TEST(Color, EveryMatchIsHighlightedOnATerminal) {
+TEST_F(Color, EveryMatchIsHighlightedOnATerminal) {
     EXPECT_EQ(onTerminal("printf 'foo boo\\nbar\\n' | \"$0\" match 'o+'"),
               prints("f" + red("oo") + " b" + red("oo") + "\n"));
     EXPECT_EQ(onTerminal("printf 'foo boo\\n' | \"$0\" match --only 'o+'"),
@@ -27,11 +42,11 @@ TEST(Color, EveryMatchIsHighlightedOnATerminal) {
               prints(magenta("-") + ":" + green("1") + ":foo\n"));
 }
 
-TEST(Color, LinesThatDoNotMatchAreNotHighlighted) {
+TEST_F(Color, LinesThatDoNotMatchAreNotHighlighted) {
     EXPECT_EQ(onTerminal("printf 'a\\nb\\n' | \"$0\" match --invert a"), prints("b\n"));
 }
 
-TEST(Color, ErrorsAreRedOnATerminal) {
+TEST_F(Color, ErrorsAreRedOnATerminal) {
     EXPECT_EQ(onTerminal("\"$0\" match 'a(b'"),
               (ProcessResult{2,
                              red("zeb-text:") +
@@ -45,7 +60,7 @@ TEST(Color, ErrorsAreRedOnATerminal) {
                        ""}));
 }
 
-TEST(Color, TheEnvironmentAndTheOptionSwitchItOff) {
+TEST_F(Color, TheEnvironmentAndTheOptionSwitchItOff) {
     std::string const plain = "foo\n";
     EXPECT_EQ(onTerminal("echo foo | NO_COLOR=1 \"$0\" match o"), prints(plain));
     EXPECT_EQ(onTerminal("echo foo | TERM=dumb \"$0\" match o"), prints(plain));
@@ -55,7 +70,7 @@ TEST(Color, TheEnvironmentAndTheOptionSwitchItOff) {
     EXPECT_EQ(onTerminal("echo foo | NO_COLOR= \"$0\" match fo*"), prints(red("foo") + "\n"));
 }
 
-TEST(Color, TheOptionSwitchesItOnAnywhere) {
+TEST(ColorOption, SwitchesItOnAnywhere) {
     EXPECT_EQ(shell("echo foo | NO_COLOR=1 TERM=dumb \"$0\" match --color=always o+"),
               prints("f" + red("oo") + "\n"));
     EXPECT_EQ(zebText({"match", "--color", "always", "[a"}).err,
@@ -65,7 +80,7 @@ TEST(Color, TheOptionSwitchesItOnAnywhere) {
                   red("^") + "\n");
 }
 
-TEST(Color, NeverReachesAPipeOrAFileUnasked) {
+TEST_F(Color, NeverReachesAPipeOrAFileUnasked) {
     EXPECT_EQ(onTerminal("echo foo | \"$0\" match --numbers o - - | cat"), prints("-:1:foo\n"));
     EXPECT_EQ(onTerminal("\"$0\" match '(' 2>&1 | cat"),
               prints("zeb-text: Error creating regular expression: Unmatched ( or \\(\n"
@@ -73,13 +88,13 @@ TEST(Color, NeverReachesAPipeOrAFileUnasked) {
     EXPECT_EQ(shell("export TERM=xterm; echo foo | \"$0\" match o"), prints("foo\n"));
 }
 
-TEST(Color, AnUnknownChoiceIsAnError) {
+TEST(ColorOption, AnUnknownChoiceIsAnError) {
     EXPECT_EQ(zebText({"match", "--color", "sometimes", "a"}),
               failsWith("match: --color: 'sometimes' is none of auto|always|never (see zeb-text "
                         "match --help)"));
 }
 
-TEST(Color, ObjectsAndControlCharactersNeverColorATerminal) {
+TEST_F(Color, ObjectsAndControlCharactersNeverColorATerminal) {
     EXPECT_EQ(onTerminal("echo a | \"$0\" match --json a"),
               prints("{\"file\":\"-\",\"line\":1,\"text\":\"a\",\"matches\":[{\"start\":0,"
                      "\"end\":1,\"text\":\"a\"}],\"groups\":[]}\n"));
@@ -103,7 +118,7 @@ std::string lastLine(std::string const& written) {
 }
 
 // A sparse file takes no room on the disk.
-TEST(Progress, ALargeFileHasALineThatGoesAway) {
+TEST_F(Progress, ALargeFileHasALineThatGoesAway) {
     TemporaryFolder const folder;
     std::string const file = folder.file("large", "");
     std::filesystem::resize_file(file, 101'000'000);
@@ -115,7 +130,7 @@ TEST(Progress, ALargeFileHasALineThatGoesAway) {
     EXPECT_EQ(lastLine(result.out).find_first_not_of(' '), std::string::npos);
 }
 
-TEST(Progress, OfAPipeTheSizeIsNotKnown) {
+TEST_F(Progress, OfAPipeTheSizeIsNotKnown) {
     ProcessResult const result =
         onTerminal("head -c 121000000 /dev/zero | \"$0\" xml check >/dev/null");
     EXPECT_EQ(result.status, 1);
@@ -123,7 +138,7 @@ TEST(Progress, OfAPipeTheSizeIsNotKnown) {
     EXPECT_EQ(lastLine(result.out).find_first_not_of(' '), std::string::npos);
 }
 
-TEST(Progress, ThereIsNoneForSmallFilesAndWithoutATerminal) {
+TEST_F(Progress, ThereIsNoneForSmallFilesAndWithoutATerminal) {
     TemporaryFolder const folder;
     std::string const file = folder.file("file", "");
     std::filesystem::resize_file(file, 99'000'000);
