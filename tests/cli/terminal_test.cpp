@@ -9,7 +9,6 @@
 namespace zeb::test {
 namespace {
 
-/// Runs a script in which "$0" is zeb-text, on a terminal of the kind xterm.
 /// Skipped where there are no pseudo-terminals, as in a root without /dev/pts.
 class OnTerminal : public testing::Test {
 protected:
@@ -25,6 +24,7 @@ protected:
 class Color : public OnTerminal {};
 class Progress : public OnTerminal {};
 
+/// Runs a script in which "$0" is zeb-text, on a terminal of the kind xterm.
 ProcessResult onTerminal(std::string const& script) {
     return runOnTerminal("unset NO_COLOR; TERM=xterm; export TERM; " + script, ZEB_TEXT_PROGRAM);
 }
