@@ -41,8 +41,10 @@ void environment(std::string_view input);
 void expression(std::string_view input);
 void numbers(std::string_view input);
 void query(std::string_view input);
+void sed(std::string_view input);
 void tokenizing(std::string_view input);
 void utf16(std::string_view input);
 void wildcards(std::string_view input);
+void xml(std::string_view input);
 
 }  // namespace zeb::fuzz

@@ -38,9 +38,11 @@ INSTANTIATE_TEST_SUITE_P(Fuzz, Corpus,
                                          Target{"expression", zeb::fuzz::expression},
                                          Target{"numbers", zeb::fuzz::numbers},
                                          Target{"query", zeb::fuzz::query},
+                                         Target{"sed", zeb::fuzz::sed},
                                          Target{"tokenizing", zeb::fuzz::tokenizing},
                                          Target{"utf16", zeb::fuzz::utf16},
-                                         Target{"wildcards", zeb::fuzz::wildcards}),
+                                         Target{"wildcards", zeb::fuzz::wildcards},
+                                         Target{"xml", zeb::fuzz::xml}),
                          [](auto const& row) { return std::string(row.param.name); });
 
 }  // namespace
