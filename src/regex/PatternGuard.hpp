@@ -85,6 +85,9 @@ struct PatternBounds {
     /// Nodes in the closures of anchors together. libc copies them all, to note the anchor in them,
     /// and looks for each copy among all the copies.
     static constexpr std::uint32_t MAX_ANCHORED = 8000;
+    /// The same in a pattern with an idle loop: `$y*****+*z******+**`, with a few more than this,
+    /// takes libc 0.3 seconds, with four times as many 5 seconds.
+    static constexpr std::uint32_t MAX_ANCHORED_BESIDE_IDLE_LOOP = 2000;
     /// Nodes times wild ones, those that could take a character of several bytes: `.`, `[^x]` and
     /// the like. In a UTF-8 locale regexec makes a set of nodes for each wild node that can take
     /// such a character, and keeps the sets: 2.4 bytes on the average, for each such character of a
@@ -280,6 +283,9 @@ public:
     void finish(Part const& pattern) noexcept {
         sequence(pattern, character());
         limited(product(pattern.wild, pattern.nodes), PatternBounds::MAX_WILD, PatternHazard::WILD);
+        if (idleLoops_ != 0 && pattern.anchored > PatternBounds::MAX_ANCHORED_BESIDE_IDLE_LOOP) {
+            refuse(PatternHazard::ANCHORED);
+        }
         if (idleAnchors_ && idleLoops_ > 1) {
             refuse(PatternHazard::ANCHOR_IN_IDLE_LOOP);
         }
