@@ -31,18 +31,16 @@ TEST_P(Corpus, HasThePropertyInEveryInput) {
     EXPECT_GE(inputs, 10) << folder;
 }
 
-INSTANTIATE_TEST_SUITE_P(Fuzz, Corpus,
-                         testing::Values(Target{"commandline", zeb::fuzz::commandline},
-                                         Target{"dates", zeb::fuzz::dates},
-                                         Target{"environment", zeb::fuzz::environment},
-                                         Target{"expression", zeb::fuzz::expression},
-                                         Target{"numbers", zeb::fuzz::numbers},
-                                         Target{"query", zeb::fuzz::query},
-                                         Target{"sed", zeb::fuzz::sed},
-                                         Target{"tokenizing", zeb::fuzz::tokenizing},
-                                         Target{"utf16", zeb::fuzz::utf16},
-                                         Target{"wildcards", zeb::fuzz::wildcards},
-                                         Target{"xml", zeb::fuzz::xml}),
-                         [](auto const& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Fuzz, Corpus,
+    testing::Values(Target{"commandline", zeb::fuzz::commandline},
+                    Target{"dates", zeb::fuzz::dates},
+                    Target{"environment", zeb::fuzz::environment},
+                    Target{"expression", zeb::fuzz::expression},
+                    Target{"numbers", zeb::fuzz::numbers}, Target{"query", zeb::fuzz::query},
+                    Target{"sed", zeb::fuzz::sed}, Target{"tokenizing", zeb::fuzz::tokenizing},
+                    Target{"utf16", zeb::fuzz::utf16}, Target{"wildcards", zeb::fuzz::wildcards},
+                    Target{"xml", zeb::fuzz::xml}),
+    [](auto const& row) { return std::string(row.param.name); });
 
 }  // namespace
