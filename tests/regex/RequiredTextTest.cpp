@@ -81,6 +81,7 @@ constexpr Row OPERATORS[] = {
     {"(ab", ""},
     {"[ab", ""},
     {"ab[", "ab"},
+    {"ab[[", "ab"},
 };
 INSTANTIATE_TEST_SUITE_P(Operators, RequiredTextOf, testing::ValuesIn(OPERATORS));
 
