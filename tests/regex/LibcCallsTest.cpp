@@ -9,12 +9,19 @@
 #include <gtest/gtest.h>
 #include <regex.h>
 
+#include <zeb/foundation/StringBuffer.hpp>
+
+#include <clocale>
 #include <cstddef>
+#include <cstring>
+#include <new>
 #include <optional>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "Sanitized.hpp"
 
 namespace {
 
@@ -89,6 +96,7 @@ using ZEBNS2::BadRegexException;
 using ZEBNS2::RE;
 using ZEBNS2::RegularExpression;
 using ZEBNS2::RegularExpressionException;
+using ZEBNS2::String;
 using ZEBNS2::StringArray;
 
 class LibcCalls : public testing::Test {
@@ -235,6 +243,79 @@ TEST_F(LibcCalls, TextWithoutOperatorsIsFoundWithoutASearch) {
     EXPECT_THAT(expression.all_matches("xaab.ab."), ElementsAre(std::pair(2u, 5u)));
     EXPECT_EQ(expression.first_match("xaab,"), std::pair(-1, -1));
     EXPECT_EQ(slotCounts.size(), 0u);
+}
+
+TEST_F(LibcCalls, SubjectOfMoreThanAGibibyteIsNotSearched) {
+    if (sizeof(void*) == 4 || zeb::test::SANITIZED) {
+        GTEST_SKIP() << "not enough addresses, or memory";
+    }
+    zeb::foundation::StringBuffer buffer;
+    try {
+        std::size_t const length = RegularExpression::MAX_SUBJECT_LENGTH + 1;
+        std::memset(buffer.prepare(length), 'a', length);
+        buffer.commit(length);
+    } catch (std::bad_alloc const&) {
+        GTEST_SKIP() << "not enough memory";
+    }
+    String const subject = buffer.releaseString();
+    RegularExpression const expression("[a]", 0);
+    forget();
+    EXPECT_FALSE(expression.matches(subject));
+    EXPECT_EQ(expression.matching_substring(subject), "");
+    EXPECT_EQ(expression.first_match(subject.c_str()), std::pair(-1, -1));
+    EXPECT_THAT(expression.all_matches(subject), IsEmpty());
+    EXPECT_THAT(expression.all_unique_matches(subject), IsEmpty());
+    EXPECT_THAT(expression.all_matching_substrings(subject), IsEmpty());
+    EXPECT_THAT(expression.all_unique_matching_substrings(subject), IsEmpty());
+    EXPECT_EQ(ZEBNS2::sed(subject, expression, "b").length(), subject.length());
+    EXPECT_EQ(slotCounts.size(), 0u);
+}
+
+TEST_F(LibcCalls, LineOf100MegabytesIsSearched) {
+    if (zeb::test::SANITIZED) {
+        GTEST_SKIP() << "a sanitizer measures the rest of the subject at each search";
+    }
+    constexpr int LENGTH = 100 * 1024 * 1024;
+    String const subject(std::string(LENGTH - 2, 'a') + "bc");
+    RegularExpression const expression("[b]c", 0);
+    EXPECT_TRUE(expression.matches(subject));
+    EXPECT_EQ(expression.first_match(subject.c_str()), std::pair(LENGTH - 2, LENGTH));
+    EXPECT_THAT(expression.all_unique_matches(subject),
+                ElementsAre(std::pair<unsigned, unsigned>(LENGTH - 2, LENGTH)));
+    String const edited = ZEBNS2::realSed(subject, "s/[b]c$/x/g", 0);
+    EXPECT_EQ(edited.length(), subject.length() - 1);
+    EXPECT_EQ(edited[edited.length() - 1], 'x');
+}
+
+TEST_F(LibcCalls, BytesOfAllKindsAreMatchedAsLibcMatchesThem) {
+    std::string every;
+    for (int byte = 1; byte < 256; ++byte) {
+        every += static_cast<char>(byte);
+    }
+    for (char const* name : {"C", "C.UTF-8"}) {
+        SCOPED_TRACE(name);
+        ASSERT_NE(std::setlocale(LC_ALL, name), nullptr);
+        for (char const* pattern : {".", "[^x]", "[a-z]", "\\w", "\x80", "\xC3\xA9", "[^\xE9]+"}) {
+            SCOPED_TRACE(pattern);
+            regex_t direct;
+            if (libc<decltype(regcomp)>("regcomp")(&direct, pattern, REG_EXTENDED) != 0) {
+                EXPECT_THROW(RegularExpression(pattern, 0), RegularExpressionException);
+                continue;
+            }
+            RegularExpression const expression(pattern, 0);
+            for (std::size_t start = 0; start < every.size(); ++start) {
+                std::string const subject = every.substr(start, 3);
+                regmatch_t match;
+                bool const found =
+                    libc<decltype(regexec)>("regexec")(&direct, subject.c_str(), 1, &match, 0) == 0;
+                EXPECT_EQ(expression.first_match(subject.c_str()),
+                          found ? std::pair(int{match.rm_so}, int{match.rm_eo}) : std::pair(-1, -1))
+                    << start;
+            }
+            libc<decltype(regfree)>("regfree")(&direct);
+        }
+    }
+    std::setlocale(LC_ALL, "C");
 }
 
 TEST_F(LibcCalls, MatchOutsideTheSubjectIsNone) {
