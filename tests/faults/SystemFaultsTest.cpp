@@ -33,6 +33,7 @@
 #include <zeb/foundation/Logger.hpp>
 
 #include "../foundation/TemporaryDirectory.hpp"
+#include "Sanitized.hpp"
 
 namespace {
 
@@ -291,6 +292,9 @@ TEST_F(SystemFaults, AFileThatVanishesBeforeACheckIsAnException) {
 // ------------------------------------------------------------------------------- limits of names
 
 TEST_F(SystemFaults, AProcessWithoutFreeDescriptorsCannotRead) {
+    if (zeb::test::SANITIZED) {
+        GTEST_SKIP() << "the sanitizers take descriptors to look whether memory can be read";
+    }
     String const file = directory.file("file", "aaaa\n");
     EXPECT_TRUE(succeedsInChild([&] {
         limit(RLIMIT_NOFILE, 3);
