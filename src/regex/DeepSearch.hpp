@@ -18,11 +18,11 @@ namespace ZEBNS2 {
 class DeepSearch {
 public:
     /// Stack that every caller is expected to have left.
-    static constexpr std::size_t CALLERS_STACK = 128 * 1024;
+    static constexpr std::size_t CALLERS_STACK = std::size_t{128} * 1024;
     /// What a thread may be started with: half of the addresses of a 32-bit process would be too
     /// much to ask.
     static constexpr std::size_t MAX_STACK =
-        sizeof(void*) == 4 ? 256 * 1024 * 1024 : 1024 * 1024 * 1024;
+        (sizeof(void*) == 4 ? std::size_t{256} : std::size_t{1024}) * 1024 * 1024;
 
     /// As `regexec`.
     /// @param stack bytes that the search may take
