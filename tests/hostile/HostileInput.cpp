@@ -26,10 +26,12 @@
 #include <string_view>
 #include <vector>
 
+#include "Repeat.hpp"
 #include "Sanitized.hpp"
 
 namespace {
 
+using zeb::test::repeat;
 using ZEBNS2::RegularExpression;
 using ZEBNS2::String;
 
@@ -43,15 +45,6 @@ struct Input {
     Way alone;  ///< may be empty
     Way library;
 };
-
-std::string times(std::size_t count, std::string_view text) {
-    std::string all;
-    all.reserve(count * text.size());
-    for (; count > 0; --count) {
-        all += text;
-    }
-    return all;
-}
 
 std::vector<std::string> subjects() { return {"", "a", "b", "aa", ",a", std::string(20000, 'a')}; }
 
@@ -111,7 +104,7 @@ std::string entities(bool inAttribute) {
     std::string text = "<!DOCTYPE r [<!ENTITY e0 \"ha\">";
     for (int i = 1; i < 30; ++i) {
         std::string const reference = "&e" + std::to_string(i - 1) + ";";
-        text += "<!ENTITY e" + std::to_string(i) + " \"" + times(10, reference) + "\">";
+        text += "<!ENTITY e" + std::to_string(i) + " \"" + repeat(reference, 10) + "\">";
     }
     return text + (inAttribute ? "]><r a=\"&e29;\"/>" : "]><r>&e29;</r>");
 }
@@ -127,20 +120,20 @@ std::string numbered(std::size_t count, std::string_view before, std::string_vie
 std::vector<Input> inputs() {
     constexpr std::size_t MILLION = 1000000;
     return {
-        pattern("(^12568 a )^12568", times(12568, "(") + "a" + times(12568, ")")),
-        pattern("(a*)^8000", times(8000, "(a*)")),
-        pattern("()^32000", times(32000, "()")),
-        pattern("a?^32000", times(32000, "a?")),
-        pattern("a*^32000", times(32000, "a*")),
-        pattern("a +^50", "a" + times(50, "+")),
-        pattern("nested (..)+^16", times(16, "(") + "a" + times(16, ")+")),
-        pattern("a *^4000", "a" + times(4000, "*")),
+        pattern("(^12568 a )^12568", repeat("(", 12568) + "a" + repeat(")", 12568)),
+        pattern("(a*)^8000", repeat("(a*)", 8000)),
+        pattern("()^32000", repeat("()", 32000)),
+        pattern("a?^32000", repeat("a?", 32000)),
+        pattern("a*^32000", repeat("a*", 32000)),
+        pattern("a +^50", "a" + repeat("+", 50)),
+        pattern("nested (..)+^16", repeat("(", 16) + "a" + repeat(")+", 16)),
+        pattern("a *^4000", "a" + repeat("*", 4000)),
         pattern("a{0,32767}"),
         pattern("(a{1000}){1000}"),
-        pattern("nested (..){2}^24", times(24, "(") + "a" + times(24, "){2}")),
+        pattern("nested (..){2}^24", repeat("(", 24) + "a" + repeat("){2}", 24)),
         pattern("((a{1,200}){1,200}){1,200}"),
-        pattern("\\b^60", times(60, "\\b")),
-        pattern("^ 500 times", times(500, "^")),
+        pattern("\\b^60", repeat("\\b", 60)),
+        pattern("^ 500 times", repeat("^", 500)),
         pattern("(|)(\\1\\1)*"),
         pattern("(^)(\\1\\1)+"),
         pattern("(\\b)(\\1\\1)*"),
@@ -156,22 +149,23 @@ std::vector<Input> inputs() {
         pattern("((^|,)*)*"),
         pattern("(^|$|\\<|\\>|\\`)*"),
         pattern("(.)\\1+"),
-        xml("XML, depth 1,000,000", [] { return times(MILLION, "<a>") + times(MILLION, "</a>"); }),
-        xml("XML, depth 1,000,000, not closed", [] { return times(MILLION, "<a>"); }),
+        xml("XML, depth 1,000,000",
+            [] { return repeat("<a>", MILLION) + repeat("</a>", MILLION); }),
+        xml("XML, depth 1,000,000, not closed", [] { return repeat("<a>", MILLION); }),
         xml("XML, billion laughs", [] { return entities(false); }),
         xml("XML, billion laughs in an attribute", [] { return entities(true); }),
         xml("XML, quadratic blow-up",
             [] {
                 return "<!DOCTYPE r [<!ENTITY e \"" + std::string(100000, 'x') + "\">]><r>" +
-                       times(100000, "&e;") + "</r>";
+                       repeat("&e;", 100000) + "</r>";
             }),
         xml("XML, 1,000,000 attributes",
             [] { return "<r" + numbered(MILLION, " a", "=\"\"") + "/>"; }),
         xml("XML, 1,000,000 distinct names",
             [] { return "<r>" + numbered(MILLION, "<n", "/>") + "</r>"; }),
-        sed("sed, `s/(.)\\1+/\\1/g` on 1,000 runs", times(1000, "aab"), "s/(.)\\1+/\\1/g"),
+        sed("sed, `s/(.)\\1+/\\1/g` on 1,000 runs", repeat("aab", 1000), "s/(.)\\1+/\\1/g"),
         sed("sed, `s/((a*)*\\2)*/x/`", "b", "s/((a*)*\\2)*/x/"),
-        sed("sed, 1,000,000 semicolons", "a", times(MILLION, ";")),
+        sed("sed, 1,000,000 semicolons", "a", repeat(";", MILLION)),
         {"UTF-16, 1,000,001 bytes DC",
          {},
          [] {

@@ -12,10 +12,12 @@
 #include <string>
 #include <utility>
 
+#include "Repeat.hpp"
 #include "Sanitized.hpp"
 
 namespace {
 
+using zeb::test::repeat;
 using ZEBNS2::RegularExpression;
 using ZEBNS2::String;
 using Offsets = std::pair<int, int>;
@@ -38,14 +40,6 @@ void inThread(std::size_t stack, Work work) {
     ASSERT_EQ(::pthread_join(thread, nullptr), 0);
 }
 
-std::string times(std::size_t count, std::string const& text) {
-    std::string all;
-    while (count-- > 0) {
-        all += text;
-    }
-    return all;
-}
-
 TEST(DeepSearch, AnswersDoNotDependOnTheLength) {
     RegularExpression const run("(.)\\1+", 0);
     RegularExpression const words("([a-z]+)( \\1)+", 0);
@@ -53,10 +47,10 @@ TEST(DeepSearch, AnswersDoNotDependOnTheLength) {
         std::string const subject = '-' + std::string(static_cast<std::size_t>(length), 'a') + 'b';
         EXPECT_EQ(run.first_match(subject.c_str()), Offsets(1, 1 + length));
         EXPECT_EQ(run.all_matches(subject).size(), 2u);
-        std::string const repeated = times(static_cast<std::size_t>(length), "ab ");
+        std::string const repeated = repeat("ab ", static_cast<std::size_t>(length));
         EXPECT_EQ(words.first_match(repeated.c_str()), Offsets(0, 3 * length - 1));
     }
-    EXPECT_EQ(run.first_match(times(1000, "ab").c_str()), NONE);
+    EXPECT_EQ(run.first_match(repeat("ab", 1000).c_str()), NONE);
 }
 
 TEST(DeepSearch, SmallStackOfTheCallerSuffices) {
@@ -71,7 +65,7 @@ TEST(DeepSearch, LocaleIsTheCallers) {
         locale_t const utf8 = ::newlocale(LC_ALL_MASK, "C.UTF-8", nullptr);
         ASSERT_NE(utf8, nullptr);
         locale_t const before = ::uselocale(utf8);
-        std::string const subject = times(500, "\xC3\xA9");
+        std::string const subject = repeat("\xC3\xA9", 500);
         EXPECT_EQ(RegularExpression("^(.)\\1+$", 0).first_match(subject.c_str()), Offsets(0, 1000));
         ::uselocale(before);
         ::freelocale(utf8);
@@ -92,7 +86,7 @@ TEST(DeepSearch, NothingIsFoundWhereTheStackWouldBeTooLarge) {
 /// a short one is found as ever.
 [[noreturn]] void exitWithoutAStack() {
     RegularExpression const expression("(.)\\1+", 0);
-    String const subject("aa" + times(1000000, "bc"));
+    String const subject("aa" + repeat("bc", 1000000));
     rlimit const limit{64 * 1024 * 1024, 64 * 1024 * 1024};
     ::setrlimit(RLIMIT_AS, &limit);
     bool const sound = !expression.matches(subject) && expression.matches("aa");

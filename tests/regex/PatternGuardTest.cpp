@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "Random.hpp"
+#include "Repeat.hpp"
 #include "Sanitized.hpp"
 #include "regex/PatternGuard.hpp"
 
@@ -47,6 +48,7 @@ std::ostream& operator<<(std::ostream& stream, PatternHazard hazard) {
 
 namespace {
 
+using zeb::test::repeat;
 using zeb::test::SANITIZED;
 using ZEBNS2::BadRegexException;
 using ZEBNS2::PatternBounds;
@@ -60,15 +62,6 @@ constexpr bool EXTENDED = true;
 constexpr bool BASIC = false;
 
 int flagsOf(bool extended) { return extended ? REG_EXTENDED : 0; }
-
-std::string times(std::size_t count, std::string_view text) {
-    std::string all;
-    all.reserve(count * text.size());
-    for (; count > 0; --count) {
-        all += text;
-    }
-    return all;
-}
 
 /// `pattern`, written in extended syntax, in the syntax wanted: its operators ( ) { } | + ? get
 /// their backslashes. For patterns that use these characters as operators only.
@@ -188,24 +181,24 @@ TEST(PatternGuard, LongHazardsAreRefusedInBothSyntaxes) {
         PatternHazard hazard;
     };
     Row const rows[] = {
-        {times(12568, "(") + "a" + times(12568, ")"), PatternHazard::NESTING},
-        {times(385, "(") + "a", PatternHazard::NESTING},  // not closed, but read all the same
-        {times(669, "(a*)"), PatternHazard::CHAIN},
-        {times(1000, "()"), PatternHazard::CHAIN},
-        {times(2000, "a?"), PatternHazard::CHAIN},
-        {times(2000, "a*"), PatternHazard::CHAIN},
-        {"a" + times(20, "+"), PatternHazard::NODES},
-        {times(16, "(") + "a" + times(16, ")+"), PatternHazard::NODES},
-        {"a" + times(4000, "*"), PatternHazard::CIRCLES},
+        {repeat("(", 12568) + "a" + repeat(")", 12568), PatternHazard::NESTING},
+        {repeat("(", 385) + "a", PatternHazard::NESTING},  // not closed, but read all the same
+        {repeat("(a*)", 669), PatternHazard::CHAIN},
+        {repeat("()", 1000), PatternHazard::CHAIN},
+        {repeat("a?", 2000), PatternHazard::CHAIN},
+        {repeat("a*", 2000), PatternHazard::CHAIN},
+        {"a" + repeat("+", 20), PatternHazard::NODES},
+        {repeat("(", 16) + "a" + repeat(")+", 16), PatternHazard::NODES},
+        {"a" + repeat("*", 4000), PatternHazard::CIRCLES},
         {"a{0,32767}", PatternHazard::CHAIN},
         {"(a{1000}){1000}", PatternHazard::NODES},
-        {times(24, "(") + "a" + times(24, "{2})"), PatternHazard::NODES},
-        {times(60, "\\b"), PatternHazard::ANCHORED},
-        {times(500, "\\<"), PatternHazard::ANCHORED},
-        {times(4000, "(a{32767}){0}"), PatternHazard::NODES},  // libc keeps what it drops
-        {times(5000, "a|") + "a", PatternHazard::CHAIN},
-        {"(" + times(2000, "a|") + "a)", PatternHazard::CHAIN},
-        {"(a)" + times(5000, "\\1"), PatternHazard::BACK_REFERENCES},
+        {repeat("(", 24) + "a" + repeat("{2})", 24), PatternHazard::NODES},
+        {repeat("\\b", 60), PatternHazard::ANCHORED},
+        {repeat("\\<", 500), PatternHazard::ANCHORED},
+        {repeat("(a{32767}){0}", 4000), PatternHazard::NODES},  // libc keeps what it drops
+        {repeat("a|", 5000) + "a", PatternHazard::CHAIN},
+        {"(" + repeat("a|", 2000) + "a)", PatternHazard::CHAIN},
+        {"(a)" + repeat("\\1", 5000), PatternHazard::BACK_REFERENCES},
         {std::string(10'000'000, 'a'), PatternHazard::LENGTH},
     };
     for (Row const& row : rows) {
@@ -217,7 +210,7 @@ TEST(PatternGuard, LongHazardsAreRefusedInBothSyntaxes) {
                 << hazard;
         }
     }
-    EXPECT_EQ(patternHazard(times(65000, "$").c_str(), BASIC), PatternHazard::DOLLARS);
+    EXPECT_EQ(patternHazard(repeat("$", 65000).c_str(), BASIC), PatternHazard::DOLLARS);
 }
 
 // ---- each bound, and one beyond
@@ -267,7 +260,7 @@ INSTANTIATE_TEST_SUITE_P(
               [](std::size_t n) { return "[" + std::string(n - 2, 'a') + "]"; },
               PatternBounds::MAX_LENGTH},
         Bound{"Nesting", PatternHazard::NESTING,
-              [](std::size_t n) { return times(n, "(") + "a" + times(n, ")"); },
+              [](std::size_t n) { return repeat("(", n) + "a" + repeat(")", n); },
               PatternBounds::MAX_NESTING},
         // One more node is the end of the pattern.
         Bound{"Nodes", PatternHazard::NODES, [](std::size_t n) { return std::string(n, 'a'); },
@@ -277,32 +270,33 @@ INSTANTIATE_TEST_SUITE_P(
               [](std::size_t n) { return "(ab){" + number(n) + "}"; },
               PatternBounds::MAX_NODES / 4 - 1},
         // The chain ends with the look at the first character behind.
-        Bound{"Chain", PatternHazard::CHAIN, [](std::size_t n) { return times(n, "a*"); },
+        Bound{"Chain", PatternHazard::CHAIN, [](std::size_t n) { return repeat("a*", n); },
               PatternBounds::MAX_CHAIN - 1},
         Bound{"ChainOfAlternatives", PatternHazard::CHAIN,
-              [](std::size_t n) { return "(" + times(n, "a|") + "b)"; },
+              [](std::size_t n) { return "(" + repeat("a|", n) + "b)"; },
               PatternBounds::MAX_CHAIN - 2},
         Bound{"ChainOfOptionalCopies", PatternHazard::CHAIN,
               [](std::size_t n) { return "([^a]{0," + number(n) + "})x"; },
               PatternBounds::MAX_CHAIN - 3},
         Bound{"Closures", PatternHazard::CLOSURES,
               [](std::size_t n) {
-                  return times(3, times(1098, "a*") + "b") + times(600, "a*") + times(n, "c");
+                  return repeat(repeat("a*", 1098) + "b", 3) + repeat("a*", 600) + repeat("c", n);
               },
               11502},  // each character behind makes the closures larger by 1
         Bound{"Circles", PatternHazard::CIRCLES,
-              [](std::size_t n) { return times(n, "c") + times(300, "a*") + "(b*)*"; }, 7871},
+              [](std::size_t n) { return repeat("c", n) + repeat("a*", 300) + "(b*)*"; }, 7871},
         // Each \<x is 2, the anchor and the character; \<\<x is 5.
         Bound{"Anchored", PatternHazard::ANCHORED,
               [](std::size_t n) {
-                  return n % 2 == 0 ? times(n / 2, "\\<x") : "\\<\\<x" + times((n - 5) / 2, "\\<x");
+                  return n % 2 == 0 ? repeat("\\<x", n / 2)
+                                    : "\\<\\<x" + repeat("\\<x", (n - 5) / 2);
               },
               PatternBounds::MAX_ANCHORED},
         Bound{"Wild", PatternHazard::WILD,
-              [](std::size_t n) { return times(2000, ".") + times(n, "a"); },
+              [](std::size_t n) { return repeat(".", 2000) + repeat("a", n); },
               PatternBounds::MAX_WILD / 2000 - 2000},
         Bound{"BackReferences", PatternHazard::BACK_REFERENCES,
-              [](std::size_t n) { return "(a)" + times(n, "\\1x?"); },
+              [](std::size_t n) { return "(a)" + repeat("\\1x?", n); },
               PatternBounds::MAX_BACK_REFERENCES},
         Bound{"BackReferencesOfCopies", PatternHazard::BACK_REFERENCES,
               [](std::size_t n) { return "(a?)(\\1){" + number(n) + "}"; },
@@ -376,9 +370,9 @@ TEST(PatternGuard, ReadsPatternsAsLibcDoes) {
     Row const rows[] = {
         {EXTENDED, parentheses, PatternHazard::NESTING},
         {BASIC, parentheses, PatternHazard::NONE},
-        {BASIC, times(200, "\\("), PatternHazard::NESTING},
-        {EXTENDED, times(200, "\\("), PatternHazard::NONE},
-        {EXTENDED, times(200, "\\\\("), PatternHazard::NESTING},
+        {BASIC, repeat("\\(", 200), PatternHazard::NESTING},
+        {EXTENDED, repeat("\\(", 200), PatternHazard::NONE},
+        {EXTENDED, repeat("\\\\(", 200), PatternHazard::NESTING},
         {EXTENDED, "[" + parentheses + "]", PatternHazard::NONE},
         {EXTENDED, "[]" + parentheses + "]", PatternHazard::NONE},
         {EXTENDED, "[^]" + parentheses + "]", PatternHazard::NONE},
@@ -437,15 +431,15 @@ TEST(PatternGuard, ReadsPatternsAsLibcDoes) {
         {BASIC, "a\\)", PatternHazard::NONE, false},
 
         // Anchors, or characters that look like them.
-        {EXTENDED, times(200, "^"), PatternHazard::ANCHORED},
-        {EXTENDED, times(200, "$"), PatternHazard::ANCHORED},
-        {EXTENDED, times(200, "\\'"), PatternHazard::ANCHORED},
-        {EXTENDED, times(20, "\\B"), PatternHazard::ANCHORED},
-        {BASIC, times(200, "^"), PatternHazard::NONE},
-        {BASIC, times(200, "a^$b"), PatternHazard::NONE},
-        {BASIC, times(200, "\\(^\\)"), PatternHazard::ANCHORED},
-        {BASIC, times(200, "\\($\\)"), PatternHazard::ANCHORED},
-        {BASIC, times(200, "\\`"), PatternHazard::ANCHORED},
+        {EXTENDED, repeat("^", 200), PatternHazard::ANCHORED},
+        {EXTENDED, repeat("$", 200), PatternHazard::ANCHORED},
+        {EXTENDED, repeat("\\'", 200), PatternHazard::ANCHORED},
+        {EXTENDED, repeat("\\B", 20), PatternHazard::ANCHORED},
+        {BASIC, repeat("^", 200), PatternHazard::NONE},
+        {BASIC, repeat("a^$b", 200), PatternHazard::NONE},
+        {BASIC, repeat("\\(^\\)", 200), PatternHazard::ANCHORED},
+        {BASIC, repeat("\\($\\)", 200), PatternHazard::ANCHORED},
+        {BASIC, repeat("\\`", 200), PatternHazard::ANCHORED},
 
         // A character of UTF-8 is repeated as a whole.
         {EXTENDED, "e{25000}", PatternHazard::NONE},

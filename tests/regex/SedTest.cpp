@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "LogCapture.hpp"
+#include "Sanitized.hpp"
 
 namespace {
 
@@ -146,21 +147,9 @@ TEST(RealSed, TextPassesUnchangedWhenNoLineMatches) {
 }
 
 // Under a sanitizer each search costs the whole rest of the text: its regexec measures it.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define ZEB_SANITIZED
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define ZEB_SANITIZED
-#endif
-#endif
-
 TEST(RealSed, LongTextsAndLinesAreEdited) {
     // As many lines, and as many matches of one line, as would take hours if each cost the rest.
-#ifdef ZEB_SANITIZED
-    constexpr std::size_t COUNT = 10000;
-#else
-    constexpr std::size_t COUNT = 1000000;
-#endif
+    constexpr std::size_t COUNT = zeb::test::SANITIZED ? 10000 : 1000000;
     std::string lines;
     for (std::size_t i = 0; i < COUNT; ++i) {
         lines += i % 2 == 0 ? "x\n" : "y\n";

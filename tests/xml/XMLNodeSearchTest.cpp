@@ -13,6 +13,7 @@
 #include <zeb/xmltoolkit/XMLParserDOM.hpp>
 
 #include "LogCapture.hpp"
+#include "Repeat.hpp"
 
 namespace {
 
@@ -24,6 +25,7 @@ using testing::IsEmpty;
 using testing::StartsWith;
 using zeb::foundation::Logger;
 using zeb::test::LogCapture;
+using zeb::test::repeat;
 using zeb::xmltoolkit::XMLParserDOM;
 using ZEBNS2::OrventoXMLException;
 using ZEBNS2::String;
@@ -315,14 +317,6 @@ TEST(XMLNodeSearchMessages, LeaveErrnoAsItWas) {
 }
 
 // ---------------------------------------------------------------------------------------- Size
-
-std::string repeat(std::string_view text, std::size_t count) {
-    std::string repeated;
-    for (std::size_t i = 0; i < count; ++i) {
-        repeated += text;
-    }
-    return repeated;
-}
 
 TEST(XMLNodeSearchTest, AHundredThousandStepsOnADeepTreeNeedNoStack) {
     std::size_t const depth = XMLParserDOM::MAXIMUM_DEPTH;

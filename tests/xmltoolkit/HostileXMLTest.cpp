@@ -3,6 +3,7 @@
 #include <string>
 
 #include "Parse.hpp"
+#include "Repeat.hpp"
 
 using zeb::test::parse;
 using zeb::test::rejection;

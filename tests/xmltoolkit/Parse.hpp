@@ -36,16 +36,6 @@ inline std::string inUTF16(std::string_view xml, bool littleEndian) {
     return encoded;
 }
 
-/// `count` copies of `text`.
-inline std::string repeat(std::string_view text, std::size_t count) {
-    std::string repeated;
-    repeated.reserve(text.size() * count);
-    for (std::size_t i = 0; i < count; ++i) {
-        repeated += text;
-    }
-    return repeated;
-}
-
 /// A document of 2 KB that uses everything the parser knows.
 inline std::string sample() {
     std::string xml =

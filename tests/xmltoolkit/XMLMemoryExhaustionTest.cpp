@@ -8,6 +8,7 @@
 
 #include "FailingMalloc.hpp"
 #include "Parse.hpp"
+#include "Repeat.hpp"
 
 using zeb::foundation::String;
 using zeb::test::exhaust;

@@ -10,6 +10,7 @@
 #include <zeb/foundation/Format.hpp>
 
 #include "Parse.hpp"
+#include "Repeat.hpp"
 
 using zeb::foundation::Array;
 using zeb::foundation::Format;

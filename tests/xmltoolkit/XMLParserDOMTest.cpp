@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "Parse.hpp"
+#include "Repeat.hpp"
 
 using zeb::foundation::Exception;
 using zeb::test::inUTF16;
