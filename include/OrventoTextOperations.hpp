@@ -169,7 +169,8 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// A quoted stretch ends at the next double quote that has no backslash directly before it. Quotes
 /// and backslashes stay in the tokens; `remove_quotes` takes them off. There are no empty tokens. A
 /// double quote without a closing one is an ordinary byte, and a delimiter if listed as one; the
-/// search then goes on behind the last escaped quote that was looked at.
+/// search then goes on behind the last escaped quote that was looked at: what stands before that
+/// one is not split, and a double quote listed as a delimiter cuts there.
 /// @param delimiters up to its NUL; null gives `text` as the only token
 /// @return the tokens in order; none when `text` is empty
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
@@ -207,7 +208,7 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 [[nodiscard]] ZEB_EXPORT int non_matching_index(String const& a, String const& b);
 
 /// The text with each run of `separator` shortened to one.
-/// @par Complexity linear; one allocation. @par Thread safety reentrant.
+/// @par Complexity linear; two allocations at most. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
 ///   removeRedundantSeparators("//a///b/", '/') == "/a/b/"      "" stays ""
 [[nodiscard]] ZEB_EXPORT String removeRedundantSeparators(String const& text, char separator);
@@ -283,8 +284,9 @@ public:
 /// `byte`, or `kilo`, `mega`, `giga`, `tera`, `peta` before `byte` or `bytes`, or their first
 /// letters before `byte`, `bytes` or `b`, found anywhere in `unit`; or one of these letters as the
 /// whole of it. A whole name before a mere `b`, as in `kilob`, is no unit. Powers of 1024
-/// throughout, in either case of letters; the locale's notion of case holds. Up to three
-/// expressions are compiled at each call; they see the text up to its first NUL.
+/// throughout, in either case of letters; the locale's notion of case holds. Of several units in a
+/// text the leftmost whole name counts, then the leftmost letter with its ending, then `byte`. Up
+/// to three expressions are compiled at each call; they see the text up to its first NUL.
 /// @return bytes; 0 when there is no such unit
 /// @throws RegularExpressionException when libc runs out of memory; else std::bad_alloc
 /// @par Complexity that of libc's matcher. @par Thread safety reentrant.

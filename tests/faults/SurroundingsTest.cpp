@@ -60,6 +60,25 @@ TEST(Surroundings, ErrnoIsNotChangedByLogging) {
     EXPECT_TRUE(in.isUntouched());
 }
 
+TEST(Surroundings, OnlyTheseFunctionsLogWhatTheyDo) {
+    Inputs const in;
+    std::set<std::string> logging;
+    for (PublicCall const& call : publicCalls()) {
+        LogCapture const capture;
+        ErrnoAfter attempt;
+        call.use(attempt, in);
+        if (!capture.messages().empty()) {
+            logging.insert(call.function);
+        }
+    }
+    EXPECT_THAT(logging, testing::UnorderedElementsAre(
+                             "ZEBNS2::UTF16ToUTF32", "ZEBNS2::UTF16ToUTF8", "ZEBNS2::XMLNodeSearch",
+                             "ZEBNS2::autodetectByteOrder", "ZEBNS2::convertToUTF8",
+                             "ZEBNS2::copy_stream", "ZEBNS2::realSed",
+                             "ZEBNS2::replaceInvalidXMLCharacters", "ZEBNS2::search_replace",
+                             "ZEBNS2::unprivilegedSed", "zeb::foundation::logErroneousException"));
+}
+
 /// The dispositions of all signals.
 std::vector<void (*)(int)> signalHandlers() {
     std::vector<void (*)(int)> handlers;

@@ -59,6 +59,8 @@ TEST(ComponentName, OperationsAreReentrant) {
                 wrong += ZEBNS2::search_replace(text, ",", ";") != "a;b;\"c;d\"";
                 wrong += ZEBNS2::quoted_string_tokenization(text, ",").size() != 3;
                 wrong += ZEBNS2::get_unit_size("kb") != 1024;
+                wrong += ZEBNS2::extractGenericDate("at Tue Mar 14 09:26:53 2023.") !=
+                         "Tue Mar 14 09:26:53 2023";
             }
         });
     }

@@ -162,6 +162,8 @@ TEST(GetCurrentCIMDateTime, IsTheSystemClocksTimeInUTCUnderEachTimeZone) {
 TEST(GetCurrentCIMDateTime, TheSecondIsNotEarlierThanTheFirst) {
     String const first = ZEBNS2::getCurrentCIMDateTime();
     String const second = ZEBNS2::getCurrentCIMDateTime();
+    EXPECT_TRUE(secondsOf(first.c_str()));
+    EXPECT_TRUE(secondsOf(second.c_str()));
     EXPECT_LE(first, second);  // texts of this form compare as the times do
 }
 

@@ -134,6 +134,7 @@ TEST(QuotedStringTokenization, QuotedStretchesDoNotSplitAndKeepTheirQuotes) {
 
 TEST(QuotedStringTokenization, RunsOfDelimitersYieldNoEmptyTokens) {
     EXPECT_THAT(quoted_string_tokenization("a,,b", ","), ElementsAre("a", "b"));
+    EXPECT_THAT(quoted_string_tokenization("a,,b,", ","), ElementsAre("a", "b"));
     EXPECT_THAT(quoted_string_tokenization(",a,", ","), ElementsAre("a"));
     EXPECT_THAT(quoted_string_tokenization(",,", ","), IsEmpty());
     EXPECT_THAT(quoted_string_tokenization("a, b;c", ",; "), ElementsAre("a", "b", "c"));
