@@ -466,20 +466,21 @@ enum BOMTypes : int {
 
 // ----------------------------------------------------------------------------- Characters of XML
 
-/// Whether a UTF-16 code unit may stand in an XML document: neither a control character other than
-/// TAB, LF, FF and CR, nor a surrogate, nor FFFE or FFFF. Form feed (000C) counts as valid here,
+/// Whether a UTF-16 code unit may stand in an XML document: neither one below 0020 other than TAB,
+/// LF, FF and CR, nor a surrogate, nor FFFE or FFFF. Form feed (000C) counts as valid here,
 /// although XML 1.0 forbids it.
 /// @par Complexity constant. @par Thread safety reentrant. @par Exceptions none.
 ///   isValidXMLCharacter(0x0009)      !isValidXMLCharacter(0x000B)      isValidXMLCharacter(0x000C)
 [[nodiscard]] ZEB_EXPORT bool isValidXMLCharacter(unsigned short unit) noexcept;
 
 /// Overwrites each unit that XML forbids with FFFD; length and order stay.
-/// @param[in,out] units detached from its copies in any case; when an appender throws, replaced up
-///   to the unit that it was told of
+/// @param[in,out] units detached from its copies in any case; when a message cannot be built, or an
+///   appender throws, replaced up to the unit that the message is of
 /// @param prefix put directly before the message's text
 /// @par Messages one for each unit replaced.
 /// @par Complexity linear. @par Thread safety `units` needs exclusive access.
-/// @par Exceptions `std::bad_alloc` from detaching; `units` is unchanged then.
+/// @par Exceptions `std::bad_alloc`: from detaching, and `units` is unchanged then; or from a
+/// message.
 ///   0041 0001 0042 becomes 0041 FFFD 0042
 ZEB_EXPORT void replaceInvalidXMLCharacters(Array<unsigned short>& units, String const& prefix);
 
@@ -502,7 +503,7 @@ ZEB_EXPORT void replaceInvalidXMLCharacters(Array<unsigned short>& units, String
 ///   the type
 /// @par Messages five kinds, at the most verbose level (debug3).
 /// @par Complexity linear; memory constant. @par Thread safety both streams need exclusive access.
-/// @par Exceptions none of its own, but what a stream with an exception mask throws.
+/// @par Exceptions `std::bad_alloc`, and what a stream with an exception mask throws.
 ///   A source of 5000 bytes is read in pieces of 2048, 2048 and 904; an empty one gives 0.
 ZEB_EXPORT std::size_t copy_stream(std::ostream& destination, std::istream& source);
 

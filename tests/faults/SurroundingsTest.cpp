@@ -74,7 +74,7 @@ TEST(Surroundings, OnlyTheseFunctionsLogWhatTheyDo) {
     EXPECT_THAT(logging, testing::UnorderedElementsAre(
                              "ZEBNS2::UTF16ToUTF32", "ZEBNS2::UTF16ToUTF8", "ZEBNS2::XMLNodeSearch",
                              "ZEBNS2::autodetectByteOrder", "ZEBNS2::convertToUTF8",
-                             "ZEBNS2::copy_stream", "ZEBNS2::realSed",
+                             "ZEBNS2::copy_stream", "ZEBNS2::realSed", "ZEBNS2::regroupUTF16",
                              "ZEBNS2::replaceInvalidXMLCharacters", "ZEBNS2::search_replace",
                              "ZEBNS2::unprivilegedSed", "zeb::foundation::logErroneousException"));
 }

@@ -68,8 +68,13 @@ class LimitedDestination : public std::streambuf {
 public:
     explicit LimitedDestination(std::size_t limit) : limit_(limit) {}
     std::string const& bytes() const { return bytes_; }
+    int flushes() const { return flushes_; }
 
 protected:
+    int sync() override {
+        ++flushes_;
+        return 0;
+    }
     int_type overflow(int_type) override { return traits_type::eof(); }
     std::streamsize xsputn(char const* bytes, std::streamsize count) override {
         std::size_t const taken = std::min(static_cast<std::size_t>(count), limit_ - bytes_.size());
@@ -80,6 +85,7 @@ protected:
 private:
     std::size_t limit_;
     std::string bytes_;
+    int flushes_ = 0;
 };
 
 // ---------------------------------------------------------------------------- copy_stream
@@ -156,6 +162,17 @@ TEST(CopyStream, AnyStateBitOfEitherStreamPreventsReading) {
                                     debug3("Copied a total of 0 bytes from source to dest.")));
         }
     }
+}
+
+TEST(CopyStream, DestinationIsNotFlushed) {
+    LimitedDestination taken(10'000);
+    std::ostream destination(&taken);
+    std::istringstream source(content(5000));
+    EXPECT_EQ(copy_stream(destination, source), 5000U);
+    EXPECT_EQ(taken.bytes(), content(5000));
+    EXPECT_EQ(taken.flushes(), 0);
+    destination.flush();
+    EXPECT_EQ(taken.flushes(), 1);
 }
 
 TEST(CopyStream, FailingSourceEndsTheCopyWithTheBytesBefore) {

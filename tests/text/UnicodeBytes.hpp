@@ -3,6 +3,7 @@
 #include <OrventoTextOperations.hpp>
 
 #include <cstddef>
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,13 +42,26 @@ inline std::string bytesOf(std::u16string_view units, ZEBNS2::BOMTypes order) {
 
 /// A decoder that shares nothing with the one under test: it looks at what may follow, not at what
 /// is pending.
-inline std::u32string decode(std::u16string_view units) {
+/// @param[out] malformed when not null, one entry for each sequence replaced: its units, as the
+///   messages write them
+inline std::u32string decode(std::u16string_view units,
+                             std::vector<std::string>* malformed = nullptr) {
     std::u32string points;
+    auto const note = [malformed](char const* format, unsigned int first, unsigned int second) {
+        if (malformed != nullptr) {
+            char text[32];
+            std::snprintf(text, sizeof text, format, first, second);
+            malformed->emplace_back(text);
+        }
+    };
     while (!units.empty()) {
         char16_t const first = units[0];
         bool const high = first >= 0xD800 && first <= 0xDBFF;
         bool const low = first >= 0xDC00 && first <= 0xDFFF;
         if (!high) {
+            if (low) {
+                note("0x%04x", first, 0);
+            }
             points += low ? char32_t{0xFFFD} : char32_t{first};
             units.remove_prefix(1);
             continue;
@@ -56,10 +70,12 @@ inline std::u32string decode(std::u16string_view units) {
             break;  // vanishes
         }
         char16_t const second = units[1];
-        points +=
-            second >= 0xDC00 && second <= 0xDFFF
-                ? static_cast<char32_t>(0x10000 + (first - 0xD800) * 0x400 + (second - 0xDC00))
-                : char32_t{0xFFFD};
+        if (second >= 0xDC00 && second <= 0xDFFF) {
+            points += static_cast<char32_t>(0x10000 + (first - 0xD800) * 0x400 + (second - 0xDC00));
+        } else {
+            note("0x%x 0x%04x", first, second);
+            points += char32_t{0xFFFD};
+        }
         units.remove_prefix(2);
     }
     return points;

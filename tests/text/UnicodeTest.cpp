@@ -282,26 +282,42 @@ TEST(UnicodeSweep, RandomUnits) {
     }
 }
 
-// The conversion and its steps must say the same, too.
-TEST(UnicodeSweep, MessagesOfTheConversionAreThoseOfItsSteps) {
+// What is malformed is told of, in order, wherever it stands and by the steps alike.
+TEST(UnicodeSweep, MessagesNameWhatIsMalformed) {
     zeb::test::Random random(17);
+    static constexpr char16_t BACKGROUNDS[] = {u'a', u'\x00E9', u'\x4E2D'};
+    std::size_t messages = 0;
     for (int i = 0; i < 2'000; ++i) {
-        std::u16string units;
+        // Around the borders of large pieces, too.
+        std::size_t const border = random.oneIn(20) ? random.between(4080, 4100) : 0;
+        std::u16string units(border, random.pick(BACKGROUNDS));
         for (std::size_t count = random.below(30); count > 0; --count) {
-            units += static_cast<char16_t>(random.oneIn(3) ? random.between(0xD800, 0xDFFF)
-                                                           : random.between(0x20, 0x7E));
+            units += random.oneIn(3) ? static_cast<char16_t>(random.between(0xD800, 0xDFFF))
+                                     : random.pick(BACKGROUNDS);
         }
-        Array<char> const data = arrayOf(bytesOf(units, BOM_UTF16_BE));
+        std::vector<std::string> malformed;
+        (void)zeb::test::decode(units, &malformed);
         std::vector<std::string> expected;
-        {
-            LogCapture const log;
-            (void)inSteps(data, BOM_UTF16_BE);
-            expected = log.lines();
+        for (std::string const& sequence : malformed) {
+            bool const pair = sequence.find(' ') != sequence.npos;
+            expected.push_back(debug(
+                (pair ? "Found invalid surragate character " : "Found out-of-range character ") +
+                sequence + ".  Replacing with 0xFFFD."));
         }
-        LogCapture const log;
-        (void)UTF16ToUTF8(data, BOM_UTF16_BE);
-        ASSERT_EQ(log.lines(), expected) << "case " << i;
+        messages += expected.size();
+        for (BOMTypes const order : ORDERS) {
+            Array<char> const data = arrayOf(bytesOf(units, order));
+            {
+                LogCapture const log;
+                (void)UTF16ToUTF8(data, order);
+                ASSERT_EQ(log.lines(), expected) << "case " << i;
+            }
+            LogCapture const log;
+            (void)inSteps(data, order);
+            ASSERT_EQ(log.lines(), expected) << "case " << i;
+        }
     }
+    EXPECT_GT(messages, 5'000U);
 }
 
 // ---------------------------------------------------------------------------- against iconv
