@@ -545,7 +545,7 @@ public:
     Replacer(RegularExpression const& expression, String const& replacement)
         : replacement_(replacement),
           isLiteral_(replacement.indexOf('%') == String::npos),
-          search_(isLiteral_ ? GroupSearch(expression, 1) : GroupSearch(expression)) {}
+          search_(expression) {}
 
     /// Whether there is a match in `subject`, which holds no NUL.
     bool find(std::string_view subject) noexcept { return search_.find(subject); }
@@ -566,6 +566,8 @@ public:
 private:
     String const& replacement_;
     bool isLiteral_;
+    /// With the groups even where the replacement uses none: some expressions, such as `(^a)+`,
+    /// match in libc's eyes until it is asked for their groups.
     GroupSearch search_;
 };
 

@@ -161,6 +161,16 @@ TEST(RealSed, LongTextsAndLinesAreEdited) {
     EXPECT_EQ(realSed(String(line), "s/x*/-/g", 0).length(), 2 * COUNT + 1);
 }
 
+TEST(RealSed, ALiteralReplacementFindsTheMatchesThatOneWithGroupsFinds) {
+    // The C library finds a match of these while nobody asks for groups.
+    EXPECT_TRUE(RegularExpression("(^a)+", 0).all_matches("aa").empty());
+    EXPECT_EQ(realSed("aa", "s/(^a)+/X/", 0), "aa");
+    EXPECT_EQ(realSed("aa", "s/(^a)+/\\0/", 0), "aa");
+    EXPECT_EQ(realSed("ab aa", "s/(\\<a)+/X/g", 0), realSed("ab aa", "s/(\\<a)+/X\\2/g", 0));
+    EXPECT_EQ(sed("aa", "(^a)+", "X"), "aa");
+    EXPECT_EQ(sed("aa", "(^a)+", "%0"), "aa");
+}
+
 // ---------------------------------------------------------------------------- sed
 
 TEST(Sed, ReplacesTheFirstMatch) {
