@@ -129,6 +129,7 @@ public:
         std::uint32_t chain = 0;  ///< the longest of all
 
         bool isBackReference = false;  ///< and nothing else
+        bool mustRefer = false;        ///< each way through takes a back-reference
         bool recurses = false;         ///< holds an unlimited repeat of a back-reference
 
         bool idles = false;      ///< an idle loop can be reached from the entry
@@ -180,7 +181,7 @@ public:
     Part backReference() noexcept {
         Part part = emptyStep();
         part.backReferences = 1;
-        part.isBackReference = true;
+        part.isBackReference = part.mustRefer = true;
         return part;
     }
 
@@ -197,6 +198,7 @@ public:
             refuse(PatternHazard::BACK_REFERENCES);
         }
         part.recurses = a.recurses || b.recurses;
+        part.mustRefer = a.mustRefer || b.mustRefer;
         part.visits = count(a.visits + product(a.waysThrough, b.visits));
         part.waysThrough = count(product(a.waysThrough, b.waysThrough));
         part.waysOut = count(b.waysOut + product(a.waysOut, b.waysThrough));
@@ -228,6 +230,7 @@ public:
         part.wild = a.wild + b.wild;
         part.backReferences = a.backReferences + b.backReferences;
         part.recurses = a.recurses || b.recurses;
+        part.mustRefer = a.mustRefer && b.mustRefer;
         part.visits = count(std::uint64_t{1} + a.visits + b.visits);
         part.waysThrough = count(std::uint64_t{a.waysThrough} + b.waysThrough);
         part.waysOut = count(std::uint64_t{a.waysOut} + b.waysOut + part.waysThrough);
@@ -319,7 +322,10 @@ private:
     Part loop(Part const& a) noexcept {
         build(1);
         if (a.backReferences != 0) {
-            bool const sound = a.backReferences == 1 && (a.isBackReference || a.waysThrough == 0);
+            // Where a round can pass by the back-reference, as in `("?)(\1?[a-z])*;`, regexec tries
+            // both ways at each: the time doubles with each byte of the subject.
+            bool const sound =
+                a.backReferences == 1 && a.mustRefer && (a.isBackReference || a.waysThrough == 0);
             if (!sound || recurses_) {
                 refuse(PatternHazard::BACK_REFERENCES_IN_LOOP);
             }

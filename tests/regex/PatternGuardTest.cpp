@@ -321,6 +321,10 @@ TEST(PatternGuard, LoopsAreRefusedOnlyInTheirBadCompany) {
     };
     constexpr Row ROWS[] = {
         {"(a)(b\\1\\1)*", PatternHazard::BACK_REFERENCES_IN_LOOP, "(a)(b\\1)*"},
+        {"(a)(\\1?b)*", PatternHazard::BACK_REFERENCES_IN_LOOP, "(a)(\\1b)*"},
+        {"(a?)((\\1|)b)*x", PatternHazard::BACK_REFERENCES_IN_LOOP, "(a?)(\\1b)*x"},
+        {"(a?)(b|\\1b)+", PatternHazard::BACK_REFERENCES_IN_LOOP, "(a?)(b\\1b)+"},
+        {"()(\\1?.){2,}", PatternHazard::BACK_REFERENCES_IN_LOOP, "()(\\1?.){2,3}"},
         {"(a)(\\1)*", PatternHazard::BACK_REFERENCES_IN_LOOP, "(a)\\1*"},
         {"(a)(b?\\1)*", PatternHazard::BACK_REFERENCES_IN_LOOP, "(a)(b\\1)*"},
         {"(a)\\1*(b)\\2*", PatternHazard::BACK_REFERENCES_IN_LOOP, "(a)\\1*(b)\\2{0,9}"},
