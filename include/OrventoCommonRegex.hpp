@@ -21,15 +21,20 @@
 /// - A subject is at most `RegularExpression::MAX_SUBJECT_LENGTH` bytes up to its first NUL; in a
 ///   longer one nothing is found.
 /// - Letter case, character classes and multi-byte characters are those of the locale that is set
-///   while compiling and matching; let it be the same at both times. In a UTF-8 locale a malformed
-///   byte is matched neither by `.` nor by `[^x]`.
+///   while compiling and matching; let it be the same at both times. In a UTF-8 locale a stray
+///   byte such as FF is matched neither by `.` nor by `[^x]`.
 /// - Of several matches the leftmost is taken, and of those that start there the longest.
 /// - The time of a search is the C library's: linear in the subject for simple expressions, but
 ///   quadratic and worse for some, above all those with back-references.
 /// - A pattern that the C library would answer with a crash, an endless loop or the exhaustion of
-///   all memory does not compile: the reason is the C library's for exhausted memory. These are
-///   patterns beyond any use, such as groups nested 100 deep, 50,000 nodes, or back-references that
-///   are repeated without a limit in several places or together, such as `(a*)(\1\1)*`.
+///   all memory does not compile: the reason is the C library's for exhausted memory. Most of these
+///   are beyond any use, such as groups nested 100 deep, 50,000 nodes, or back-references that are
+///   repeated without a limit in several places or together, such as `(a*)(\1\1)*`. With them go
+///   some that the C library might manage: a `+` or a count on a group that may be an anchor alone,
+///   without a limit (`(^|,)+`; write `(^|,)*` or `(^|,){1,9}`), and a back-reference beside an
+///   unlimited repeat of what can be empty (`(.)([a-z]*)*\1`; write `(.)[a-z]*\1`).
+/// - Memory of a search stays with the object, as the C library keeps what it has learned: it grows
+///   with the pattern and all texts searched so far. A copy starts afresh.
 /// - One unlimited repeat of a back-reference is fine, as in `(.)\1+`. The C library takes 512
 ///   bytes of stack for each byte of the subject then; subjects of more than 256 bytes are searched
 ///   in a thread of its own with so much stack, which takes some 20 microseconds to start and sees
@@ -155,7 +160,9 @@ public:
     /// The first match, then each of its groups in order of their opening parentheses.
     ///
     /// The first group that took no part in the match ends the list, even when later ones did:
-    /// `ab` against `((a)|(x))(b)` gives (0,2), (0,1), (0,1).
+    /// `ab` against `((a)|(x))(b)` gives (0,2), (0,1), (0,1). The offsets are the C library's,
+    /// which errs with some repeated back-references: the end of a group may then lie before its
+    /// start, or be 4294967295 (`ba` against `.*(\B)(a\1+)`).
     /// @par Complexity one search, and memory for `MAX_MATCH_SLOTS` pairs while it runs
     [[nodiscard]] Array<OffsetPair> all_matches(String const& subject) const;
 

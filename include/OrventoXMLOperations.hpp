@@ -77,8 +77,8 @@ ZEB_EXPORT void validateXML(String const& xml);
 /// @return the node found; `node` itself when the query holds no step; a null handle when no node
 ///   fits
 /// @throws OrventoXMLException "Too many attribute values in attribute specifier (3): id=1=2" and
-///   the like, when a part has more than one "=" outside quotes; no node has been looked at then.
-///   The message shows the part up to its first NUL
+///   the like, when a demanded attribute has three or more pieces that are not empty between "="
+///   outside quotes; no node has been looked at then. The message shows it up to its first NUL
 /// @throws std::bad_alloc, and what the log appender throws
 /// @par Logging under the component "zeb.common", at debug level and, for each comparison, at the
 ///   second debug level; `errno` stays as it was. Messages show whole nodes, so a search that is

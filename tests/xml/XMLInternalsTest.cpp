@@ -79,6 +79,7 @@ TEST(XMLQuery, IsParsedIntoSteps) {
         {"disk[\"a,b\"=\"[c]\"]", {"Name=disk[a,b=[c]]"}},
         {"a\\\"b.c", {"Name=a\\\"b", "Name=c"}},        // no closing quote: an ordinary byte
         {"\"a\\\".b\".c", {"Name=a\\\".b", "Name=c"}},  // the escaped one does not close
+        {"\"a.b\\\".c", {"Name=a.b\\", "Name=c"}},      // ... unless no other follows
         {"\"a.b", {"Name=\"a", "Name=b"}},
         {"\"\"\"\"", {"Name=\"\""}},  // one pair is taken off
         {"", {}},
@@ -134,6 +135,8 @@ TEST(XMLQuery, MoreThanOneEqualsSignIsAnError) {
     constexpr Row ROWS[] = {
         {"disk[id=1=2]", "Too many attribute values in attribute specifier (3): id=1=2"},
         {"a.b[ x = 1 = 2 = ]", "Too many attribute values in attribute specifier (3): x = 1 = 2 ="},
+        {"disk[a=b=c=d]", "Too many attribute values in attribute specifier (4): a=b=c=d"},
+        {"disk[\"a=b\"=c=d]", "Too many attribute values in attribute specifier (3): \"a=b\"=c=d"},
         {"a[b,c==d==e]", "Too many attribute values in attribute specifier (3): c==d==e"},
     };
     for (Row const& row : ROWS) {

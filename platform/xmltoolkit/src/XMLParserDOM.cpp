@@ -68,8 +68,8 @@ std::uint32_t secretNumber() {
 /// The distinct names of a document under construction: an open hash table of their indexes.
 ///
 /// The hash of a name is its value as a polynomial at a secret point, modulo the prime 2^31 - 1.
-/// Any two names of up to n bytes collide for at most n of the possible points, so nobody can write
-/// a text whose names all fall into one place.
+/// Two names of up to n bytes fall into the same one of m places for at most 2n of m points, so
+/// nobody can write a text whose names all fall into one place.
 ///
 /// A document repeats itself, though: mostly a name is followed by the one that followed it the
 /// last time. That one is tried first, which spares the hash.
@@ -135,8 +135,9 @@ private:
         std::uint64_t value = 0;
         for (char const byte : name) {
             value = value * point_ + static_cast<unsigned char>(byte);
-            // One round of folding keeps the value below 2^32 and the next product below 2^63.
+            // The product is below 2^62, and the sum below twice the prime.
             value = (value & PRIME) + (value >> 31);
+            value -= value >= PRIME ? PRIME : 0;
         }
         return static_cast<std::size_t>(value);
     }

@@ -10,7 +10,9 @@ namespace zeb::xmltoolkit {
 /// `what()` is one line, "line L, column C: reason". Both count from 1; a column is one character,
 /// whatever number of bytes it has, a byte order mark included; a carriage return with a line feed
 /// behind it ends one line.
-/// They tell where the offending character, markup or reference begins.
+/// They tell where the offending character, markup or reference begins; of an end tag that does not
+/// fit, its name; for a reference in a value of an attribute, the tag; for anything in the text of
+/// an entity, the reference to that.
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT DOMException : public foundation::Exception {
 public:
