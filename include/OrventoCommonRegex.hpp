@@ -30,9 +30,10 @@
 ///   all memory does not compile: the reason is the C library's for exhausted memory. Most of these
 ///   are beyond any use, such as groups nested 100 deep, 50,000 nodes, or back-references that are
 ///   repeated without a limit in several places or together, such as `(a*)(\1\1)*`. With them go
-///   some that the C library might manage: a `+` or a count on a group that may be an anchor alone,
-///   without a limit (`(^|,)+`; write `(^|,)*` or `(^|,){1,9}`), and a back-reference beside an
-///   unlimited repeat of what can be empty (`(.)([a-z]*)*\1`; write `(.)[a-z]*\1`).
+///   some that the C library might manage: an anchor in what a `+` or a count repeats, beside an
+///   unlimited repeat of what can be empty, which may be the `+` itself (`(^|,)+`; write
+///   `(^|,),*`), and a back-reference beside such a repeat (`(.)([a-z]*)*\1`; write
+///   `(.)[a-z]*\1`).
 /// - Memory of a search stays with the object, as the C library keeps what it has learned: it grows
 ///   with the pattern and all texts searched so far. A copy starts afresh.
 /// - One unlimited repeat of a back-reference is fine, as in `(.)\1+`. The C library takes 512
@@ -238,7 +239,7 @@ public:
                                                              CompilationOptions options);
 
     /// An expression for whole subjects from a wildcard: `*` stands for any text and `?` for any
-    /// one byte, a backslash for itself. The other operators of `escapeRegexSpecialCharacters` are
+    /// one character of the locale, a backslash for itself. The other operators of `escapeRegexSpecialCharacters` are
     /// treated as there.
     ///   `logs\*.txt` becomes `^logs\\.*\.txt$`, with BASIC_SYNTAX `^logs\\.*.txt$`; "" becomes
     ///   `^$`
@@ -263,7 +264,7 @@ private:
                                             String const& subject) noexcept;
 
 /// @name Editing in the manner of sed
-/// All of them trace what they do under the component "zeb.common.regex".
+/// `realSed` and `unprivilegedSed` trace what they do under the component "zeb.common.regex".
 /// @par Thread safety reentrant; two edits of one file must not overlap.
 /// @{
 
@@ -274,7 +275,7 @@ private:
 ///
 /// | Command            | What it does to the lines                                              |
 /// |--------------------|------------------------------------------------------------------------|
-/// | `s/EXPR/TEXT/`     | replaces the first match in each line; the closing delimiter may lack  |
+/// | `s/EXPR/TEXT/`     | replaces the first match in each line; the last `/`, or two, may lack  |
 /// | `s/EXPR/TEXT/g`    | replaces every match in each line; what follows the `g` is ignored     |
 /// | `/EXPR/d`          | deletes each line that matches                                         |
 /// | `/FROM/,/TO/d`     | deletes from a line that matches FROM to the next one that matches TO  |
@@ -321,7 +322,8 @@ private:
                                     String const& replacement);
 
 /// Applies `sed` to each line of a file and writes the file back in place, with the rights of the
-/// caller. A final newline, or its lack, stays as it is. A symbolic link is followed.
+/// caller. A final newline, or its lack, stays as it is, unless the expression matches the empty line
+/// behind it. A symbolic link is followed.
 ///
 /// All checks come first, and the new contents are complete in memory before the file is opened for
 /// writing, which empties it. From there on nothing is reported: when it cannot be opened the file

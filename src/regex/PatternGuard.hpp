@@ -64,8 +64,8 @@ enum class PatternHazard {
     COPIED_ANCHOR_AND_IDLE_LOOP
 };
 
-/// What libc is trusted with: all of it works in a thread with 256 KB of stack and less than 128 MB
-/// of memory, on x86-64 and on 32-bit x86. Measured with glibc 2.36.
+/// What libc is trusted with: at any one of these bounds it compiles with 256 KB of stack and less
+/// than 128 MB of memory, on x86-64 and on 32-bit x86. Measured with glibc 2.36.
 struct PatternBounds {
     /// Bytes of the pattern. The largest copies that libc makes of it take 16 bytes each.
     static constexpr std::size_t MAX_LENGTH = 65536;

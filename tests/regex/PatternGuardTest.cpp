@@ -331,7 +331,7 @@ TEST(PatternGuard, LoopsAreRefusedOnlyInTheirBadCompany) {
         {"((a)\\2*)*", PatternHazard::BACK_REFERENCES_IN_LOOP, "((a)\\2*)"},
         {"((a)\\2*){2}", PatternHazard::BACK_REFERENCES_IN_LOOP, "((a)\\2*){1}"},
         {"(a)((b\\1){1,3})*", PatternHazard::BACK_REFERENCES_IN_LOOP, "(a)((b\\1){1,3}){1,3}"},
-        {"(^|,)+", PatternHazard::COPIED_ANCHOR_AND_IDLE_LOOP, "(^|,){1,9}"},
+        {"(^|,)+", PatternHazard::COPIED_ANCHOR_AND_IDLE_LOOP, "(^|,),*"},
         {"(.)([a-z]*)*\\1", PatternHazard::BACK_REFERENCE_AND_IDLE_LOOP, "(.)[a-z]*\\1"},
         {"(a)(b?)*\\1", PatternHazard::BACK_REFERENCE_AND_IDLE_LOOP, "(a)(b)*\\1"},
         {"(a)\\1(x*)*", PatternHazard::BACK_REFERENCE_AND_IDLE_LOOP, "(a)\\1(x+)*"},
