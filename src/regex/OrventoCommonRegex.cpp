@@ -682,10 +682,10 @@ bool parseSedSearch(String const& sedString, SedOperationMode& mode, String& sea
         return false;
     }
     if (mode != SED_SEARCH) {  // COVERAGE: it has just been set
-        ZEB_LOG_DEBUG(         // COVERAGE: as above
+        ZEB_LOG_DEBUG(         // COVERAGE: mode is SED_SEARCH
             logger, UNIT,
             Format("regex: Global replacement for non-search in sed string \"%1\"", sedString));
-        return false;  // COVERAGE: as above
+        return false;  // COVERAGE: mode is SED_SEARCH
     }
     mode = SED_GLOBAL_SEARCH;
     if (flag + 1 < length) {

@@ -648,7 +648,7 @@ String untokenize(StringArray const& parts, String const& separator) {
         overflow |= __builtin_add_overflow(length, part.length(), &length);
     }
     if (overflow) {              // COVERAGE: only 32-bit programs can hold so many parts
-        throw std::bad_alloc();  // COVERAGE: as above
+        throw std::bad_alloc();  // COVERAGE: the same parts
     }
     StringBuffer joined(length);
     char* out = joined.prepare(length);
