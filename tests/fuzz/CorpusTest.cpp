@@ -5,7 +5,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <ostream>
 #include <string>
+#include <string_view>
 
 #include "Property.hpp"
 
@@ -14,6 +16,10 @@ namespace {
 struct Target {
     char const* name;
     void (*property)(std::string_view);
+    /// The name alone stands in the names of tests: addresses would differ from build to build.
+    friend std::ostream& operator<<(std::ostream& stream, Target const& target) {
+        return stream << target.name;
+    }
 };
 
 class Corpus : public testing::TestWithParam<Target> {};
