@@ -1,25 +1,63 @@
-// What public functions leave alone in the process that calls them.
+// What public functions leave alone in the process that calls them. A program of its own, because
+// its functions take the place of the C library's: a locale that is set and restored looks
+// untouched.
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <charconv>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <iterator>
+#include <locale>
 #include <map>
 #include <set>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "LogCapture.hpp"
 #include "PublicCalls.hpp"
 #include "RunProcess.hpp"
+
+namespace {
+
+/// Calls of `setlocale`, which is everybody's, in all threads.
+std::atomic<int> setlocaleCalls{0};
+/// Locales given to `uselocale`, which is each thread's own; a call without one only asks.
+thread_local int localesUsed = 0;
+
+template <typename Function>
+Function* libc(char const* name) {
+    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" {
+
+char* setlocale(int category, char const* name) {
+    ++setlocaleCalls;
+    return libc<decltype(setlocale)>("setlocale")(category, name);
+}
+
+locale_t uselocale(locale_t locale) {
+    if (locale != nullptr) {
+        ++localesUsed;
+    }
+    return libc<decltype(uselocale)>("uselocale")(locale);
+}
+
+}  // extern "C"
 
 namespace {
 
@@ -133,6 +171,8 @@ TEST(Surroundings, SignalsLocaleAndStandardStreamsAreLeftAlone) {
     LogCapture const capture;
     for (PublicCall const& call : publicCalls()) {
         SCOPED_TRACE(call.function);
+        setlocaleCalls = 0;
+        localesUsed = 0;
         std::string out;
         std::string err;
         {
@@ -146,9 +186,35 @@ TEST(Surroundings, SignalsLocaleAndStandardStreamsAreLeftAlone) {
         EXPECT_EQ(out, "");
         EXPECT_EQ(err, "");
         EXPECT_EQ(signalHandlers(), handlers);
+        EXPECT_EQ(setlocaleCalls, 0);
+        EXPECT_EQ(localesUsed, 0);
         EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C.UTF-8");
     }
     std::setlocale(LC_ALL, "C");
+}
+
+TEST(Surroundings, ASearchThatNeedsMuchStackSetsNoLocale) {
+    std::string const subject(1000, 'a');
+    ZEBNS2::RegularExpression const expression("(.)\\1+",
+                                               ZEBNS2::RegularExpression::EXTENDED_SYNTAX);
+    setlocaleCalls = 0;
+    localesUsed = 0;
+    EXPECT_EQ(expression.first_match(subject.c_str()), std::make_pair(0, 1000));
+    EXPECT_EQ(setlocaleCalls, 0);
+    EXPECT_EQ(localesUsed, 0);
+}
+
+// libstdc++ sets locales here for its own purposes.
+TEST(Surroundings, LocalesThatLibrariesSetAreCounted) {
+    setlocaleCalls = 0;
+    std::locale::global(std::locale::classic());
+    EXPECT_GT(setlocaleCalls, 0);
+    localesUsed = 0;
+    std::string_view const text = "1.5";
+    long double number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    EXPECT_EQ(number, 1.5L);
+    EXPECT_GT(localesUsed, 0);
 }
 
 TEST(Surroundings, ARedirectionSeesWhatIsWritten) {
