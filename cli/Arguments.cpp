@@ -21,7 +21,8 @@ namespace {
 
 /// Stores a value as it is: CLI11's own conversion to a string or number would change some, such as
 /// "010", which it reads as octal.
-CLI::callback_t store(std::string& value) {
+template <typename Value>
+CLI::callback_t store(Value& value) {
     return [&value](CLI::results_t const& results) {
         value = results.front();
         return true;
@@ -74,6 +75,11 @@ void Arguments::rest(char const* name, Words& values, char const* description) {
 }
 
 void Arguments::option(char const* name, char const* label, std::string& value,
+                       char const* description) {
+    app_->add_option(name, store(value), description)->type_name(label);
+}
+
+void Arguments::option(char const* name, char const* label, std::optional<std::string>& value,
                        char const* description) {
     app_->add_option(name, store(value), description)->type_name(label);
 }

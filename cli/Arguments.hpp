@@ -4,6 +4,7 @@
 
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -37,6 +38,9 @@ public:
     void rest(char const* name, Words& values, char const* description);
     /// An option with a value, which the help text calls `label`.
     void option(char const* name, char const* label, std::string& value, char const* description);
+    /// The same for one that may be absent, which is not the same as empty.
+    void option(char const* name, char const* label, std::optional<std::string>& value,
+                char const* description);
     /// An option whose value is one of `choices`.
     void option(char const* name, Words const& choices, std::string& value,
                 char const* description);

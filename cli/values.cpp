@@ -8,6 +8,7 @@
 
 #include <charconv>
 #include <iterator>
+#include <optional>
 #include <type_traits>
 
 namespace zeb::cli {
@@ -146,12 +147,12 @@ Status pad(Words const& words, Output& out) {
         char const* option;
         char const* description;
         String (*apply)(String const& text, unsigned int width, char fill);
-        std::string width;
+        std::optional<std::string> width;
     };
     Layout layouts[] = {
-        {"--left", "Left-aligned in WIDTH bytes", ZEBNS2::leftText, ""},
-        {"--right", "Right-aligned in WIDTH bytes", ZEBNS2::rightText, ""},
-        {"--center", "In the middle of WIDTH bytes", ZEBNS2::centerText, ""},
+        {"--left", "Left-aligned in WIDTH bytes", ZEBNS2::leftText, {}},
+        {"--right", "Right-aligned in WIDTH bytes", ZEBNS2::rightText, {}},
+        {"--center", "In the middle of WIDTH bytes", ZEBNS2::centerText, {}},
     };
     std::string text;
     std::string fill = " ";
@@ -167,8 +168,8 @@ Status pad(Words const& words, Output& out) {
         arguments.fail("--fill takes one byte");
     }
     for (Layout const& layout : layouts) {
-        if (!layout.width.empty()) {
-            auto const width = ZEBNS2::string_to_number<unsigned int>(layout.width, /*base=*/10);
+        if (layout.width) {
+            auto const width = ZEBNS2::string_to_number<unsigned int>(*layout.width, /*base=*/10);
             out.line(layout.apply(text, width, fill.front()));
             return DONE;
         }

@@ -14,6 +14,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 namespace zeb::cli {
@@ -158,7 +159,7 @@ Status xmlFind(Words const& words, Output& out) {
         "  zeb-text xml find --attribute size 'config.disk[type=ssd,id]' disks.xml\n"
         "  zeb-text xml find --text 'config.host[ip=\"10.0.0.1\"].name' disks.xml\n");
     std::string query;
-    std::string attribute;
+    std::optional<std::string> attribute;
     bool text = false;
     bool json = false;
     Words files;
@@ -183,10 +184,10 @@ Status xmlFind(Words const& words, Output& out) {
         }
         XMLNode const node = ZEBNS2::XMLNodeSearch(top, query);
         String shown;
-        if (node.isNull() || (!attribute.empty() && !findAttribute(node, attribute, shown))) {
+        if (node.isNull() || (attribute && !findAttribute(node, *attribute, shown))) {
             return;
         }
-        if (attribute.empty()) {
+        if (!attribute) {
             shown = text ? node.getText() : node.toString();
         }
         found = true;

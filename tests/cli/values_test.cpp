@@ -124,6 +124,8 @@ TEST(Pad, NeedsOneWidthAndOneByte) {
               failsWith("pad: --fill takes one byte (see zeb-text pad --help)"));
     EXPECT_EQ(zebText({"pad", "--left", "-3", "ab"}),
               failsWith("Cannot convert \"-3\" to an unsigned 32-bit integer: not a number"));
+    EXPECT_EQ(zebText({"pad", "--left=", "ab"}),
+              failsWith("Cannot convert \"\" to an unsigned 32-bit integer: not a number"));
 }
 
 TEST(Env, FindsAVariable) {

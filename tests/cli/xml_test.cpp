@@ -63,6 +63,11 @@ TEST(XmlFind, FindsNothing) {
               findsNothing());
 }
 
+TEST(XmlFind, AnEmptyNameIsTheNameOfNoAttribute) {
+    EXPECT_EQ(zebText({"xml", "find", "--attribute=", "a"}, "<a x='1'/>"), findsNothing());
+    EXPECT_EQ(zebText({"xml", "find", "--attribute", "", "a"}, "<a x='1'/>"), findsNothing());
+}
+
 TEST(XmlFind, SearchesEachFile) {
     TemporaryFolder const folder;
     std::string const a = folder.file("a.xml", "<a x='1'/>");
