@@ -36,7 +36,10 @@ std::string normalized(String const& text, int base) {
 /// A number, or the text of one that JSON does not know.
 ordered_json jsonNumber(std::string const& value) {
     ordered_json const number = ordered_json::parse(value, nullptr, /*allow_exceptions=*/false);
-    return number.is_number() ? number : ordered_json(value);
+    if (number.is_number()) {
+        return number;
+    }
+    return value == "-nan" ? "nan" : value;  // its sign says nothing
 }
 
 struct NumberType {

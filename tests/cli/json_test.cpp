@@ -86,6 +86,8 @@ TEST(Json, NumbersAreNumbersWhereThereAreSome) {
         {"real64", "inf", "\"inf\""},
         {"real64", "-inf", "\"-inf\""},
         {"real32", "nan", "\"nan\""},
+        {"real32", "-nan", "\"nan\""},
+        {"real64", "-nan", "\"nan\""},
     };
     for (Row const& row : ROWS) {
         EXPECT_EQ(zebText({"number", "--json", "--type", row.type, "--", row.text}),
