@@ -38,9 +38,8 @@
 ///   with the pattern and all texts searched so far. A copy starts afresh.
 /// - One unlimited repeat of a back-reference is fine, as in `(.)\1+`. The C library takes 512
 ///   bytes of stack for each byte of the subject then; subjects of more than 256 bytes are searched
-///   in a thread of its own with so much stack, which takes some 20 microseconds to start and sees
-///   the caller's locale. Nothing is found where there is no such stack, or it would be more than
-///   1 GiB (256 MiB in a 32-bit process).
+///   on a stack of that size, made for the search. Nothing is found where there is no such stack, or
+///   it would be more than 1 GiB (256 MiB in a 32-bit process).
 
 namespace ZEBNS2 {
 

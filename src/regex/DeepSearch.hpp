@@ -1,10 +1,11 @@
 #pragma once
 
-#include <pthread.h>
 #include <regex.h>
+#include <sys/mman.h>
+#include <ucontext.h>
+#include <unistd.h>
 
-#include <clocale>
-#include <csignal>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 
@@ -13,18 +14,17 @@
 
 namespace ZEBNS2 {
 
-/// Calls `regexec` in a thread that has more stack than the caller may have, and waits for it.
-/// Starting the thread takes some 20 microseconds; the kernel gives its stack memory as it is used.
+/// Calls `regexec` in the caller's thread, but on a stack of its own: more than the caller may
+/// have. The kernel gives the memory as it is used.
 class DeepSearch {
 public:
     /// Stack that every caller is expected to have left.
     static constexpr std::size_t CALLERS_STACK = std::size_t{128} * 1024;
-    /// What a thread may be started with: half of the addresses of a 32-bit process would be too
-    /// much to ask.
+    /// The largest stack: half of the addresses of a 32-bit process would be too much to ask.
     static constexpr std::size_t MAX_STACK =
         (sizeof(void*) == 4 ? std::size_t{256} : std::size_t{1024}) * 1024 * 1024;
 
-    /// As `regexec`.
+    /// As `regexec`; `errno` stays as it was.
     /// @param stack bytes that the search may take
     /// @return the code of `regexec`; REG_ESPACE when there is no such stack
     static int run(regex_t const& expression, char const* subject, std::size_t slotCount,
@@ -33,7 +33,10 @@ public:
             return REG_ESPACE;
         }
         DeepSearch search(expression, subject, slotCount, slots, flags);
-        return search.runInThread(static_cast<std::size_t>(stack)) ? search.result_ : REG_ESPACE;
+        int const before = errno;
+        search.runOnStack(static_cast<std::size_t>(stack));
+        errno = before;
+        return search.result_;
     }
 
 private:
@@ -43,36 +46,37 @@ private:
           subject_(subject),
           slotCount_(slotCount),
           slots_(slots),
-          flags_(flags),
-          locale_(::uselocale(nullptr)) {}
+          flags_(flags) {}
 
-    /// No signal is handled in the thread, and whoever cancels the caller waits for its end.
-    bool runInThread(std::size_t stack) noexcept {
-        ::sigset_t signals;
-        ::sigfillset(&signals);
-        ::pthread_attr_t attributes;
-        ::pthread_attr_init(&attributes);  // cannot fail in glibc
-        ::pthread_t thread{};
-        bool const started =
-            ::pthread_attr_setstacksize(&attributes, stack) == 0 &&
-            ::pthread_attr_setsigmask_np(&attributes, &signals) == 0 &&
-            ::pthread_create(&thread, &attributes, &DeepSearch::threadMain, this) == 0;
-        ::pthread_attr_destroy(&attributes);
-        if (started) {
-            int cancelState = 0;
-            ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState);
-            ::pthread_join(thread, nullptr);
-            ::pthread_setcancelstate(cancelState, nullptr);
+    void runOnStack(std::size_t size) noexcept {
+        // Below the stack, which grows downwards, a page that nobody may touch.
+        auto const guard = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+        void* const memory =
+            ::mmap(nullptr, guard + size, PROT_READ | PROT_WRITE,
+                   MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, /*fd=*/-1, 0);
+        if (memory == MAP_FAILED) {
+            return;
         }
-        return started;
+        ::mprotect(memory, guard, PROT_NONE);
+        ::ucontext_t caller{};
+        ::ucontext_t context{};
+        ::getcontext(&context);
+        context.uc_stack.ss_sp = memory;
+        context.uc_stack.ss_size = guard + size;
+        context.uc_link = &caller;
+        // A context takes its arguments as integers.
+        auto const self = std::uint64_t{reinterpret_cast<std::uintptr_t>(this)};
+        ::makecontext(&context, reinterpret_cast<void (*)()>(&DeepSearch::entry), 2,
+                      static_cast<unsigned int>(self >> 32), static_cast<unsigned int>(self));
+        ::swapcontext(&caller, &context);
+        ::munmap(memory, guard + size);
     }
 
-    static void* threadMain(void* search) {
-        auto& self = *static_cast<DeepSearch*>(search);
-        ::uselocale(self.locale_);
+    static void entry(unsigned int high, unsigned int low) noexcept {
+        auto const address = static_cast<std::uintptr_t>(std::uint64_t{high} << 32 | low);
+        auto& self = *reinterpret_cast<DeepSearch*>(address);
         self.result_ =
             ::regexec(&self.expression_, self.subject_, self.slotCount_, self.slots_, self.flags_);
-        return nullptr;
     }
 
     regex_t const& expression_;
@@ -80,7 +84,6 @@ private:
     std::size_t slotCount_;
     regmatch_t* slots_;
     int flags_;
-    ::locale_t locale_;
     int result_ = REG_ESPACE;
 };
 

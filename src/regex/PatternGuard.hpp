@@ -711,7 +711,7 @@ private:
 /// @param pattern its bytes up to the NUL, which is what regcomp sees
 /// @param extended whether regcomp is going to read it in extended syntax
 /// @param recurses if not null, set to whether regexec takes LOOP_STACK_PER_BYTE for each byte of
-///   the subject; only a thread with so much stack survives matching then
+///   the subject; only so much stack survives matching then
 /// @return NONE when it would; a pattern that libc refuses of its own accord counts as harmless
 /// @throws std::bad_alloc (a pattern without groups takes no memory)
 /// @par Thread safety reentrant.

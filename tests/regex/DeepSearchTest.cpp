@@ -101,7 +101,7 @@ TEST(DeepSearch, NothingIsFoundWhereThereIsNoStack) {
 }
 
 TEST(DeepSearch, SignalsStayWithTheCaller) {
-    // Were they handled in the other thread, its identifier would be seen.
+    // They come while the search stands on its own stack.
     static pthread_t handledBy;
     struct sigaction action {};
     struct sigaction before {};
