@@ -167,7 +167,12 @@ void Output::finish() {
     }
 }
 
-bool forEachName(Words const& names, std::function<void(std::string const&)> const& work) {
+bool forEachName(Output& out, Words const& names,
+                 std::function<void(std::string const&)> const& work) {
+    auto const tell = [&out](std::string_view message, std::string_view place = {}) {
+        out.flush();
+        report(message, place);
+    };
     bool allWell = true;
     for (std::string const& name : names) {
         try {
@@ -176,22 +181,22 @@ bool forEachName(Words const& names, std::function<void(std::string const&)> con
         } catch (OutputFailure const&) {
             throw;
         } catch (Failure const& failure) {
-            report(failure.what(), failure.place);
+            tell(failure.what(), failure.place);
         } catch (foundation::FileSystemException const& exception) {
-            report(exception.what());  // names the file itself
+            tell(exception.what());  // names the file itself
         } catch (std::bad_alloc const&) {
-            report(name + ": out of memory");
+            tell(name + ": out of memory");
         } catch (std::exception const& exception) {
-            report(name + ": " + exception.what());
+            tell(name + ": " + exception.what());
         }
         allWell = false;
     }
     return allWell;
 }
 
-bool forEachInput(Words const& files,
+bool forEachInput(Output& out, Words const& files,
                   std::function<void(std::string const&, String const&)> const& work) {
-    return forEachName(files.empty() ? Words{"-"} : files,
+    return forEachName(out, files.empty() ? Words{"-"} : files,
                        [&work](std::string const& name) { work(name, readInput(name)); });
 }
 

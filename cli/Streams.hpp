@@ -72,24 +72,26 @@ public:
     void json(nlohmann::ordered_json const& object);
     /// Writes what is left; afterwards there is no standard output any more.
     void finish();
-
-private:
+    /// Writes what is left and goes on.
     void flush();
 
+private:
     std::string buffer_;
     bool used_ = false;
 };
 
 /// Hands the name and contents of each of `files`, of standard input for "-" and when there are
-/// none, to `work`. What is wrong with one of them is reported and the others are still done. While
-/// a large one is read, a line on standard error tells how far that is, if that is a terminal.
+/// none, to `work`. What is wrong with one of them is reported, behind what `out` has got so far,
+/// and the others are still done. While a large one is read, a line on standard error tells how far
+/// that is, if that is a terminal.
 /// @return whether nothing was wrong
 bool forEachInput(
-    Words const& files,
+    Output& out, Words const& files,
     std::function<void(std::string const& name, foundation::String const& contents)> const& work);
 
 /// Calls `work` for each of `names`, as `forEachInput` does, and reads nothing.
-bool forEachName(Words const& names, std::function<void(std::string const& name)> const& work);
+bool forEachName(Output& out, Words const& names,
+                 std::function<void(std::string const& name)> const& work);
 
 /// The exit status of a command that looks for something.
 [[nodiscard]] Status searchStatus(bool allWell, bool found);

@@ -187,13 +187,13 @@ Status edit(Words const& words, Output& out) {
 
     requireSedCommand(command, syntax.options());
     arguments.startTrace();
-    bool const allWell = forEachInput(files, [&](std::string const&, String const& text) {
+    bool const allWell = forEachInput(out, files, [&](std::string const&, String const& text) {
         out.write(ZEBNS2::realSed(text, command, syntax.options()));
     });
     return allWell ? DONE : FAILED;
 }
 
-Status replace(Words const& words, Output&) {
+Status replace(Words const& words, Output& out) {
     Arguments arguments("replace",
                         "Rewrites files in place: in each line the first match of EXPRESSION "
                         "becomes TEMPLATE,\nin which %0 is the match, %1 to %9 are its groups and "
@@ -214,7 +214,7 @@ Status replace(Words const& words, Output&) {
 
     files.insert(files.begin(), file);
     RegularExpression const expression = compiled(pattern, syntax.options());
-    bool const allWell = forEachName(files, [&](std::string const& name) {
+    bool const allWell = forEachName(out, files, [&](std::string const& name) {
         // unprivilegedSed does not look whether its writing succeeds, which it does not on a full
         // disk. What is no regular file is left to it: it refuses that, reading it might never end.
         bool const regular =
@@ -259,7 +259,7 @@ Status match(Words const& words, Output& out) {
     bool const colored = selection.colored;
     RegularExpression const expression = compiled(pattern, syntax.options());
     bool found = false;
-    bool const allWell = forEachInput(files, [&](std::string const& name, String const& text) {
+    bool const allWell = forEachInput(out, files, [&](std::string const& name, String const& text) {
         StringArray const lines = linesOf(text);
         Array<unsigned int> const matching = expression.find_matching_line_numbers(lines);
         Array<unsigned int> const selected =

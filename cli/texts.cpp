@@ -56,7 +56,7 @@ Status tokens(Words const& words, Output& out) {
     arguments.parse(words);
 
     bool found = false;
-    bool const allWell = forEachInput(files, [&](std::string const& name, String const& text) {
+    bool const allWell = forEachInput(out, files, [&](std::string const& name, String const& text) {
         StringArray const list = ZEBNS2::quoted_string_tokenization(text, delimiters.c_str());
         found = found || !list.empty();
         for (String const& token : list) {
@@ -83,7 +83,7 @@ Status searchReplace(Words const& words, Output& out) {
     arguments.rest("FILE", files, "Files to read; without one, standard input");
     arguments.parse(words);
 
-    bool const allWell = forEachInput(files, [&](std::string const&, String const& text) {
+    bool const allWell = forEachInput(out, files, [&](std::string const&, String const& text) {
         out.write(ZEBNS2::search_replace(text, search, replacement));
     });
     return allWell ? DONE : FAILED;

@@ -74,7 +74,7 @@ Status toUtf8(Words const& words, Output& out) {
     arguments.rest("FILE", files, "Files to read; without one, standard input");
     arguments.parse(words);
 
-    bool const allWell = forEachInput(files, [&](std::string const& name, String const& text) {
+    bool const allWell = forEachInput(out, files, [&](std::string const& name, String const& text) {
         Array<char> const bytes = bytesOf(text);
         note(name + ": " + nameOf(ZEBNS2::autodetectByteOrder(bytes)));
         if (!bytes.empty()) {
@@ -94,7 +94,7 @@ Status xmlFix(Words const& words, Output& out) {
     arguments.rest("FILE", files, "Files to read; without one, standard input");
     arguments.parse(words);
 
-    bool const allWell = forEachInput(files, [&](std::string const&, String const& text) {
+    bool const allWell = forEachInput(out, files, [&](std::string const&, String const& text) {
         out.write(withoutForbiddenCharacters(utf8ByMark(text)));
     });
     return allWell ? DONE : FAILED;

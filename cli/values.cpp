@@ -94,7 +94,7 @@ Status date(Words const& words, Output& out) {
     arguments.parse(words);
 
     bool found = false;
-    bool const allWell = forEachInput(files, [&](std::string const& name, String const& text) {
+    bool const allWell = forEachInput(out, files, [&](std::string const& name, String const& text) {
         String const first = ZEBNS2::extractGenericDate(text);
         if (!first.empty()) {
             found = true;
@@ -197,18 +197,19 @@ Status environment(Words const& words, Output& out) {
     // No value holds a NUL byte, so this one is still there only when there was no value.
     String const none("", 1);
     bool found = false;
-    bool const allWell = forEachInput(files, [&](std::string const& file, String const& block) {
-        String value = none;
-        ZEBNS2::extractEnv(block, name.c_str(), value, '=');
-        if (value != none) {
-            found = true;
-            if (json) {
-                out.json({{"file", file}, {"name", name}, {"value", std::string(value)}});
-            } else {
-                out.line(value);
+    bool const allWell =
+        forEachInput(out, files, [&](std::string const& file, String const& block) {
+            String value = none;
+            ZEBNS2::extractEnv(block, name.c_str(), value, '=');
+            if (value != none) {
+                found = true;
+                if (json) {
+                    out.json({{"file", file}, {"name", name}, {"value", std::string(value)}});
+                } else {
+                    out.line(value);
+                }
             }
-        }
-    });
+        });
     return searchStatus(allWell, found);
 }
 

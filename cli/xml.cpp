@@ -122,7 +122,7 @@ Status xmlCheck(Words const& words, Output& out) {
     arguments.parse(words);
 
     bool allWellFormed = true;
-    bool const allWell = forEachInput(files, [&](std::string const& name, String const& text) {
+    bool const allWell = forEachInput(out, files, [&](std::string const& name, String const& text) {
         String reason;
         if (ZEBNS2::validateXML(text, reason)) {
             if (json) {
@@ -173,30 +173,31 @@ Status xmlFind(Words const& words, Output& out) {
     arguments.parse(words);
 
     bool found = false;
-    bool const allWell = forEachInput(files, [&](std::string const& name, String const& input) {
-        XMLNode top;
-        try {
-            top = XMLParserDOM::parse(input);
-        } catch (DOMException const& exception) {
-            Malformed const malformed(exception.what());
-            throw Failure(malformed.located(name),
-                          malformed.place(input, isColored(STDERR_FILENO)));
-        }
-        XMLNode const node = ZEBNS2::XMLNodeSearch(top, query);
-        String shown;
-        if (node.isNull() || (attribute && !findAttribute(node, *attribute, shown))) {
-            return;
-        }
-        if (!attribute) {
-            shown = text ? node.getText() : node.toString();
-        }
-        found = true;
-        if (json) {
-            out.json(jsonOf(name, node));
-        } else {
-            out.line(shown);
-        }
-    });
+    bool const allWell =
+        forEachInput(out, files, [&](std::string const& name, String const& input) {
+            XMLNode top;
+            try {
+                top = XMLParserDOM::parse(input);
+            } catch (DOMException const& exception) {
+                Malformed const malformed(exception.what());
+                throw Failure(malformed.located(name),
+                              malformed.place(input, isColored(STDERR_FILENO)));
+            }
+            XMLNode const node = ZEBNS2::XMLNodeSearch(top, query);
+            String shown;
+            if (node.isNull() || (attribute && !findAttribute(node, *attribute, shown))) {
+                return;
+            }
+            if (!attribute) {
+                shown = text ? node.getText() : node.toString();
+            }
+            found = true;
+            if (json) {
+                out.json(jsonOf(name, node));
+            } else {
+                out.line(shown);
+            }
+        });
     return searchStatus(allWell, found);
 }
 

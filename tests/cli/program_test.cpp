@@ -196,6 +196,9 @@ TEST(Program, OfAReaderThatGoesAwayOnlyTheStatusTells) {
 
 TEST(Program, WritesAllThatItHasBeforeItFails) {
     EXPECT_EQ(zebText({"utf8", "-", "/nonexistent"}, "text").out, "text");
+    EXPECT_EQ(shell("echo '<a/>' | \"$0\" xml check - /nonexistent - 2>&1").out,
+              "-: ok\nzeb-text: Cannot read file /nonexistent: No such file or directory\n"
+              "-:1:1: no element found\n  \n  ^\n");
 }
 
 }  // namespace
