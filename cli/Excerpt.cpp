@@ -126,9 +126,11 @@ std::string excerpt(std::string_view text, std::size_t offset, bool colored) {
            painted(colored, MATCH_COLOR, "^") + "\n";
 }
 
-std::string beginning(std::string_view text) {
+std::string shortened(std::string_view text) {
     std::string_view const part = text.substr(0, 2 * SIDE_BYTES);
-    return "  " + head(printable(part), 2 * SIDE_WIDTH, part.size() < text.size()) + "\n";
+    return head(printable(part), 2 * SIDE_WIDTH, part.size() < text.size());
 }
+
+std::string beginning(std::string_view text) { return "  " + shortened(text) + "\n"; }
 
 }  // namespace zeb::cli

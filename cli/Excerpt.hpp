@@ -15,6 +15,9 @@ namespace zeb::cli {
 ///   excerpt("a(b", 1, false) == "  a(b\n   ^\n"
 [[nodiscard]] std::string excerpt(std::string_view text, std::size_t offset, bool colored);
 
+/// As much of the printable text's beginning as an excerpt shows.
+[[nodiscard]] std::string shortened(std::string_view text);
+
 /// One line with as much of the text's beginning, for a place that is not known.
 [[nodiscard]] std::string beginning(std::string_view text);
 

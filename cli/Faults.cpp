@@ -192,8 +192,8 @@ void requireSedCommand(std::string const& command, Options options) {
         return beginsSedCommand(prefix, options);
     });
     std::string const column = sound ? " at column " + std::to_string(*sound + 1) : "";
-    throw Failure("edit: unknown sed command \"" + command + "\"" + column + " (see " + PROGRAM +
-                      " edit --help)",
+    throw Failure("edit: unknown sed command \"" + shortened(command) + "\"" + column + " (see " +
+                      PROGRAM + " edit --help)",
                   sound ? excerpt(command, *sound, isColored(STDERR_FILENO)) : beginning(command));
 }
 

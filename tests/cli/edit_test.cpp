@@ -145,5 +145,13 @@ TEST(Edit, TakesMegabytes) {
     EXPECT_TRUE(result.out == edited);
 }
 
+TEST(Edit, ALongUnknownCommandIsCut) {
+    std::string const many(200, 'y');
+    EXPECT_EQ(zebText({"edit", many}),
+              failsWith("edit: unknown sed command \"" + many.substr(0, 72) +
+                            "...\" at column 1 (see zeb-text edit --help)",
+                        "  " + many.substr(0, 36) + "...\n  ^\n"));
+}
+
 }  // namespace
 }  // namespace zeb::test
