@@ -123,6 +123,7 @@ void Arguments::parse(Words const& words) {
     } catch (CLI::CallForHelp const&) {
         throw HelpRequest(app_->help());
     } catch (CLI::ParseError const& error) {
+        refuseUnknownOptions();  // which is why a word may be missing
         fail(error.what());
     }
     takeRest();
@@ -131,16 +132,26 @@ void Arguments::parse(Words const& words) {
 }
 
 // What CLI11 leaves over are words, unknown options and the mark "--".
+void Arguments::refuseUnknownOptions() const {
+    for (std::string const& word : app_->remaining()) {
+        if (word == "--") {
+            return;
+        }
+        if (word.size() > 1 && word.front() == '-') {
+            fail("unknown option " + word + "; put -- before it if it is no option");
+        }
+    }
+}
+
 void Arguments::takeRest() {
     if (rest_ == nullptr) {
         return;
     }
+    refuseUnknownOptions();
     bool options = true;
     for (std::string const& word : app_->remaining()) {
         if (options && word == "--") {
             options = false;
-        } else if (options && word.size() > 1 && word.front() == '-') {
-            fail("unknown option " + word);
         } else {
             rest_->push_back(word);
         }

@@ -60,6 +60,7 @@ public:
     [[noreturn]] void fail(std::string const& reason) const;
 
 private:
+    void refuseUnknownOptions() const;
     void takeRest();
 
     std::string command_;

@@ -63,7 +63,7 @@ Status run(Words words, Output& out) {
     if (words.empty()) {
         throw Failure("COMMAND is required (see zeb-text --help)");
     }
-    if (words[0] == "--help") {
+    if (words[0] == "--help" || words[0] == "-h") {
         out.write(help());
         return DONE;
     }

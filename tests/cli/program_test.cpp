@@ -16,6 +16,7 @@ TEST(Program, HelpListsEveryCommand) {
     ProcessResult const help = zebText({"--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_EQ(help.err, "");
+    EXPECT_EQ(zebText({"-h"}), help);
     for (std::string const command : COMMANDS) {
         EXPECT_NE(help.out.find("\n  " + command + " "), std::string::npos) << command;
     }
@@ -81,9 +82,16 @@ TEST(Program, NeedsAKnownCommand) {
 TEST(Program, RefusesArgumentsThatItDoesNotKnow) {
     EXPECT_EQ(zebText({"edit"}), failsWith("edit: COMMAND is required (see zeb-text edit --help)"));
     EXPECT_EQ(zebText({"edit", "--frobnicate", "s/a/b/"}),
-              failsWith("edit: unknown option --frobnicate (see zeb-text edit --help)"));
+              failsWith("edit: unknown option --frobnicate; put -- before it if it is no option "
+                        "(see zeb-text edit --help)"));
     EXPECT_EQ(zebText({"edit", "s/a/b/", "-n"}),
-              failsWith("edit: unknown option -n (see zeb-text edit --help)"));
+              failsWith("edit: unknown option -n; put -- before it if it is no option (see "
+                        "zeb-text edit --help)"));
+    EXPECT_EQ(zebText({"match", "-x"}), failsWith("match: unknown option -x; put -- before it if "
+                                                  "it is no option (see zeb-text match --help)"));
+    EXPECT_EQ(zebText({"unquote", "-x"}),
+              failsWith("unquote: unknown option -x; put -- before it if it is no option (see "
+                        "zeb-text unquote --help)"));
     EXPECT_EQ(zebText({"unquote", "a", "b"}),
               failsWith("unquote: The following argument was not expected: b (see zeb-text "
                         "unquote --help)"));
