@@ -762,9 +762,10 @@ String doSedDeleteRange(String const& text, String const& /*sedString*/,
 /// Replaces the matches in the rest of a line behind its first match; each rest is searched as a
 /// line of its own.
 /// @param position end of the first match
+/// @param function whose messages these are
 /// @return where the trailing text begins
 std::size_t replaceFurtherMatches(StringBuffer& edited, std::string_view line, std::size_t position,
-                                  Replacer& replacer, Logger const& logger) {
+                                  Replacer& replacer, Logger const& logger, char const* function) {
     std::size_t matchEnd = position;
     std::size_t seenEnd = upToNul(line).size();
     for (;;) {
@@ -787,15 +788,14 @@ std::size_t replaceFurtherMatches(StringBuffer& edited, std::string_view line, s
             continue;
         }
         std::string_view const leading = line.substr(position, start - position);
-        ZEB_LOG_DEBUG3(logger, UNIT,
-                       Format("regex: Adding inner match leading text (%1-%2) \"%3\"", position,
-                              start, leading));
+        ZEB_LOG_AS(logger, DEBUG3, UNIT, function,
+                   Format("regex: Adding inner match leading text (%1-%2) \"%3\"", position, start,
+                          leading));
         edited.append(leading);
         String const expanded = replacer.text(rest);
-        ZEB_LOG_DEBUG3(
-            logger, UNIT,
-            Format("regex: Adding inner match replacement text (%1-%2) for \"%3\" to \"%4\"", start,
-                   end, replacer.replacement(), expanded));
+        ZEB_LOG_AS(logger, DEBUG3, UNIT, function,
+                   Format("regex: Adding inner match replacement text (%1-%2) for \"%3\" to \"%4\"",
+                          start, end, replacer.replacement(), expanded));
         edited.append(expanded);
         position = end;
         matchEnd = end;
@@ -834,8 +834,9 @@ String doSedSearch(String const& text, String const& /*sedString*/,
                               start, end, replacement, expanded));
         edited.append(expanded);
         std::size_t const position =
-            mode == SED_GLOBAL_SEARCH ? replaceFurtherMatches(edited, line, end, replacer, logger)
-                                      : end;
+            mode == SED_GLOBAL_SEARCH
+                ? replaceFurtherMatches(edited, line, end, replacer, logger, __PRETTY_FUNCTION__)
+                : end;
         std::string_view const trailing = line.substr(position);
         ZEB_LOG_DEBUG3(
             logger, UNIT,

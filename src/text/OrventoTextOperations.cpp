@@ -230,17 +230,23 @@ unsigned int combine(unsigned short high, unsigned short low) {
     return ((high & 0x3FFU) << 10 | (low & 0x3FFU)) + 0x10000;
 }
 
+// The steps that others take too log in the name of the function that is the step.
+constexpr char AUTODETECT_BYTE_ORDER[] =
+    "ZEBNS2::BOMTypes ZEBNS2::autodetectByteOrder(const ZEBNS2::Array<char>&)";
+constexpr char UTF16_TO_UTF32[] =
+    "ZEBNS2::Array<unsigned int> ZEBNS2::UTF16ToUTF32(const ZEBNS2::Array<unsigned short>&)";
+
 void logLoneSurrogate(Logger const& logger, unsigned short unit) {
-    ZEB_LOG_DEBUG(logger, UNIT,
-                  Format("UTF16ToUTF32: Found out-of-range character 0x%1.  Replacing with 0xFFFD.",
-                         Hexify<unsigned short>(unit, true)));
+    ZEB_LOG_AS(logger, DEBUG, UNIT, UTF16_TO_UTF32,
+               Format("UTF16ToUTF32: Found out-of-range character 0x%1.  Replacing with 0xFFFD.",
+                      Hexify<unsigned short>(unit, true)));
 }
 
 void logBrokenPair(Logger const& logger, unsigned short high, unsigned short unit) {
-    ZEB_LOG_DEBUG(logger, UNIT,
-                  Format("UTF16ToUTF32: Found invalid surragate character 0x%1 0x%2.  Replacing "
-                         "with 0xFFFD.",
-                         Hexify<unsigned int>(high, false), Hexify<unsigned short>(unit, true)));
+    ZEB_LOG_AS(logger, DEBUG, UNIT, UTF16_TO_UTF32,
+               Format("UTF16ToUTF32: Found invalid surragate character 0x%1 0x%2.  Replacing "
+                      "with 0xFFFD.",
+                      Hexify<unsigned int>(high, false), Hexify<unsigned short>(unit, true)));
 }
 
 /// Takes the next code point from `units` and moves `index`, which is less than `count`, behind it.
@@ -448,8 +454,8 @@ BOMTypes detectByteOrder(std::string_view bytes, Logger const& logger) {
     if (startsWith("\xFE\xFF")) {
         return BOM_UTF16_BE;
     }
-    ZEB_LOG_DEBUG(logger, UNIT,
-                  "autodetectByteOrder: Did not find explict byte order mark.  Checking content.");
+    ZEB_LOG_AS(logger, DEBUG, UNIT, AUTODETECT_BYTE_ORDER,
+               "autodetectByteOrder: Did not find explict byte order mark.  Checking content.");
     static constexpr std::size_t EXAMINED = 10;
     if (bytes.size() <= EXAMINED) {
         return BOM_UNKNOWN;

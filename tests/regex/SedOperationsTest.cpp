@@ -396,6 +396,9 @@ TEST(SedLogging, MessagesNameComponentUnitAndFunction) {
         EXPECT_EQ(message.file, "OrventoCommonRegex");
         EXPECT_GT(message.line, 0);
         EXPECT_EQ(message.text.compare(0, 7, "regex: "), 0);
+        if (message.text.find("inner match") != std::string::npos) {
+            EXPECT_NE(message.function.find("doSedSearch("), std::string::npos) << message.function;
+        }
     }
     EXPECT_NE(log.messages()[0].function.find("ZEBNS2::realSed("), std::string::npos)
         << log.messages()[0].function;

@@ -96,8 +96,14 @@ TEST(AutodetectByteOrder, SaysWhenThereIsNoMark) {
     (void)autodetectByteOrder(arrayOf(""));
     EXPECT_THAT(log.lines(), ElementsAre(NO_MARK));
     (void)autodetectByteOrder(arrayOf("a\0b\0c\0d\0e\0f\0"sv));
-    EXPECT_THAT(log.lines(), ElementsAre(NO_MARK, NO_MARK));
-    EXPECT_EQ(log.messages()[0].file, "OrventoTextOperations");
+    (void)convertToUTF8(arrayOf("plain"));
+    EXPECT_THAT(log.lines(), ElementsAre(NO_MARK, NO_MARK, NO_MARK, testing::_));
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(log.messages()[i].file, "OrventoTextOperations");
+        EXPECT_THAT(log.messages()[i].function,
+                    testing::HasSubstr(" ZEBNS2::autodetectByteOrder("));
+    }
+    EXPECT_THAT(log.messages()[3].function, testing::HasSubstr(" ZEBNS2::convertToUTF8("));
 }
 
 // ---------------------------------------------------------------------------- regroupUTF16

@@ -104,6 +104,9 @@ TEST(UTF16ToUTF32, SaysWhatItReplaces) {
                                   "with 0xFFFD.")));
     EXPECT_EQ(log.messages()[0].file, "OrventoTextOperations");
     EXPECT_GT(log.messages()[0].line, 0);
+    for (auto const& message : log.messages()) {
+        EXPECT_THAT(message.function, testing::HasSubstr(" ZEBNS2::UTF16ToUTF32("));
+    }
 }
 
 TEST(UTF16ToUTF32, KeepsErrnoAndIsSilentBelowDebugLevel) {

@@ -161,15 +161,19 @@ private:
 /// Log `message`, an expression that is evaluated only when `logger` lets the level through, in the
 /// name of the source unit `unit`. `errno` stays as it was.
 /// @{
-/// Logs at the level `LEVEL`, such as `DEBUG`.
-#define ZEB_LOG(logger, LEVEL, unit, message)                                                     \
+/// Logs at the level `LEVEL`, such as `DEBUG`, in the name of `function`: of a public one, where
+/// several share a step.
+#define ZEB_LOG_AS(logger, LEVEL, unit, function, message)                                        \
     do {                                                                                          \
         if ((logger).getLogLevel() >= ::zeb::foundation::Logger::LEVEL##_LEVEL) {                 \
             ::zeb::foundation::ErrnoGuard const errnoGuard;                                       \
             (logger).logMessage(::zeb::foundation::Logger::STR_##LEVEL##_CATEGORY, message, unit, \
-                                __LINE__, __PRETTY_FUNCTION__);                                   \
+                                __LINE__, function);                                              \
         }                                                                                         \
     } while (false)
+/// Logs at the level `LEVEL` in the name of the function where it stands.
+#define ZEB_LOG(logger, LEVEL, unit, message) \
+    ZEB_LOG_AS(logger, LEVEL, unit, __PRETTY_FUNCTION__, message)
 /// Logs at debug level.
 #define ZEB_LOG_DEBUG(logger, unit, message) ZEB_LOG(logger, DEBUG, unit, message)
 /// Logs at the second debug level.
