@@ -161,6 +161,14 @@ TEST(RealSed, LongTextsAndLinesAreEdited) {
     EXPECT_EQ(realSed(String(line), "s/x*/-/g", 0).length(), 2 * COUNT + 1);
 }
 
+TEST(RealSed, AGroupThatTookNoPartInAFurtherMatchIsReplacedByNothing) {
+    EXPECT_EQ(realSed("aba", "s/(a)|b/[\\1]/g", 0), "[a][][a]");
+}
+
+TEST(RealSed, ADeleteCommandEndsAtItsNul) {
+    EXPECT_EQ(realSed("a\nb", String("/a/d\0zz", 7), 0), "b");
+}
+
 TEST(RealSed, ALiteralReplacementFindsTheMatchesThatOneWithGroupsFinds) {
     // The C library finds a match of these while nobody asks for groups.
     EXPECT_TRUE(RegularExpression("(^a)+", 0).all_matches("aa").empty());
