@@ -10,7 +10,8 @@ namespace zeb::test {
 
 using common::JORLibraryException;
 
-INSTANTIATE_TYPED_TEST_SUITE_P(JORLibraryException, DerivedException, JORLibraryException);
+INSTANTIATE_TYPED_TEST_SUITE_P(JORLibraryException, DerivedException, JORLibraryException,
+                               ExceptionName);
 
 TEST(JORLibraryException, TypeIsItsName) {
     JORLibraryException const exception("", 0, "", 0, nullptr, 0);

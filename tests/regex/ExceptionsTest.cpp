@@ -18,9 +18,10 @@ using ZEBNS2::RegularExpressionException;
 static_assert(BadRegexException::SOURCE_LINE == 24);
 static_assert(RegularExpressionException::SOURCE_LINE == 136);
 
-INSTANTIATE_TYPED_TEST_SUITE_P(BadRegexException, DerivedException, BadRegexException);
+INSTANTIATE_TYPED_TEST_SUITE_P(BadRegexException, DerivedException, BadRegexException,
+                               ExceptionName);
 INSTANTIATE_TYPED_TEST_SUITE_P(RegularExpressionException, DerivedException,
-                               RegularExpressionException);
+                               RegularExpressionException, ExceptionName);
 
 TEST(BadRegexException, TypeIsItsName) {
     EXPECT_STREQ(BadRegexException("", 0, "", 0, nullptr, 0).type(), "BadRegexException");

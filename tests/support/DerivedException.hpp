@@ -27,6 +27,14 @@ protected:
 };
 TYPED_TEST_SUITE_P(DerivedException);
 
+/// Names the instantiations in what the tests print.
+struct ExceptionName {
+    template <typename T>
+    static std::string GetName(int) {
+        return T("", 0, "", 0, nullptr, 0).type();
+    }
+};
+
 TYPED_TEST_P(DerivedException, AddsNothingToItsBaseButTheType) {
     EXPECT_TRUE((std::is_base_of_v<foundation::Exception, TypeParam>));
     EXPECT_EQ(sizeof(TypeParam), sizeof(foundation::Exception));

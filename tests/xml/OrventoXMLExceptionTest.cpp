@@ -15,7 +15,8 @@ using ZEBNS2::OrventoXMLException;
 
 static_assert(std::is_base_of_v<JORLibraryException, OrventoXMLException>);
 
-INSTANTIATE_TYPED_TEST_SUITE_P(OrventoXMLException, DerivedException, OrventoXMLException);
+INSTANTIATE_TYPED_TEST_SUITE_P(OrventoXMLException, DerivedException, OrventoXMLException,
+                               ExceptionName);
 
 // This program links to the library only: what the library throws is caught on its other side.
 TEST(OrventoXMLException, IsCaughtAsAnyOfItsBases) {
