@@ -38,8 +38,8 @@
 ///   with the pattern and all texts searched so far. A copy starts afresh.
 /// - One unlimited repeat of a back-reference is fine, as in `(.)\1+`. The C library takes 512
 ///   bytes of stack for each byte of the subject then; subjects of more than 256 bytes are searched
-///   on a stack of that size, made for the search. Nothing is found where there is no such stack, or
-///   it would be more than 1 GiB (256 MiB in a 32-bit process).
+///   on a stack of that size, made for the search. Nothing is found where there is no such stack,
+///   or it would be more than 1 GiB (256 MiB in a 32-bit process).
 
 namespace ZEBNS2 {
 
@@ -238,8 +238,8 @@ public:
                                                              CompilationOptions options);
 
     /// An expression for whole subjects from a wildcard: `*` stands for any text and `?` for any
-    /// one character of the locale, a backslash for itself. The other operators of `escapeRegexSpecialCharacters` are
-    /// treated as there.
+    /// one character of the locale, a backslash for itself. The other operators of
+    /// `escapeRegexSpecialCharacters` are treated as there.
     ///   `logs\*.txt` becomes `^logs\\.*\.txt$`, with BASIC_SYNTAX `^logs\\.*.txt$`; "" becomes
     ///   `^$`
     [[nodiscard]] static String convertWin32WildcardExpression(String const& wildcard,
@@ -321,8 +321,8 @@ private:
                                     String const& replacement);
 
 /// Applies `sed` to each line of a file and writes the file back in place, with the rights of the
-/// caller. A final newline, or its lack, stays as it is, unless the expression matches the empty line
-/// behind it. A symbolic link is followed.
+/// caller. A final newline, or its lack, stays as it is, unless the expression matches the empty
+/// line behind it. A symbolic link is followed.
 ///
 /// All checks come first, and the new contents are complete in memory before the file is opened for
 /// writing, which empties it. From there on nothing is reported: when it cannot be opened the file
