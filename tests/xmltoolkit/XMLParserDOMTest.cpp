@@ -6,6 +6,9 @@
 #include <string>
 #include <type_traits>
 
+#include <zeb/foundation/StringBuffer.hpp>
+#include <zeb/foundation/UTF8Utils.hpp>
+
 #include "Parse.hpp"
 #include "Repeat.hpp"
 
@@ -66,6 +69,45 @@ TEST(XMLParserDOM, ReadsLatin1AndASCIIAsDeclared) {
     EXPECT_EQ(parse("<?xml version='1.0' encoding='us-ascii'?><a>e</a>").getText(), "e");
     EXPECT_EQ(rejection("<?xml version='1.0' encoding='US-ASCII'?><a>\xE9</a>"),
               "line 1, column 45: not well-formed (invalid token)");
+}
+
+// U+00AA, U+00B5 and U+00BA are letters, but no name of XML 1.0 may hold them.
+TEST(XMLParserDOM, RefusesTheSameNamesInEveryEncoding) {
+    std::string const declaration = "<?xml version='1.0' encoding='ISO-8859-1'?>";
+    std::string const reason = "not well-formed (invalid token)";
+    for (char const letter : {'\xAA', '\xB5', '\xBA'}) {
+        SCOPED_TRACE(static_cast<int>(static_cast<unsigned char>(letter)));
+        std::string const name = std::string("a") + letter;
+        EXPECT_EQ(rejection("<a\xC2" + name.substr(1) + "/>"), "line 1, column 3: " + reason);
+        EXPECT_EQ(rejection(declaration + "<" + name + "/>"), "line 1, column 44: " + reason);
+        EXPECT_EQ(rejection(declaration + "<a>\n<b " + name + "='1'/></a>"),
+                  "line 2, column 1: " + reason);
+        EXPECT_EQ(rejection(declaration + "<\xC2\xC2" + letter + "\xC2/>"),
+                  "line 1, column 44: " + reason);
+        EXPECT_EQ(parse(declaration + "<a x='" + letter + "'>" + letter + "</a>").toString(),
+                  std::string("<a x=\"\xC2") + letter + "\">\xC2" + letter + "</a>");
+    }
+    EXPECT_EQ(parse(declaration + "<\xC2\xB7\xC2/>").toString(), "<\xC3\x82\xC2\xB7\xC3\x82/>");
+}
+
+/// One character of the first plane in UTF-8.
+std::string inUTF8(unsigned int character) {
+    zeb::foundation::StringBuffer buffer;
+    zeb::foundation::UTF8Utils::UCS4toUTF8(character, buffer);
+    return std::string(std::string_view(buffer));
+}
+
+TEST(XMLParserDOM, TakesTheSameNamesInUTF8AndUTF16) {
+    for (unsigned int character = 0x80; character < 0x10000; ++character) {
+        std::string const unit{static_cast<char>(character >> 8), static_cast<char>(character)};
+        for (std::string const& before : {std::string(), std::string("a")}) {
+            bool const inUnits =
+                rejection("\xFE\xFF" + inUTF16("<" + before, false) + unit + inUTF16("/>", false))
+                    .empty();
+            bool const inBytes = rejection("<" + before + inUTF8(character) + "/>").empty();
+            ASSERT_EQ(inUnits, inBytes) << std::hex << character << " behind '" << before << "'";
+        }
+    }
 }
 
 // --------------------------------------------------------------------------------- Document types

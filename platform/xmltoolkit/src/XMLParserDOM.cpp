@@ -49,6 +49,20 @@ bool isVersion(std::string_view version) noexcept {
            version.find_first_not_of("0123456789", 2) == std::string_view::npos;
 }
 
+/// Whether `name`, in UTF-8, holds U+00AA, U+00B5 or U+00BA. They are letters that XML 1.0 allows
+/// in no name; libexpat 2.5 refuses them in UTF-8 but not in UTF-16 and ISO-8859-1. Among the
+/// characters below U+10000 there is no other difference.
+bool hasLetterBannedFromNames(std::string_view name) noexcept {
+    for (std::size_t at = name.find('\xC2'); at != std::string_view::npos;
+         at = name.find('\xC2', at + 1)) {
+        char const next = name[at + 1];
+        if (next == '\xAA' || next == '\xB5' || next == '\xBA') {
+            return true;
+        }
+    }
+    return false;
+}
+
 /// `size` as a document stores it. Parsing::limitSize sees to it that nothing is lost.
 std::uint32_t narrow(std::size_t size) noexcept { return static_cast<std::uint32_t>(size); }
 
@@ -80,7 +94,8 @@ public:
         add("");
     }
 
-    /// The index of `name`, which is not empty, in the list of names.
+    /// The index of `name`, which is not empty, in the list of names. If the name is new, that is
+    /// their count before the call.
     std::uint32_t find(char const* name) {
         std::uint32_t const expected = followers_[last_];
         if (std::strcmp(text() + list()[expected].position, name) == 0) {
@@ -90,6 +105,8 @@ public:
         followers_[last_] = index;
         return last_ = index;
     }
+
+    std::size_t count() const noexcept { return names_.size(); }
 
     Array<XMLDocument::Name> release() noexcept { return std::move(names_); }
 
@@ -237,6 +254,15 @@ private:
         }
     }
 
+    std::uint32_t indexOf(char const* name) {
+        std::size_t const known = names_.count();
+        std::uint32_t const index = names_.find(name);
+        if (index == known && hasLetterBannedFromNames(name)) {
+            refuseHere(XML_ErrorString(XML_ERROR_INVALID_TOKEN));
+        }
+        return index;
+    }
+
     void start(char const* name, char const** attributes) {
         if (open_.size() == XMLParserDOM::MAXIMUM_DEPTH) {
             refuseHere(
@@ -244,11 +270,11 @@ private:
         }
         std::size_t const index = records_.size();
         open_.push_back(index);
-        records_.append({names_.find(name), 0, 0});
+        records_.append({indexOf(name), 0, 0});
         std::size_t count = 0;
         for (; attributes[2 * count] != nullptr; ++count) {
             std::string_view const value = attributes[2 * count + 1];
-            std::uint32_t const attributeName = names_.find(attributes[2 * count]);
+            std::uint32_t const attributeName = indexOf(attributes[2 * count]);
             records_.append({attributeName, narrow(text_.length()), narrow(value.size())});
             text_.append(value);
         }
