@@ -24,16 +24,18 @@ std::regex& selection() {
 
 }  // namespace
 
-double processorSeconds() {
-    double seconds = 0;
+Usage used() {
+    Usage sum;
     for (int const who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
-        rusage used{};
-        ::getrusage(who, &used);
-        for (timeval const& time : {used.ru_utime, used.ru_stime}) {
-            seconds += static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+        rusage one{};
+        ::getrusage(who, &one);
+        for (timeval const& time : {one.ru_utime, one.ru_stime}) {
+            sum.processorSeconds +=
+                static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
         }
+        sum.pageFaults += static_cast<double>(one.ru_minflt);
     }
-    return seconds;
+    return sum;
 }
 
 Family::Family(void (*registerWorks)()) { families().push_back(registerWorks); }
@@ -80,7 +82,12 @@ void Contest::compare(std::string const& contestant, std::string const& answer) 
 }  // namespace bench
 
 // zeb-bench [works] [--benchmark_...]: works is a regular expression for the names of those wanted.
+// zeb-bench --first-drop <contestant>: what the work X6 runs; prints seconds.
 int main(int argc, char** argv) {
+    if (argc == 3 && argv[1] == bench::FIRST_DROP) {
+        std::cout << bench::firstDrop(argv[2]) << '\n';
+        return EXIT_SUCCESS;
+    }
     benchmark::Initialize(&argc, argv);
     if (argc > 1 && argv[1][0] != '-') {
         bench::selection() = argv[1];

@@ -22,8 +22,21 @@ inline constexpr char LIBRARY[] = "library";
 /// that inputs nobody needs are not made.
 [[nodiscard]] bool wanted(std::string_view name);
 
-/// Processor time used so far by this process and by those that it started and that have ended.
-[[nodiscard]] double processorSeconds();
+/// What this process, and those that it started and that have ended, have used so far.
+struct Usage {
+    double processorSeconds = 0;
+    /// Pages of memory that the kernel had to provide, because they were touched for the first
+    /// time.
+    double pageFaults = 0;
+};
+[[nodiscard]] Usage used();
+
+/// The option that makes the program call `firstDrop` and nothing else.
+inline constexpr std::string_view FIRST_DROP = "--first-drop";
+
+/// Has `contestant` parse 20 MiB of XML into a tree, as the first thing that this process does, and
+/// returns the seconds of processor time that dropping the tree takes.
+[[nodiscard]] double firstDrop(std::string_view contestant);
 
 /// A function that registers works, to be run by main; a source file's way to join the program.
 struct Family {
@@ -60,7 +73,7 @@ public:
     Contest(Contest const&) = delete;
     Contest& operator=(Contest const&) = delete;
 
-    /// Publishes the title and the aims.
+    /// Publishes the title and the aims; table.py reads an aim at the library as its limit.
     ~Contest();
 
     /// Adds a contestant; `work()` is timed, its result's destruction included, and returns the
@@ -79,12 +92,15 @@ public:
         std::size_t const bytes = bytes_;
         auto* const registered = benchmark::RegisterBenchmark(
             benchmarkName.c_str(), [work, bytes](benchmark::State& state) mutable {
-                double const start = processorSeconds();
+                Usage const start = used();
                 for ([[maybe_unused]] auto _ : state) {
                     benchmark::DoNotOptimize(work());
                 }
+                Usage const end = used();
                 auto const runs = static_cast<double>(state.iterations());
-                state.counters["processor_seconds"] = (processorSeconds() - start) / runs;
+                state.counters["processor_seconds"] =
+                    (end.processorSeconds - start.processorSeconds) / runs;
+                state.counters["page_faults"] = (end.pageFaults - start.pageFaults) / runs;
                 state.counters["bytes"] = static_cast<double>(bytes);
                 state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
             });
@@ -96,6 +112,9 @@ public:
     /// The library is to be at least `factor` times as fast as `contestant`; as the best of all
     /// others when that is "*".
     Contest& aim(std::string const& contestant, double factor);
+
+    /// The library is to take at most `milliseconds`.
+    Contest& limit(double milliseconds) { return aim(LIBRARY, milliseconds); }
 
 private:
     void compare(std::string const& contestant, std::string const& answer);

@@ -89,7 +89,7 @@ std::size_t repair() {
 constexpr std::size_t DISKS = 200;
 
 std::size_t parseXML() {
-    static String const text(bench::inventoryXML(DISKS));
+    static String const text = bench::inventoryXML(DISKS);
     use(zeb::xmltoolkit::XMLParserDOM::parse(text));
     return text.length() / 1024;
 }

@@ -2,9 +2,16 @@
 
 #include <zeb/foundation/StringBuffer.hpp>
 
+#include <stdlib.h>
+#include <unistd.h>
+
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <iterator>
 #include <string_view>
 
 namespace bench {
@@ -175,22 +182,41 @@ String argumentText(std::size_t bytes) {
     return text.releaseString();
 }
 
-std::string inventoryXML(std::size_t disks) {
-    std::string xml = "<?xml version=\"1.0\"?>\n<config>\n";
+String inventoryXML(std::size_t disks) {
+    StringBuffer xml(disks * 448);
+    xml.append("<?xml version=\"1.0\"?>\n<config>\n");
     for (std::size_t disk = 0; disk < disks; ++disk) {
         std::string const number = std::to_string(disk);
-        xml += "  <disk id=\"" + number +
-               "\" type=\"raw\" vendor=\"acme &amp; sons\">\n    <size unit=\"GB\">" +
-               std::to_string(disk % 977) + "</size>\n    <label>volume number " + number +
-               " of the array</label>\n";
+        xml.append("  <disk id=\"").append(number);
+        xml.append("\" type=\"raw\" vendor=\"acme &amp; sons\">\n    <size unit=\"GB\">");
+        xml.append(std::to_string(disk % 977)).append("</size>\n    <label>volume number ");
+        xml.append(number).append(" of the array</label>\n");
         for (std::size_t partition = 0; partition < 3; ++partition) {
-            xml += "    <partition n=\"p" + std::to_string(partition) +
-                   "\" fs=\"ext4\"><mount>/srv/data/" + std::to_string(disk * 3 + partition) +
-                   "</mount></partition>\n";
+            xml.append("    <partition n=\"p").append(std::to_string(partition));
+            xml.append("\" fs=\"ext4\"><mount>/srv/data/");
+            xml.append(std::to_string(disk * 3 + partition)).append("</mount></partition>\n");
         }
-        xml += "  </disk>\n";
+        xml.append("  </disk>\n");
     }
-    return xml + "</config>\n";
+    return xml.append("</config>\n").releaseString();
+}
+
+std::size_t disksIn(std::size_t bytes) { return bytes / (inventoryXML(1000).length() / 1000); }
+
+TemporaryFile::TemporaryFile(std::string_view contents) {
+    int const file = ::mkstemp(path_);
+    if (file == -1 || ::close(file) != 0 ||
+        !(std::ofstream(path_, std::ios::binary) << contents << std::flush)) {
+        std::cerr << "benchmarks: cannot write " << path_ << '\n';
+        std::exit(EXIT_FAILURE);
+    }
+}
+
+TemporaryFile::~TemporaryFile() { ::unlink(path_); }
+
+std::string TemporaryFile::contents() const {
+    std::ifstream in(path_, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 }  // namespace bench

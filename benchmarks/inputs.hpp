@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 /// @file
 /// The inputs of the benchmarks: made in memory, the same in every run and on every machine.
@@ -34,8 +35,26 @@ inline constexpr char NEEDLE[] = "needle";
 /// fourth is in double quotes and holds blanks; every sixteenth holds quotes behind backslashes.
 [[nodiscard]] zeb::foundation::String argumentText(std::size_t bytes);
 
-/// An XML document with an inventory of `disks` disks: about 420 bytes, 10 elements and 9
+/// An XML document with an inventory of `disks` disks: about 420 bytes, 9 elements and 10
 /// attributes each.
-[[nodiscard]] std::string inventoryXML(std::size_t disks);
+[[nodiscard]] zeb::foundation::String inventoryXML(std::size_t disks);
+
+/// The disks whose inventory has about `bytes` bytes.
+[[nodiscard]] std::size_t disksIn(std::size_t bytes);
+
+/// A file that nobody else has, as long as this object lives.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(std::string_view contents = {});
+    ~TemporaryFile();
+    TemporaryFile(TemporaryFile const&) = delete;
+    TemporaryFile& operator=(TemporaryFile const&) = delete;
+
+    [[nodiscard]] char const* path() const noexcept { return path_; }
+    [[nodiscard]] std::string contents() const;
+
+private:
+    char path_[32] = "/tmp/zeb-bench.XXXXXX";
+};
 
 }  // namespace bench

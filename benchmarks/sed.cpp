@@ -6,6 +6,8 @@
 
 #include <OrventoCommonRegex.hpp>
 
+#include <memory>
+
 #ifdef ZEB_GNU_SED
 #include <fcntl.h>
 #include <spawn.h>
@@ -13,8 +15,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <fstream>
-#include <iterator>
 #endif
 
 namespace bench {
@@ -31,31 +31,13 @@ constexpr std::size_t LINES = 1000000;
 /// library in this process.
 class GnuSed {
 public:
-    explicit GnuSed(std::string_view text) { std::ofstream(input_.path, std::ios::binary) << text; }
+    explicit GnuSed(std::string_view text) : input_(text) {}
 
-    int operator()(char const* script) const { return run(script, "/dev/null"); }
-
-    std::string answer(char const* script) const {
-        TemporaryFile const output;
-        run(script, output.path);
-        std::ifstream in(output.path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-
-private:
-    struct TemporaryFile {
-        TemporaryFile() { ::close(::mkstemp(path)); }
-        ~TemporaryFile() { ::unlink(path); }
-        TemporaryFile(TemporaryFile const&) = delete;
-        TemporaryFile& operator=(TemporaryFile const&) = delete;
-        char path[32] = "/tmp/zeb-bench.XXXXXX";
-    };
-
-    int run(char const* script, char const* output) const {
+    int operator()(char const* script, char const* output = "/dev/null") const {
         posix_spawn_file_actions_t actions;
         ::posix_spawn_file_actions_init(&actions);
         ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, output, O_WRONLY | O_TRUNC, 0);
-        std::array<char const*, 5> const arguments = {"sed", "-E", script, input_.path, nullptr};
+        std::array<char const*, 5> const arguments = {"sed", "-E", script, input_.path(), nullptr};
         std::array<char const*, 2> const environment = {"LC_ALL=C", nullptr};
         pid_t child = 0;
         int status = ::posix_spawn(&child, ZEB_GNU_SED, &actions, nullptr,
@@ -68,6 +50,13 @@ private:
         return status;
     }
 
+    std::string answer(char const* script) const {
+        TemporaryFile const output;
+        (*this)(script, output.path());
+        return output.contents();
+    }
+
+private:
     TemporaryFile input_;
 };
 #endif
@@ -190,6 +179,36 @@ void addSed() {
     addMismatch("A7", "s/[A-Z]+_[0-9]+/X/g", "[A-Z]+_[0-9]+");
 }
 
+/// Adds the library, which edits a file in its place. Timed is a replacement that leaves the file
+/// as it was, so that each run does the same; the answer is that of one that does not.
+void addFileEdit(Contest& contest, String const& text) {
+    auto const edit = [](TemporaryFile const& file, char const* replacement) {
+        ZEBNS2::unprivilegedSed(file.path(), "quiet", replacement);
+        return true;
+    };
+    auto const file = std::make_shared<TemporaryFile const>(text);
+    TemporaryFile const changed(text);
+    edit(changed, "loud");
+    contest.add(
+        LIBRARY, [edit, file] { return edit(*file, "quiet"); }, changed.contents());
+}
+
+constexpr char FILE_TITLE[] = "unprivilegedSed, quiet by itself";
+
+void addFileEdits() {
+    if (wanted("A8")) {
+        Log const& log = fullLog();
+        Contest contest("A8", FILE_TITLE, log.text.length());
+        addFileEdit(contest, log.text);
+#ifdef ZEB_GNU_SED
+        static TemporaryFile const output;
+        contest.add(
+            "GNU sed", [&log] { return log.gnuSed("s/quiet/quiet/", output.path()); },
+            log.gnuSed.answer("s/quiet/loud/"));
+#endif
+    }
+}
+
 /// The same work on a hundredth and on a tenth of the log.
 void addGrowth() {
     struct Work {
@@ -209,6 +228,13 @@ void addGrowth() {
                 Contest contest(name, title(work.command), text->length());
                 addLibrary(contest, *text, work.command);
             }
+        }
+    }
+    for (String const* const text : {&hundredth, &tenth}) {
+        std::string const name = text == &tenth ? "A8@10" : "A8@1";
+        if (wanted(name)) {
+            Contest contest(name, FILE_TITLE, text->length());
+            addFileEdit(contest, *text);
         }
     }
 }
@@ -250,6 +276,7 @@ void addSlots() {
 }
 
 Family const sed(addSed);
+Family const files(addFileEdits);
 Family const growth(addGrowth);
 Family const slots(addSlots);
 
