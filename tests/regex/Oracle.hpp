@@ -31,6 +31,8 @@ public:
 
     bool compiles() const { return compiles_; }
 
+    bool matches(std::string const& subject) const { return firstMatch(subject).first >= 0; }
+
     std::pair<int, int> firstMatch(std::string const& subject) const {
         regmatch_t match;
         if (::regexec(&compiled_, subject.c_str(), 1, &match, 0) != 0 || match.rm_so < 0) {

@@ -16,6 +16,9 @@ public:
     struct Features {
         bool anchors;         ///< `^` and word boundaries
         bool optionalGroups;  ///< groups that may take no part in a match
+        /// word boundaries in groups: repeat such a group, and the C library is wrong about it
+        bool boundariesInGroups = true;
+        bool multibyte = false;  ///< characters of several bytes in UTF-8, and letters akin to them
     };
 
     RandomExpressions(Random& random, Features features) : random_(random), features_(features) {}
@@ -71,7 +74,9 @@ private:
     std::string repeated(int depth, bool mandatory) {
         static constexpr std::string_view REPEATS[] = {"+", "{1,2}", "{2}", "*", "?", "{0,2}"};
         static constexpr std::size_t MANDATORY_REPEATS = 3;
-        if (features_.anchors && random_.oneIn(12)) {
+        bool const boundaryAllowed =
+            features_.anchors && (depth == 0 || features_.boundariesInGroups);
+        if (boundaryAllowed && random_.oneIn(12)) {
             static constexpr std::string_view BOUNDARIES[] = {"\\<", "\\>", "\\b", "\\B"};
             return std::string(random_.pick(BOUNDARIES));
         }
@@ -85,10 +90,15 @@ private:
     std::string atom(int depth, bool mandatory) {
         static constexpr std::string_view ATOMS[] = {
             "a", "b", "c", "ab", ".", "[ab]", "[^a]", "[b-d]", "[[:alpha:]]", "\\.", "x", " ", "1"};
+        // The long s and the sign of the kelvin differ from their kin in case alone.
+        static constexpr std::string_view MULTIBYTE_ATOMS[] = {
+            "é", "É", "aé", "[éü€]", "[^é]", "[aé]", "[[:upper:]]", "€", "😀", "s", "ſ", "k", "K"};
         bool const groupAllowed =
             depth < 2 && groups_ < 9 && (mandatory || features_.optionalGroups);
         if (!groupAllowed || !random_.oneIn(3)) {
-            return std::string(random_.pick(ATOMS));
+            return std::string(features_.multibyte && random_.oneIn(2)
+                                   ? random_.pick(MULTIBYTE_ATOMS)
+                                   : random_.pick(ATOMS));
         }
         ++groups_;
         return '(' + alternatives(depth + 1, mandatory) + ')';

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <regex.h>
 
-#include <clocale>
 #include <cstdlib>
 #include <ostream>
 #include <string>
@@ -15,11 +14,13 @@
 #include "../foundation/TemporaryDirectory.hpp"
 #include "Random.hpp"
 #include "RunProcess.hpp"
+#include "WithLocale.hpp"
 #include "regex/RequiredText.hpp"
 
 namespace {
 
 using zeb::test::Random;
+using zeb::test::WithLocale;
 using ZEBNS2::Array;
 using ZEBNS2::OffsetPair;
 using ZEBNS2::RegularExpression;
@@ -113,20 +114,6 @@ TEST(RequiredText, FindsTheFirstOccurrence) {
     EXPECT_EQ(required.find("n e"), std::string_view::npos);
     EXPECT_EQ(required.find(""), std::string_view::npos);
 }
-
-/// A locale for one test.
-class WithLocale {
-public:
-    explicit WithLocale(char const* name) : known_(std::setlocale(LC_ALL, name) != nullptr) {}
-    WithLocale(WithLocale const&) = delete;
-    WithLocale& operator=(WithLocale const&) = delete;
-    ~WithLocale() { std::setlocale(LC_ALL, "C"); }
-
-    bool isKnown() const { return known_; }
-
-private:
-    bool known_;
-};
 
 TEST(RequiredText, NothingIsRequiredWhereACharacterMayEndLikeAnother) {
     zeb::test::TemporaryDirectory const directory;
