@@ -146,7 +146,9 @@ public:
     /// The offsets of the first match.
     /// @param subject bytes up to a NUL; in null nothing matches
     /// @return start and end; (-1, -1) when nothing matches
-    ///   RegularExpression("abc", 0).first_match("xxabc") == std::pair(2, 5)
+    /// ```cpp
+    /// RegularExpression("abc", 0).first_match("xxabc") == std::pair(2, 5)
+    /// ```
     [[nodiscard]] std::pair<int, int> first_match(char const* subject) const noexcept;
 
     /// @}
@@ -172,8 +174,13 @@ public:
     /// `^` never matches at the start of the subject here, and each search begins where the last
     /// match ended as if the subject began there. An empty match where a search began is listed and
     /// ends the list. In an empty subject nothing is found.
-    ///   "aaa" against `a`: (0,1), (1,2), (2,3)      "aaa" against `^a`: none
-    ///   "ab cd" against `\>`: (2,2), (5,5)          "b" against `a*`: (0,0)
+    /// ```cpp
+    /// using Pairs = Array<OffsetPair>;
+    /// RegularExpression("a", 0).all_unique_matches("aaa") == Pairs{{0, 1}, {1, 2}, {2, 3}}
+    /// RegularExpression("^a", 0).all_unique_matches("aaa").empty()
+    /// RegularExpression(R"(\>)", 0).all_unique_matches("ab cd") == Pairs{{2, 2}, {5, 5}}
+    /// RegularExpression("a*", 0).all_unique_matches("b") == Pairs{{0, 0}}
+    /// ```
     /// @par Complexity one search for each match
     [[nodiscard]] Array<OffsetPair> all_unique_matches(String const& subject) const;
 
@@ -182,7 +189,10 @@ public:
     [[nodiscard]] Array<String> all_matching_substrings(String const& subject) const;
 
     /// The texts of `all_unique_matches`.
-    ///   "abcabc" against `b.`: "bc", "bc"
+    /// ```cpp
+    /// RegularExpression expression("b.", 0);
+    /// expression.all_unique_matching_substrings("abcabc") == StringArray{"bc", "bc"}
+    /// ```
     [[nodiscard]] Array<String> all_unique_matching_substrings(String const& subject) const;
 
     /// @}
@@ -233,15 +243,24 @@ public:
     /// Makes the operators in `text` literal. A backslash goes before each of
     /// `$ ( ) * + , . ? [ ] ^ { | }` and each backslash; with `BASIC_SYNTAX` before backslashes
     /// only, although some of the others are operators there too.
-    ///   "x.y*z" becomes `x\.y\*z`, with BASIC_SYNTAX `x.y*z`
+    /// ```cpp
+    /// using Expression = RegularExpression;
+    /// Expression::escapeRegexSpecialCharacters("x.y*z", 0) == R"(x\.y\*z)"
+    /// Expression::escapeRegexSpecialCharacters("x.y*z", Expression::BASIC_SYNTAX) == "x.y*z"
+    /// ```
     [[nodiscard]] static String escapeRegexSpecialCharacters(String const& text,
                                                              CompilationOptions options);
 
     /// An expression for whole subjects from a wildcard: `*` stands for any text and `?` for any
     /// one character of the locale, a backslash for itself. The other operators of
     /// `escapeRegexSpecialCharacters` are treated as there.
-    ///   `logs\*.txt` becomes `^logs\\.*\.txt$`, with BASIC_SYNTAX `^logs\\.*.txt$`; "" becomes
-    ///   `^$`
+    /// ```cpp
+    /// using Expression = RegularExpression;
+    /// String const wildcard = R"(logs\*.txt)";
+    /// Expression::convertWin32WildcardExpression(wildcard, 0) == R"(^logs\\.*\.txt$)"
+    /// Expression::convertWin32WildcardExpression(wildcard, 1) == R"(^logs\\.*.txt$)"
+    /// Expression::convertWin32WildcardExpression("", 0) == "^$"
+    /// ```
     [[nodiscard]] static String convertWin32WildcardExpression(String const& wildcard,
                                                                CompilationOptions options);
 
@@ -292,15 +311,21 @@ private:
 /// With `g` the rest of the line behind a match is searched as if it were a line of its own, so `^`
 /// matches there again: `s/^a/b/g` makes "bbb" of "aaa". An empty match directly behind the match
 /// before it is not replaced: one byte is copied, a NUL too, and the search goes on behind it.
-///   "abc" by `s/b*/X/g` becomes "XaXcX", by `s/^/X/g` "XaXbXcX"
+/// ```cpp
+/// realSed("abc", "s/b*/X/g", 0) == "XaXcX"
+/// realSed("abc", "s/^/X/g", 0) == "XaXbXcX"
+/// ```
 ///
 /// @param options how the expressions of the command are compiled
 /// @return the edited text; empty, too, when the command is none of the above
 /// @throws RegularExpressionException when an expression of the command does not compile, even for
 ///   an empty text; std::bad_alloc
 /// @par Complexity one search for each line and replacement, otherwise linear in text and result
-///   realSed("x=1", "s/([a-z]+)=([0-9]+)/\\2=\\1/", 0) == "1=x"
-///   realSed("x\ny\nx", "/x/d", 0) == "y"      realSed("x", "", 0) == ""
+/// ```cpp
+/// realSed("x=1", "s/([a-z]+)=([0-9]+)/\\2=\\1/", 0) == "1=x"
+/// realSed("x\ny\nx", "/x/d", 0) == "y"
+/// realSed("x", "", 0) == ""
+/// ```
 [[nodiscard]] ZEB_EXPORT String realSed(String const& text, String const& sedString,
                                         RegularExpression::CompilationOptions options);
 
@@ -316,7 +341,10 @@ private:
 
 /// The same with an expression in extended syntax.
 /// @throws RegularExpressionException when `expression` does not compile, std::bad_alloc
-///   sed("key=value", "([a-z]+)=(.*)", "%2:%1") == "value:key"      sed("aaa", "a", "b") == "baa"
+/// ```cpp
+/// sed("key=value", "([a-z]+)=(.*)", "%2:%1") == "value:key"
+/// sed("aaa", "a", "b") == "baa"
+/// ```
 [[nodiscard]] ZEB_EXPORT String sed(String const& text, String const& expression,
                                     String const& replacement);
 

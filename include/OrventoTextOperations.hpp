@@ -56,60 +56,87 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// @param separator NUL is searched like any other byte
 /// @return the bytes after the separator; empty when it does not occur or ends the text
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   substringAfter("key=value", '=') == "value"      substringAfter("novalue", '=') == ""
+/// ```cpp
+/// substringAfter("key=value", '=') == "value"
+/// substringAfter("novalue", '=') == ""
+/// ```
 [[nodiscard]] ZEB_EXPORT String substringAfter(String const& text, char separator);
 /// Text after the first occurrence of `separator`.
 /// @param separator up to its NUL; null is empty; an empty one is found at 0, which gives the text
 /// @return the bytes after the separator; empty when it does not occur or ends the text
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   substringAfter("a::b::c", "::") == "b::c"      substringAfter("abc", "") == "abc"
+/// ```cpp
+/// substringAfter("a::b::c", "::") == "b::c"
+/// substringAfter("abc", "") == "abc"
+/// ```
 [[nodiscard]] ZEB_EXPORT String substringAfter(String const& text, char const* separator);
 /// Text after the first occurrence of `separator`.
 /// @param separator NUL bytes in it are searched too; an empty one is found at 0
 /// @return the bytes after the separator; empty when it does not occur or ends the text
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   substringAfter("a::b", String("::")) == "b"      substringAfter("a::", String("::")) == ""
+/// ```cpp
+/// substringAfter("a::b", String("::")) == "b"
+/// substringAfter("a::", String("::")) == ""
+/// ```
 [[nodiscard]] ZEB_EXPORT String substringAfter(String const& text, String const& separator);
 
 /// Text before the first occurrence of `separator`.
 /// @param separator NUL is searched like any other byte
 /// @return the bytes before the separator; empty when it does not occur or starts the text
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   substringBefore("a/b/c", '/') == "a"      substringBefore("abc", '/') == ""
+/// ```cpp
+/// substringBefore("a/b/c", '/') == "a"
+/// substringBefore("abc", '/') == ""
+/// ```
 [[nodiscard]] ZEB_EXPORT String substringBefore(String const& text, char separator);
 /// Text before the first occurrence of `separator`.
 /// @param separator up to its NUL; null is empty; an empty one is found at 0, which gives nothing
 /// @return the bytes before the separator; empty when it does not occur or starts the text
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   substringBefore("a::b", "::") == "a"      substringBefore("abc", "") == ""
+/// ```cpp
+/// substringBefore("a::b", "::") == "a"
+/// substringBefore("abc", "") == ""
+/// ```
 [[nodiscard]] ZEB_EXPORT String substringBefore(String const& text, char const* separator);
 /// Text before the first occurrence of `separator`.
 /// @param separator up to its first NUL, as in the form for `char const*`, unlike the other forms
 ///   for a `String`
 /// @return the bytes before the separator; empty when it does not occur or starts the text
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   substringBefore("a::b", String("::")) == "a"      substringBefore("::b", String("::")) == ""
+/// ```cpp
+/// substringBefore("a::b", String("::")) == "a"
+/// substringBefore("::b", String("::")) == ""
+/// ```
 [[nodiscard]] ZEB_EXPORT String substringBefore(String const& text, String const& separator);
 
 /// Text after the last occurrence of `separator`.
 /// @param separator NUL is searched like any other byte
 /// @return the bytes after the separator; empty when it does not occur or ends the text
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   substringAfterLast("a/b/c", '/') == "c"      substringAfterLast("a/b/", '/') == ""
+/// ```cpp
+/// substringAfterLast("a/b/c", '/') == "c"
+/// substringAfterLast("a/b/", '/') == ""
+/// ```
 [[nodiscard]] ZEB_EXPORT String substringAfterLast(String const& text, char separator);
 /// Text after the last occurrence of `separator`.
 /// @param separator up to its NUL; null is empty; an empty one is found at the end
 /// @return the bytes after the separator; empty when it does not occur or ends the text
 /// @par Complexity linear, at worst times the separator's length. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
-///   substringAfterLast("a::b::c", "::") == "c"      substringAfterLast("abc", "") == ""
+/// ```cpp
+/// substringAfterLast("a::b::c", "::") == "c"
+/// substringAfterLast("abc", "") == ""
+/// ```
 [[nodiscard]] ZEB_EXPORT String substringAfterLast(String const& text, char const* separator);
 /// Text after the last occurrence of `separator`.
 /// @param separator NUL bytes in it are searched too; an empty one is found at the end
 /// @return the bytes after the separator; empty when it does not occur or ends the text
 /// @par Complexity linear, at worst times the separator's length. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
-///   substringAfterLast("aaa", String("aa")) == ""      substringAfterLast("ab", String("c")) == ""
+/// ```cpp
+/// substringAfterLast("aaa", String("aa")) == ""
+/// substringAfterLast("ab", String("c")) == ""
+/// ```
 [[nodiscard]] ZEB_EXPORT String substringAfterLast(String const& text, String const& separator);
 /// @}
 
@@ -121,18 +148,28 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 
 /// Whether `haystack` contains `needle`; an empty needle is contained in everything.
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions none.
-///   is_substring("b", "abc")      is_substring("", "abc")      !is_substring("abcd", "abc")
+/// ```cpp
+/// is_substring("b", "abc")
+/// is_substring("", "abc")
+/// !is_substring("abcd", "abc")
+/// ```
 [[nodiscard]] ZEB_EXPORT bool is_substring(String needle, String haystack);
 
 /// Whether `haystack` contains `needle`, the case of ASCII letters left aside.
 /// @par Complexity the product of both lengths at worst; allocates nothing.
 /// @par Thread safety reentrant. @par Exceptions none.
-///   is_substring_ignorecase("ABC", "xabcx")      is_substring_ignorecase("", "")
+/// ```cpp
+/// is_substring_ignorecase("ABC", "xabcx")
+/// is_substring_ignorecase("", "")
+/// ```
 [[nodiscard]] ZEB_EXPORT bool is_substring_ignorecase(String needle, String haystack);
 
 /// Whether both texts are equal, the case of ASCII letters left aside.
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions none.
-///   equals_ignorecase("Key", "kEY")      !equals_ignorecase("a", "ab")
+/// ```cpp
+/// equals_ignorecase("Key", "kEY")
+/// !equals_ignorecase("a", "ab")
+/// ```
 [[nodiscard]] ZEB_EXPORT bool equals_ignorecase(String a, String b);
 
 /// Whether the extended POSIX expression `pattern` matches somewhere in `text`. It is compiled at
@@ -140,7 +177,10 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// locale's rules for characters apply, and there is a limit to the length of `text`.
 /// @throws RegularExpressionException when `pattern` does not compile
 /// @par Complexity that of libc's matcher. @par Thread safety reentrant.
-///   is_regex_match("^a+$", "aaa")      is_regex_match("", "")
+/// ```cpp
+/// is_regex_match("^a+$", "aaa")
+/// is_regex_match("", "")
+/// ```
 [[nodiscard]] ZEB_EXPORT bool is_regex_match(String pattern, String text);
 /// @}
 
@@ -149,7 +189,10 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// The text without one pair of double quotes around it. A quote at one end only stays, and so do
 /// quotes inside; a lone double quote becomes the empty text.
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   remove_quotes("\"a\"b\"") == "a\"b"      remove_quotes("\"abc") == "\"abc"
+/// ```cpp
+/// remove_quotes("\"a\"b\"") == "a\"b"
+/// remove_quotes("\"abc") == "\"abc"
+/// ```
 [[nodiscard]] ZEB_EXPORT String remove_quotes(String const& text);
 
 /// The bytes between the first double quote at or after `start` and the next one. Backslashes have
@@ -159,8 +202,11 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// @param start offset; one at or beyond the end finds nothing
 /// @return the bytes between both quotes; empty when there is nothing between them, or no pair
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   find_first_quoted_string("say \"hi\" now", end, 0) == "hi" && end == 7
-///   find_first_quoted_string("say \"hi\" now", end, 8) == "" && end == 7
+/// ```cpp
+/// unsigned int end = 0;
+/// find_first_quoted_string("say \"hi\" now", end, 0) == "hi" && end == 7
+/// find_first_quoted_string("say \"hi\" now", end, 8) == "" && end == 7
+/// ```
 [[nodiscard]] ZEB_EXPORT String find_first_quoted_string(String const& text, unsigned int& endPos,
                                                          unsigned int start);
 
@@ -174,8 +220,10 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// @param delimiters up to its NUL; null gives `text` as the only token
 /// @return the tokens in order; none when `text` is empty
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   quoted_string_tokenization("a \"b c\" d", " ") == StringArray{"a", "\"b c\"", "d"}
-///   quoted_string_tokenization("a,,b", ",") == StringArray{"a", "b"}
+/// ```cpp
+/// quoted_string_tokenization("a \"b c\" d", " ") == StringArray{"a", "\"b c\"", "d"}
+/// quoted_string_tokenization("a,,b", ",") == StringArray{"a", "b"}
+/// ```
 [[nodiscard]] ZEB_EXPORT StringArray quoted_string_tokenization(String const& text,
                                                                 char const* delimiters);
 
@@ -183,34 +231,48 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// @return the joined text; empty for no elements
 /// @par Complexity linear in the result; one allocation. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
-///   untokenize({"a", "b"}, ", ") == "a, b"      untokenize({"a"}, ", ") == "a"
+/// ```cpp
+/// untokenize({"a", "b"}, ", ") == "a, b"
+/// untokenize({"a"}, ", ") == "a"
+/// ```
 [[nodiscard]] ZEB_EXPORT String untokenize(StringArray const& parts, String const& separator);
 
 /// The elements of `parts` whose length is not 0, in order.
 /// @par Complexity linear in the number of elements. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
-///   remove_empty_strings({"", "a", "", "b"}) == StringArray{"a", "b"}
+/// ```cpp
+/// remove_empty_strings({"", "a", "", "b"}) == StringArray{"a", "b"}
+/// ```
 [[nodiscard]] ZEB_EXPORT StringArray remove_empty_strings(StringArray const& parts);
 
 /// The candidates that contain `needle`, in order. In spite of the name they need not be equal to
 /// it; an empty needle is contained in all of them.
 /// @par Complexity linear in the length of all candidates. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
-///   find_exact_matches("ab", {"xaby", "ba", "ab"}) == StringArray{"xaby", "ab"}
+/// ```cpp
+/// find_exact_matches("ab", {"xaby", "ba", "ab"}) == StringArray{"xaby", "ab"}
+/// ```
 [[nodiscard]] ZEB_EXPORT StringArray find_exact_matches(String const& needle,
                                                         StringArray const& candidates);
 
 /// Offset of the first byte in which both texts differ, or where the shorter one ends.
 /// @return -1 when they are equal; `INT_MAX` when they first differ at that offset or beyond
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions none.
-///   non_matching_index("abc", "abd") == 2      non_matching_index("ab", "abc") == 2
-///   non_matching_index("abc", "abc") == -1      non_matching_index("", "") == -1
+/// ```cpp
+/// non_matching_index("abc", "abd") == 2
+/// non_matching_index("ab", "abc") == 2
+/// non_matching_index("abc", "abc") == -1
+/// non_matching_index("", "") == -1
+/// ```
 [[nodiscard]] ZEB_EXPORT int non_matching_index(String const& a, String const& b);
 
 /// The text with each run of `separator` shortened to one.
 /// @par Complexity linear; two allocations at most. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
-///   removeRedundantSeparators("//a///b/", '/') == "/a/b/"      "" stays ""
+/// ```cpp
+/// removeRedundantSeparators("//a///b/", '/') == "/a/b/"
+/// removeRedundantSeparators("", '/') == ""
+/// ```
 [[nodiscard]] ZEB_EXPORT String removeRedundantSeparators(String const& text, char separator);
 
 // --------------------------------------------------------------------------------- Command lines
@@ -225,10 +287,12 @@ public:
     /// backslash goes before each double quote; backslashes are copied as they are. A form feed
     /// does not ask for quotes, nor does the empty argument, which stays empty.
     /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-    ///   CommandLine::escapeArgument("a b") == R"("a b")"
-    ///   CommandLine::escapeArgument(R"(a"b)") == R"("a\"b")"
-    ///   CommandLine::escapeArgument(R"(x\dir\)") == R"(x\dir\)"
-    ///   CommandLine::escapeArgument("") == ""
+    /// ```cpp
+    /// CommandLine::escapeArgument("a b") == R"("a b")"
+    /// CommandLine::escapeArgument(R"(a"b)") == R"("a\"b")"
+    /// CommandLine::escapeArgument(R"(x\dir\)") == R"(x\dir\)"
+    /// CommandLine::escapeArgument("") == ""
+    /// ```
     [[nodiscard]] static String escapeArgument(String const& argument);
 
     /// The escaped arguments in order, joined by blanks. A blank goes before an argument when the
@@ -236,8 +300,11 @@ public:
     /// and leave a doubled or trailing blank further on.
     /// @par Complexity linear in the result. @par Thread safety reentrant.
     /// @par Exceptions `std::bad_alloc`.
-    ///   CommandLine::flatten({"ls", "-l", "my file"}) == "ls -l \"my file\""
-    ///   CommandLine::flatten({"", "a"}) == "a"      CommandLine::flatten({}) == ""
+    /// ```cpp
+    /// CommandLine::flatten({"ls", "-l", "my file"}) == "ls -l \"my file\""
+    /// CommandLine::flatten({"", "a"}) == "a"
+    /// CommandLine::flatten({}) == ""
+    /// ```
     [[nodiscard]] static String flatten(StringArray const& arguments);
 
     /// Not implemented.
@@ -257,7 +324,10 @@ public:
 /// the time zone of the process is; see `zeb::xmltoolkit::CIMDateTime`.
 /// @throws zeb::foundation::Exception when the clock's year is not 0 to 9999
 /// @par Complexity constant. @par Thread safety reentrant.
-///   "20230314092653.000042+000"
+/// ```cpp
+/// getCurrentCIMDateTime().length() == 25
+/// getCurrentCIMDateTime().endsWith("+000")
+/// ```
 [[nodiscard]] ZEB_EXPORT String getCurrentCIMDateTime();
 
 /// The first date in a text, such as `Tue Mar 14 09:26:53 2023` or `Tue Mar 14 09:26:53 UTC 2023`.
@@ -272,8 +342,10 @@ public:
 /// @par Complexity that of libc's matcher; the expression is compiled at each call.
 /// @throws RegularExpressionException when libc runs out of memory; else std::bad_alloc
 /// @par Thread safety reentrant.
-///   extractGenericDate("at Tue Mar 14 09:26:53 2023.") == "Tue Mar 14 09:26:53 2023"
-///   extractGenericDate("Tue Mar  4 09:26:53 2023") == ""
+/// ```cpp
+/// extractGenericDate("at Tue Mar 14 09:26:53 2023.") == "Tue Mar 14 09:26:53 2023"
+/// extractGenericDate("Tue Mar  4 09:26:53 2023") == ""
+/// ```
 /// @{
 [[nodiscard]] ZEB_EXPORT String extractGenericDate(String const& text);
 [[nodiscard]] ZEB_EXPORT String extractGenericDate(char const* text);
@@ -290,9 +362,14 @@ public:
 /// @return bytes; 0 when there is no such unit
 /// @throws RegularExpressionException when libc runs out of memory; else std::bad_alloc
 /// @par Complexity that of libc's matcher. @par Thread safety reentrant.
-///   get_unit_size("KB") == 1024      get_unit_size("k") == 1024
-///   get_unit_size("10GB") == 1073741824      get_unit_size("byte") == 1
-///   get_unit_size("kib") == 0      get_unit_size("512") == 0
+/// ```cpp
+/// get_unit_size("KB") == 1024
+/// get_unit_size("k") == 1024
+/// get_unit_size("10GB") == 1073741824
+/// get_unit_size("byte") == 1
+/// get_unit_size("kib") == 0
+/// get_unit_size("512") == 0
+/// ```
 [[nodiscard]] ZEB_EXPORT std::uint64_t get_unit_size(String const& unit);
 
 // ---------------------------------------------------------------------------------------- Layout
@@ -305,13 +382,22 @@ public:
 /// @{
 
 /// The text at the left, `fill` after it.
-///   leftText("ab", 5, '.') == "ab..."      leftText("abcdef", 3, '.') == "abcdef"
+/// ```cpp
+/// leftText("ab", 5, '.') == "ab..."
+/// leftText("abcdef", 3, '.') == "abcdef"
+/// ```
 [[nodiscard]] ZEB_EXPORT String leftText(String const& text, unsigned int width, char fill);
 /// The text at the right, `fill` before it.
-///   rightText("ab", 5, '.') == "...ab"      rightText("ab", 2, '.') == "ab"
+/// ```cpp
+/// rightText("ab", 5, '.') == "...ab"
+/// rightText("ab", 2, '.') == "ab"
+/// ```
 [[nodiscard]] ZEB_EXPORT String rightText(String const& text, unsigned int width, char fill);
 /// The text in the middle, `fill` around it; an odd one more goes to the right side.
-///   centerText("ab", 5, '.') == ".ab.."      centerText("", 4, '*') == "****"
+/// ```cpp
+/// centerText("ab", 5, '.') == ".ab.."
+/// centerText("", 4, '*') == "****"
+/// ```
 [[nodiscard]] ZEB_EXPORT String centerText(String const& text, unsigned int width, char fill);
 /// @}
 
@@ -325,7 +411,10 @@ public:
 /// @throws zeb::foundation::StringConversionException when the text is empty, malformed (a NUL, a
 ///   blank) or out of the type's range, or the base is none of those
 /// @par Complexity linear. @par Thread safety reentrant.
-///   string_to_number<int>("ff", 16) == 255      string_to_number<signed char>("128", 10) throws
+/// ```cpp
+/// string_to_number<int>("ff", 16) == 255
+/// string_to_number<signed char>("128", 10) throws StringConversionException
+/// ```
 /// @{
 template <typename T>
 T string_to_number(String const& text, int base) = delete;
@@ -360,8 +449,12 @@ template <>
 /// It exists for the types below and no other.
 /// @param pad whether zeros are put in front, up to two digits for each byte of the type
 /// @par Complexity constant. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   Hexify<unsigned short>(0x0b, true) == "000b"      Hexify<unsigned short>(0x0b, false) == "b"
-///   Hexify<int>(-100, true) == "ffffff9c"      Hexify<int>(0, false) == "0"
+/// ```cpp
+/// Hexify<unsigned short>(0x0b, true) == "000b"
+/// Hexify<unsigned short>(0x0b, false) == "b"
+/// Hexify<int>(-100, true) == "ffffff9c"
+/// Hexify<int>(0, false) == "0"
+/// ```
 /// @{
 template <typename T>
 String Hexify(T const& value, bool pad) = delete;
@@ -386,8 +479,13 @@ template <>
 ///   found, and also when the block ends directly behind the separator. It may be `environment`.
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`; `out` is
 ///   unchanged then.
-///   extractEnv("HOME=/root\0PATH=/bin\0", "HOME", out, '=') gives  /root
-///   extractEnv("MANPATH=/m\0PATH=/p\0", "PATH", out, '=') gives  /m
+/// ```cpp
+/// String out;
+/// extractEnv(String("HOME=/root\0PATH=/bin\0", 21), "HOME", out, '=');
+/// out == "/root"
+/// extractEnv(String("MANPATH=/m\0PATH=/p\0", 19), "PATH", out, '=');
+/// out == "/m"
+/// ```
 /// @{
 ZEB_EXPORT void extractEnv(std::vector<char> const& environment, char const* name,
                            std::vector<char>& out, char separator);
@@ -397,6 +495,12 @@ ZEB_EXPORT void extractEnv(String const& environment, char const* name, String& 
 
 /// `extractEnv` for the name "PATH" and the separator `=`.
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions as of `extractEnv`.
+/// ```cpp
+/// std::string_view const block("USER=root\0PATH=/bin", 19);
+/// std::vector<char> out;
+/// extractPath({block.begin(), block.end()}, out);
+/// out == std::vector<char>{'/', 'b', 'i', 'n'}
+/// ```
 ZEB_EXPORT void extractPath(std::vector<char> const& environment, std::vector<char>& out);
 
 // ------------------------------------------------------------------------ Byte order and Unicode
@@ -413,7 +517,11 @@ enum BOMTypes : int {
 /// @return `BOM_UNKNOWN` when that decides nothing, as for 8-bit text
 /// @par Messages one, when there is no mark.
 /// @par Complexity constant. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
-///   FF FE 41 00 is BOM_UTF16_LE;  "Hello" in UTF-16 without a mark, 10 bytes, is BOM_UNKNOWN
+/// ```cpp
+/// autodetectByteOrder({'\xFF', '\xFE', 'A', '\0'}) == BOM_UTF16_LE
+/// autodetectByteOrder({'H', 0, 'e', 0, 'l', 0, 'l', 0, 'o', 0}) == BOM_UNKNOWN
+/// autodetectByteOrder({'H', 0, 'e', 0, 'l', 0, 'l', 0, 'o', 0, '!', 0}) == BOM_UTF16_LE
+/// ```
 [[nodiscard]] ZEB_EXPORT BOMTypes autodetectByteOrder(Array<char> const& data);
 
 /// The UTF-16 code units of `data`, without a byte order mark (U+FEFF) at the front; a mark of the
@@ -426,7 +534,11 @@ enum BOMTypes : int {
 ///   sign-extended, in eight hexadecimal digits
 /// @par Messages those of `autodetectByteOrder` for `BOM_UNKNOWN`.
 /// @par Complexity linear; one allocation. @par Thread safety reentrant.
-///   FF FE 41 00 gives  0041      FF FE gives nothing
+/// ```cpp
+/// regroupUTF16({'\xFF', '\xFE', 'A', '\0'}, BOM_UNKNOWN) == Array<unsigned short>{0x0041}
+/// regroupUTF16({'\xFF', '\xFE'}, BOM_UNKNOWN).empty()
+/// regroupUTF16({'\xFF', '\xFE', 'A'}, BOM_UNKNOWN) throws zeb::common::JORLibraryException
+/// ```
 [[nodiscard]] ZEB_EXPORT Array<unsigned short> regroupUTF16(Array<char> const& data, BOMTypes bom);
 
 /// The code points of UTF-16 code units.
@@ -437,21 +549,32 @@ enum BOMTypes : int {
 /// @par Messages one for each U+FFFD put in.
 /// @par Complexity linear; one allocation. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
-///   D83D DE00 gives U+1F600      D83D 0041 gives U+FFFD      DE00 0041 gives U+FFFD U+0041
-///   0041 D83D gives U+0041
+/// ```cpp
+/// UTF16ToUTF32({0xD83D, 0xDE00}) == Array<unsigned int>{0x1F600}
+/// UTF16ToUTF32({0xD83D, 0x0041}) == Array<unsigned int>{0xFFFD}
+/// UTF16ToUTF32({0xDE00, 0x0041}) == Array<unsigned int>{0xFFFD, 0x0041}
+/// UTF16ToUTF32({0x0041, 0xD83D}) == Array<unsigned int>{0x0041}
+/// ```
 [[nodiscard]] ZEB_EXPORT Array<unsigned int> UTF16ToUTF32(Array<unsigned short> const& units);
 
 /// The text of UTF-16 `data` in UTF-8: `regroupUTF16`, then `UTF16ToUTF32`, then encoding, with
 /// the messages and exceptions of these.
 /// @par Complexity linear; beside the result no memory to speak of is needed.
 /// @par Thread safety reentrant.
-///   FF FE 3D D8 00 DE gives  F0 9F 98 80
+/// ```cpp
+/// Array<char> const data{'\xFF', '\xFE', '\x3D', '\xD8', '\x00', '\xDE'};
+/// UTF16ToUTF8(data, BOM_UNKNOWN) == "\xF0\x9F\x98\x80"
+/// ```
 [[nodiscard]] ZEB_EXPORT String UTF16ToUTF8(Array<char> data, BOMTypes bom);
 /// The text of UTF-16 `data` of an unknown byte order in UTF-8.
 /// @throws zeb::foundation::OutOfBoundsException when `data` is empty
 /// @throws zeb::common::JORLibraryException as `regroupUTF16` does for `BOM_UNKNOWN`
 /// @par Complexity linear; beside the result no memory to speak of is needed.
 /// @par Thread safety reentrant.
+/// ```cpp
+/// UTF16ToUTF8(Array<unsigned char>{0xFE, 0xFF, 0x00, 0x41}) == "A"
+/// UTF16ToUTF8(Array<unsigned char>{}) throws OutOfBoundsException
+/// ```
 [[nodiscard]] ZEB_EXPORT String UTF16ToUTF8(Array<unsigned char> const& data);
 
 /// A text of unknown encoding in UTF-8: UTF-16 when `autodetectByteOrder` recognises it, otherwise
@@ -461,7 +584,11 @@ enum BOMTypes : int {
 /// @par Messages those of `autodetectByteOrder`; one with its result; those of `UTF16ToUTF32`.
 /// @par Complexity linear; beside the result no memory to speak of is needed.
 /// @par Thread safety reentrant.
-///   FE FF 00 41 gives "A"      FF FE gives ""      "plain" gives "plain"
+/// ```cpp
+/// convertToUTF8({'\xFE', '\xFF', '\0', 'A'}) == "A"
+/// convertToUTF8({'\xFF', '\xFE'}) == ""
+/// convertToUTF8({'p', 'l', 'a', 'i', 'n'}) == "plain"
+/// ```
 [[nodiscard]] ZEB_EXPORT String convertToUTF8(Array<char> const& data);
 
 // ----------------------------------------------------------------------------- Characters of XML
@@ -470,7 +597,11 @@ enum BOMTypes : int {
 /// LF, FF and CR, nor a surrogate, nor FFFE or FFFF. Form feed (000C) counts as valid here,
 /// although XML 1.0 forbids it.
 /// @par Complexity constant. @par Thread safety reentrant. @par Exceptions none.
-///   isValidXMLCharacter(0x0009)      !isValidXMLCharacter(0x000B)      isValidXMLCharacter(0x000C)
+/// ```cpp
+/// isValidXMLCharacter(0x0009)
+/// !isValidXMLCharacter(0x000B)
+/// isValidXMLCharacter(0x000C)
+/// ```
 [[nodiscard]] ZEB_EXPORT bool isValidXMLCharacter(unsigned short unit) noexcept;
 
 /// Overwrites each unit that XML forbids with FFFD; length and order stay.
@@ -481,7 +612,11 @@ enum BOMTypes : int {
 /// @par Complexity linear. @par Thread safety `units` needs exclusive access.
 /// @par Exceptions `std::bad_alloc`: from detaching, and `units` is unchanged then; or from a
 /// message.
-///   0041 0001 0042 becomes 0041 FFFD 0042
+/// ```cpp
+/// Array<unsigned short> units{0x0041, 0x0001, 0x0042};
+/// replaceInvalidXMLCharacters(units, "file.xml: ");
+/// units == Array<unsigned short>{0x0041, 0xFFFD, 0x0042}
+/// ```
 ZEB_EXPORT void replaceInvalidXMLCharacters(Array<unsigned short>& units, String const& prefix);
 
 // ----------------------------------------------------------------------- Replacing and streaming
@@ -492,8 +627,11 @@ ZEB_EXPORT void replaceInvalidXMLCharacters(Array<unsigned short>& units, String
 /// @par Messages the request; then the result, or that `search` is empty (not for an empty text).
 /// @par Complexity linear in `text` and the result. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
-///   search_replace("aaa", "aa", "b") == "ba"      search_replace("a.b", ".", "..") == "a..b"
-///   search_replace("abc", "", "x") == "abc"
+/// ```cpp
+/// search_replace("aaa", "aa", "b") == "ba"
+/// search_replace("a.b", ".", "..") == "a..b"
+/// search_replace("abc", "", "x") == "abc"
+/// ```
 [[nodiscard]] ZEB_EXPORT String search_replace(String const& text, String const& search,
                                                String const& replacement);
 
@@ -504,7 +642,14 @@ ZEB_EXPORT void replaceInvalidXMLCharacters(Array<unsigned short>& units, String
 /// @par Messages five kinds, at the most verbose level (debug3).
 /// @par Complexity linear; memory constant. @par Thread safety both streams need exclusive access.
 /// @par Exceptions `std::bad_alloc`, and what a stream with an exception mask throws.
-///   A source of 5000 bytes is read in pieces of 2048, 2048 and 904; an empty one gives 0.
+/// ```cpp
+/// std::ostringstream destination;
+/// std::istringstream source(std::string(5000, 'x'));
+/// copy_stream(destination, source) == 5000
+/// std::istringstream empty;
+/// copy_stream(destination, empty) == 0
+/// destination.str().size() == 5000
+/// ```
 ZEB_EXPORT std::size_t copy_stream(std::ostream& destination, std::istream& source);
 
 /// Reads from the present position of `stream`, in pieces of 2048 bytes, until it has any of its
@@ -516,7 +661,13 @@ ZEB_EXPORT std::size_t copy_stream(std::ostream& destination, std::istream& sour
 /// @par Complexity linear. @par Thread safety `stream` needs exclusive access.
 /// @par Exceptions `std::bad_alloc`, and what a stream with an exception mask throws; what was read
 ///   is lost then.
-///   Of 5000 bytes, the limit 4096 gives 4096 bytes, the limit 100 all 5000.
+/// ```cpp
+/// std::ofstream("bytes") << std::string(5000, 'x');
+/// IFileStream twoPieces("bytes");
+/// read_from_stream(twoPieces, 4096).size() == 4096
+/// IFileStream lessThanOne("bytes");
+/// read_from_stream(lessThanOne, 100).size() == 5000
+/// ```
 [[nodiscard]] ZEB_EXPORT std::vector<char> read_from_stream(IFileStream& stream,
                                                             unsigned int limit);
 

@@ -42,7 +42,11 @@ public:
 ///   as it was when `xml` is well-formed, and when anything is thrown
 /// @throws std::bad_alloc when memory is exhausted
 /// @par Complexity linear in `xml`. @par Thread safety reentrant.
-///   validateXML("<a/>", message)      !validateXML("<a>", message)
+/// ```cpp
+/// String message;
+/// validateXML("<a/>", message)
+/// !validateXML("<a>", message)
+/// ```
 [[nodiscard]] ZEB_EXPORT bool validateXML(String const& xml, String& errorMessage);
 
 /// Returns when `xml` is well-formed.
@@ -86,8 +90,13 @@ ZEB_EXPORT void validateXML(String const& xml);
 /// @par Complexity linear in `query` and in the nodes compared, each at most once, times the
 ///   demanded attributes; no recursion.
 /// @par Thread safety reentrant; several threads may search one tree.
-///   on <config><disk id="1"/><disk id="2"/></config>:
-///   "config.DISK[id=2]" finds the second disk, "disk" nothing, "" the start node
+/// ```cpp
+/// using zeb::xmltoolkit::XMLParserDOM;
+/// XMLNode const top = XMLParserDOM::parse(R"(<config><disk id="1"/><disk id="2"/></config>)");
+/// XMLNodeSearch(top, "config.DISK[id=2]").toString() == R"(<disk id="2"/>)"
+/// XMLNodeSearch(top, "disk").isNull()
+/// XMLNodeSearch(top, "").getName() == "config"
+/// ```
 [[nodiscard]] ZEB_EXPORT XMLNode XMLNodeSearch(XMLNode const& node, String const& query);
 
 }  // namespace ZEBNS2

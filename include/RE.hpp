@@ -80,7 +80,10 @@ private:
 /// @return the expression, with `^` before and `$` behind it; `^$` for the empty wildcard
 /// @throws std::bad_alloc
 /// @par Complexity linear; the locale has no influence. @par Thread safety reentrant.
-///   `ab#?` becomes `^ab[[:digit:]].$`, `a\*` becomes `^a\*$`
+/// ```cpp
+/// wild2re("ab#?") == "^ab[[:digit:]].$"
+/// wild2re(R"(a\*)") == R"(^a\*$)"
+/// ```
 [[nodiscard]] ZEB_EXPORT String wild2re(String const& wildcard);
 
 }  // namespace ZEBNS2

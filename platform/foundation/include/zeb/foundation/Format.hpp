@@ -52,7 +52,7 @@ void render(StringBuffer& out, T const& value) {
 /// A placeholder is `%` and one digit; `%%` is a percent sign; any other `%` is literal, and so is
 /// a digit without an argument (`%0`, or `%3` where there are two).
 /// ```cpp
-/// String const text = Format("%1 of %2 (100%%)", 3, "7");   // "3 of 7 (100%)"
+/// Format("%1 of %2 (100%%)", 3, "7").toString() == "3 of 7 (100%)"
 /// ```
 /// An argument is anything with a stream output operator; a null `char const*` renders as nothing.
 /// Numbers are rendered as in the classic locale.

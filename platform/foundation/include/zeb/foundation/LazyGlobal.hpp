@@ -22,6 +22,7 @@ struct LazyGlobalFactory {
 /// constructor:
 /// ```cpp
 /// LazyGlobal<String> NAME = {"parameter", nullptr, 0, PTHREAD_MUTEX_INITIALIZER};
+/// NAME.get() == "parameter"
 /// ```
 /// The members are public because an aggregate's are; use `get()` alone. Teardown brings all of
 /// them back to what they were at load. Globals of one source file are torn down in reverse order.

@@ -83,7 +83,10 @@ private:
 ///
 /// Test the level first, so that a message nobody wants costs one comparison:
 /// ```cpp
-/// if (logger.getLogLevel() >= Logger::DEBUG_LEVEL) { logger.logMessage(...); }
+/// Logger const logger("my.component");
+/// if (logger.getLogLevel() >= Logger::DEBUG_LEVEL) {
+///     logger.logMessage(Logger::STR_DEBUG_CATEGORY, "text", "Unit", __LINE__, __func__);
+/// }
 /// ```
 /// Messages may hold NUL bytes; the locale has no influence.
 /// @par Complexity constant, beside what the appender does.

@@ -162,9 +162,14 @@ public:
     [[nodiscard]] String trim() const;
 
     /// Splits the string at every byte of `delimiters`. The empty string has no tokens at all.
-    ///   "a\n\nb\n" at "\n", empty tokens returned: "a", "", "b", ""
     /// @param delimiters bytes, each a delimiter; when there are none the whole string is the token
     /// @par Complexity linear; one allocation at most for each token
+    /// ```cpp
+    /// String const lines("a\n\nb\n");
+    /// lines.tokenize("\n") == StringArray{"a", "b"}
+    /// auto const empty = String::RETURN_EMPTY_TOKENS;
+    /// lines.tokenize("\n", String::DISCARD_DELIMITERS, empty) == StringArray{"a", "", "b", ""}
+    /// ```
     [[nodiscard]] StringArray tokenize(
         std::string_view delimiters, ReturnDelimiters returnDelimiters = DISCARD_DELIMITERS,
         ReturnEmptyTokens returnEmptyTokens = SKIP_EMPTY_TOKENS) const;

@@ -19,8 +19,11 @@ public:
 
     /// The 25 bytes; dates of different points in time compare as the times do.
     /// @par Exceptions `std::bad_alloc`. @par Complexity constant.
-    ///   DateTime(0) is "19700101000000.000000+000"
-    ///   DateTime(253402300799, 999999) is "99991231235959.999999+000", the last one
+    /// ```cpp
+    /// CIMDateTime(DateTime(0)).toString() == "19700101000000.000000+000"
+    /// DateTime const last(253402300799, 999999);
+    /// CIMDateTime(last).toString() == "99991231235959.999999+000"
+    /// ```
     [[nodiscard]] foundation::String toString() const;
 
 private:

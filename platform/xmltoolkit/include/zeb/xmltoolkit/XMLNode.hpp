@@ -56,8 +56,10 @@ public:
     /// The character data that stands directly in the element, CDATA sections and replaced entities
     /// included, joined over the child elements in between; that of child elements is not included.
     /// Lines end in "\n" as XML demands.
-    ///   "x" of <a>1<b>2</b><![CDATA[<]]>&amp;</a>: getText() == "1<&"
     /// @par Complexity linear in the text and the number of children
+    /// ```cpp
+    /// XMLParserDOM::parse("<a>1<b>2</b><![CDATA[<]]>&amp;</a>").getText() == "1<&"
+    /// ```
     [[nodiscard]] foundation::String getText() const;
 
     /// @name Relatives
@@ -65,7 +67,12 @@ public:
     /// for the sibling of the top element. The second forms turn a handle that is no longer needed
     /// into the result, which costs no atomic operation:
     /// ```cpp
-    /// for (XMLNode child = node.getChild(); child; child = std::move(child).getNext()) { ... }
+    /// XMLNode const node = XMLParserDOM::parse("<a><b/><c/></a>");
+    /// String names;
+    /// for (XMLNode child = node.getChild(); child; child = std::move(child).getNext()) {
+    ///     names += child.getName();
+    /// }
+    /// names == "bc"
     /// ```
     /// @par Complexity constant
     /// @{
