@@ -120,10 +120,16 @@ void expectThrow(Attempt& attempt, Call const& call) {
             expectThrow<exception>(attempt, [&] { static_cast<void>(call); });     \
         }                                                                          \
     }
-/// A use with checks of its own, written as a body of statements.
-#define ZEB_USE(function) function, false, [](Attempt & attempt, [[maybe_unused]] Inputs const& in)
-#define ZEB_SEARCHING_USE(function) \
-    function, true, [](Attempt & attempt, [[maybe_unused]] Inputs const& in)
+
+using Body = void(Attempt& attempt, Inputs const& in);
+
+/// A use with checks of its own.
+PublicCall use(char const* function, Body* body) { return {function, false, body}; }
+
+/// The same, of a function that searches with an expression.
+PublicCall searchingUse(char const* function, Body* body) { return {function, true, body}; }
+
+// Virtual functions are called by their full name, so that the object file tells which they are.
 
 /// What every exception class has: making, telling its type, cloning (null without memory) and
 /// throwing anew.
@@ -144,19 +150,19 @@ void addException(std::vector<PublicCall>& calls, char const* constructor, char 
                      }});
     calls.push_back({type, false, [](Attempt& attempt, Inputs const&) {
                          T const exception("unit", 7, "a message", 3, nullptr, 5);
-                         EXPECT_TRUE(attempt([&] { EXPECT_STRNE(exception.type(), ""); }));
+                         EXPECT_TRUE(attempt([&] { EXPECT_STRNE(exception.T::type(), ""); }));
                      }});
     calls.push_back({clone, false, [](Attempt& attempt, Inputs const&) {
                          T const exception("unit", 7, "a message", 3, nullptr, 5);
                          std::unique_ptr<T const> made;
-                         EXPECT_TRUE(attempt([&] { made.reset(exception.clone()); }));
+                         EXPECT_TRUE(attempt([&] { made.reset(exception.T::clone()); }));
                          if (made) {
                              EXPECT_STREQ(made->getMessage(), "a message");
                          }
                      }});
     calls.push_back({rethrow, false, [](Attempt& attempt, Inputs const&) {
                          T const exception("unit", 7, "a message", 3, nullptr, 5);
-                         expectThrow<T>(attempt, [&] { exception.rethrow(); });
+                         expectThrow<T>(attempt, [&] { exception.T::rethrow(); });
                      }});
 }
 
@@ -232,14 +238,14 @@ std::vector<PublicCall> const TEXT_CALLS = {
     ZEB_RESULT("ZEBNS2::equals_ignorecase", equals_ignorecase(in.text, in.text), true),
     ZEB_SEARCH("ZEBNS2::is_regex_match", is_regex_match(String("k(e)y"), in.text), true),
     ZEB_RESULT("ZEBNS2::remove_quotes", remove_quotes("\"quoted text\""), "quoted text"),
-    {ZEB_USE("ZEBNS2::find_first_quoted_string"){unsigned int end = 77;
-String found;
-bool const ended = attempt([&] { found = find_first_quoted_string(in.text, end, 0); });
-EXPECT_EQ(end, ended ? 9U : 77U);
-EXPECT_EQ(found, ended ? "a, b" : "");
-}  // namespace
-}  // namespace zeb::test
-,
+    use("ZEBNS2::find_first_quoted_string",
+        [](Attempt& attempt, Inputs const& in) {
+            unsigned int end = 77;
+            String found;
+            bool const ended = attempt([&] { found = find_first_quoted_string(in.text, end, 0); });
+            EXPECT_EQ(end, ended ? 9U : 77U);
+            EXPECT_EQ(found, ended ? "a, b" : "");
+        }),
     ZEB_RESULT("ZEBNS2::quoted_string_tokenization", quoted_string_tokenization(in.text, ";,"),
                StringArray({"key=\"a, b\"", " other key=value", " one of some length"})),
     ZEB_RESULT("ZEBNS2::untokenize", untokenize(in.words, in.separator),
@@ -284,25 +290,29 @@ EXPECT_EQ(found, ended ? "a, b" : "");
     ZEB_RESULT("ZEBNS2::Hexify", Hexify<unsigned short>(10, true), "000a"),
     ZEB_RESULT("ZEBNS2::Hexify", Hexify<unsigned int>(10, true), "0000000a"),
     ZEB_RESULT("ZEBNS2::Hexify", Hexify<int>(-1, true), "ffffffff"),
-    {ZEB_USE("ZEBNS2::extractEnv"){std::vector<char> value{'o', 'l', 'd'};
-bool const ended = attempt([&] { extractEnv(in.environment, "HOME", value, '='); });
-EXPECT_EQ(std::string_view(value.data(), value.size()), ended ? "/home/somebody" : "old");
-}
-}
-, {ZEB_USE("ZEBNS2::extractEnv"){String value("old");
-String const environment(ENVIRONMENT);
-bool const ended = attempt([&] { extractEnv(environment, "HOME", value, '='); });
-EXPECT_EQ(value, ended ? "/home/somebody" : "old");
-EXPECT_EQ(environment, ENVIRONMENT);
-}
-}
-, {ZEB_USE("ZEBNS2::extractPath"){std::vector<char> value{'o', 'l', 'd'};
-bool const ended = attempt([&] { extractPath(in.environment, value); });
-EXPECT_EQ(std::string_view(value.data(), value.size()),
-          ended ? "/usr/local/bin:/usr/bin:/bin" : "old");
-}
-}
-, ZEB_RESULT("ZEBNS2::autodetectByteOrder", autodetectByteOrder(in.utf16), BOM_UTF16_LE),
+    use("ZEBNS2::extractEnv",
+        [](Attempt& attempt, Inputs const& in) {
+            std::vector<char> value{'o', 'l', 'd'};
+            bool const ended = attempt([&] { extractEnv(in.environment, "HOME", value, '='); });
+            EXPECT_EQ(std::string_view(value.data(), value.size()),
+                      ended ? "/home/somebody" : "old");
+        }),
+    use("ZEBNS2::extractEnv",
+        [](Attempt& attempt, Inputs const&) {
+            String value("old");
+            String const environment(ENVIRONMENT);
+            bool const ended = attempt([&] { extractEnv(environment, "HOME", value, '='); });
+            EXPECT_EQ(value, ended ? "/home/somebody" : "old");
+            EXPECT_EQ(environment, ENVIRONMENT);
+        }),
+    use("ZEBNS2::extractPath",
+        [](Attempt& attempt, Inputs const& in) {
+            std::vector<char> value{'o', 'l', 'd'};
+            bool const ended = attempt([&] { extractPath(in.environment, value); });
+            EXPECT_EQ(std::string_view(value.data(), value.size()),
+                      ended ? "/usr/local/bin:/usr/bin:/bin" : "old");
+        }),
+    ZEB_RESULT("ZEBNS2::autodetectByteOrder", autodetectByteOrder(in.utf16), BOM_UTF16_LE),
     ZEB_RESULT("ZEBNS2::autodetectByteOrder", autodetectByteOrder(bytesOf("neither of them")),
                BOM_UNKNOWN),
     ZEB_THROWS("ZEBNS2::convertToUTF8", convertToUTF8(Array<char>()), OutOfBoundsException),
@@ -318,83 +328,97 @@ EXPECT_EQ(std::string_view(value.data(), value.size()),
     ZEB_RESULT("ZEBNS2::convertToUTF8", convertToUTF8(in.utf16), UTF8_BYTES),
     ZEB_RESULT("ZEBNS2::convertToUTF8", convertToUTF8(bytesOf("neither of them")),
                "neither of them"),
+    ZEB_RESULT("ZEBNS2::autodetectByteOrder", autodetectByteOrder(bytesOf("\xFE\xFF")),
+               BOM_UTF16_BE),
+    ZEB_RESULT("ZEBNS2::regroupUTF16", regroupUTF16(bytesOf("\x20\xAC"), BOM_UTF16_BE),
+               Array<unsigned short>({0x20AC})),
+    ZEB_THROWS("ZEBNS2::UTF16ToUTF8", UTF16ToUTF8(bytesOf("odd"), BOM_UTF16_BE),
+               JORLibraryException),
+    ZEB_THROWS("ZEBNS2::UTF16ToUTF8", UTF16ToUTF8(unsignedBytesOf("unmarked")),
+               JORLibraryException),
     ZEB_RESULT("ZEBNS2::isValidXMLCharacter", isValidXMLCharacter(0x41), true),
-    {ZEB_USE("ZEBNS2::replaceInvalidXMLCharacters"){Array<unsigned short> units{0x41, 1, 2, 0x42};
-Array<unsigned short> const copy = units;
-bool const ended = attempt([&] { replaceInvalidXMLCharacters(units, "a prefix: "); });
-EXPECT_TRUE(copy == Array<unsigned short>({0x41, 1, 2, 0x42}));
-// Only the messages can fail once it is detached.
-EXPECT_TRUE(!ended || units == Array<unsigned short>({0x41, 0xFFFD, 0xFFFD, 0x42}));
-EXPECT_EQ(std::as_const(units)[0], 0x41);
-EXPECT_EQ(units.size(), 4U);
-}
-}
-,
+    ZEB_RESULT("ZEBNS2::isValidXMLCharacter", isValidXMLCharacter(0xFFFE), false),
+    use("ZEBNS2::replaceInvalidXMLCharacters",
+        [](Attempt& attempt, Inputs const&) {
+            Array<unsigned short> units{0x41, 1, 2, 0x42};
+            Array<unsigned short> const copy = units;
+            bool const ended = attempt([&] { replaceInvalidXMLCharacters(units, "a prefix: "); });
+            EXPECT_TRUE(copy == Array<unsigned short>({0x41, 1, 2, 0x42}));
+            // Only the messages can fail once it is detached.
+            EXPECT_TRUE(!ended || units == Array<unsigned short>({0x41, 0xFFFD, 0xFFFD, 0x42}));
+            EXPECT_EQ(std::as_const(units)[0], 0x41);
+            EXPECT_EQ(units.size(), 4U);
+        }),
     ZEB_RESULT("ZEBNS2::search_replace", search_replace(in.text, "key", "a longer text"),
                "a longer text=\"a, b\"; other a longer text=value, one of some length"),
     ZEB_RESULT("ZEBNS2::search_replace", search_replace(in.text, "", "x"), TEXT),
-    {ZEB_USE("ZEBNS2::copy_stream"){std::istringstream source(std::string(5000, 'x'));
-std::ostringstream destination;
-std::size_t copied = 0;
-bool const ended = attempt([&] { copied = copy_stream(destination, source); });
-// A stream keeps the failure to itself, in its state.
-EXPECT_TRUE(!ended || copied == 5000U || !destination.good() || !source.good());
-EXPECT_TRUE(destination.str() == std::string(destination.str().size(), 'x'));
-}
-}
-, {ZEB_USE("ZEBNS2::read_from_stream"){IFileStream stream(in.file);
-std::vector<char> bytes;
-bool const ended = attempt([&] { bytes = read_from_stream(stream, 0xFFFFFFFF); });
-EXPECT_EQ(std::string_view(bytes.data(), bytes.size()), ended ? FILE_TEXT : "");
-}
-}
-,
-}
-;
+    use("ZEBNS2::copy_stream",
+        [](Attempt& attempt, Inputs const&) {
+            std::istringstream source(std::string(5000, 'x'));
+            std::ostringstream destination;
+            std::size_t copied = 0;
+            bool const ended = attempt([&] { copied = copy_stream(destination, source); });
+            // A stream keeps the failure to itself, in its state.
+            EXPECT_TRUE(!ended || copied == 5000U || !destination.good() || !source.good());
+            EXPECT_TRUE(destination.str() == std::string(destination.str().size(), 'x'));
+        }),
+    use("ZEBNS2::read_from_stream",
+        [](Attempt& attempt, Inputs const& in) {
+            IFileStream stream(in.file);
+            std::vector<char> bytes;
+            bool const ended = attempt([&] { bytes = read_from_stream(stream, 0xFFFFFFFF); });
+            EXPECT_EQ(std::string_view(bytes.data(), bytes.size()), ended ? FILE_TEXT : "");
+        }),
+};
 
 std::vector<PublicCall> const EXPRESSION_CALLS = {
-    {ZEB_USE("ZEBNS2::RE::RE"){expectCompiled(attempt, [] { RE(SOUND_PATTERN, 0); });
-}
-}
-, ZEB_THROWS("ZEBNS2::RE::RE", RE("(", 0), BadRegexException),
+    use("ZEBNS2::RE::RE",
+        [](Attempt& attempt, Inputs const&) {
+            expectCompiled(attempt, [] { RE(SOUND_PATTERN, 0); });
+        }),
+    ZEB_THROWS("ZEBNS2::RE::RE", RE("(", 0), BadRegexException),
     ZEB_RESULT("ZEBNS2::wild2re", wild2re("ab#?\\*"), "^ab[[:digit:]].\\*$"),
-    {ZEB_USE("ZEBNS2::RegularExpression::RegularExpression"){String const pattern(SOUND_PATTERN);
-expectCompiled(attempt, [&] { RegularExpression(pattern, 0); });
-EXPECT_EQ(pattern, SOUND_PATTERN);
-}
-}
-, {ZEB_USE("ZEBNS2::RegularExpression::RegularExpression"){
-      expectCompiled(attempt, [] { RegularExpression(SOUND_PATTERN, 0); });
-}
-}
-, {ZEB_USE("ZEBNS2::RegularExpression::RegularExpression"){
-      RegularExpression const original(SOUND_PATTERN, 0);
-expectCompiled(attempt, [&] { RegularExpression{original}; });
-EXPECT_TRUE(original.matches("key and the end"));
-}
-}
-, {ZEB_SEARCHING_USE("ZEBNS2::RegularExpression::RegularExpression"){
-      expectThrow<RegularExpressionException>(
-          attempt, [] { RegularExpression("a|(b", RegularExpression::CASE_INSENSITIVE); });
-}
-}
-, {ZEB_USE("ZEBNS2::RegularExpression::replace"){RegularExpression expression("old", 0);
-expectCompiled(attempt, [&] { expression.replace(SOUND_PATTERN, 0); });
-// Replaced or not, it holds the new pattern, or nothing to match with.
-EXPECT_FALSE(expression.matches("neither") || expression.matches("another"));
-expression.replace("new", 0);
-EXPECT_TRUE(expression.matches("a new one"));
-}
-}
-, {ZEB_USE("ZEBNS2::RegularExpression::operator="){RegularExpression expression("old", 0);
-RegularExpression const other(SOUND_PATTERN, 0);
-expectCompiled(attempt, [&] { expression = other; });
-EXPECT_EQ(other.getPattern(), SOUND_PATTERN);
-expression.replace("new", 0);
-EXPECT_TRUE(expression.matches("a new one"));
-}
-}
-, ZEB_SEARCH("ZEBNS2::RegularExpression::matches", in.expression.matches(in.text), true),
+    use("ZEBNS2::RegularExpression::RegularExpression",
+        [](Attempt& attempt, Inputs const&) {
+            String const pattern(SOUND_PATTERN);
+            expectCompiled(attempt, [&] { RegularExpression(pattern, 0); });
+            EXPECT_EQ(pattern, SOUND_PATTERN);
+        }),
+    use("ZEBNS2::RegularExpression::RegularExpression",
+        [](Attempt& attempt, Inputs const&) {
+            expectCompiled(attempt, [] { RegularExpression(SOUND_PATTERN, 0); });
+        }),
+    use("ZEBNS2::RegularExpression::RegularExpression",
+        [](Attempt& attempt, Inputs const&) {
+            RegularExpression const original(SOUND_PATTERN, 0);
+            expectCompiled(attempt, [&] { RegularExpression{original}; });
+            EXPECT_TRUE(original.matches("key and the end"));
+        }),
+    searchingUse("ZEBNS2::RegularExpression::RegularExpression",
+                 [](Attempt& attempt, Inputs const&) {
+                     expectThrow<RegularExpressionException>(attempt, [] {
+                         RegularExpression("a|(b", RegularExpression::CASE_INSENSITIVE);
+                     });
+                 }),
+    use("ZEBNS2::RegularExpression::replace",
+        [](Attempt& attempt, Inputs const&) {
+            RegularExpression expression("old", 0);
+            expectCompiled(attempt, [&] { expression.replace(SOUND_PATTERN, 0); });
+            // Replaced or not, it holds the new pattern, or nothing to match with.
+            EXPECT_FALSE(expression.matches("neither") || expression.matches("another"));
+            expression.replace("new", 0);
+            EXPECT_TRUE(expression.matches("a new one"));
+        }),
+    use("ZEBNS2::RegularExpression::operator=",
+        [](Attempt& attempt, Inputs const&) {
+            RegularExpression expression("old", 0);
+            RegularExpression const other(SOUND_PATTERN, 0);
+            expectCompiled(attempt, [&] { expression = other; });
+            EXPECT_EQ(other.getPattern(), SOUND_PATTERN);
+            expression.replace("new", 0);
+            EXPECT_TRUE(expression.matches("a new one"));
+        }),
+    ZEB_SEARCH("ZEBNS2::RegularExpression::matches", in.expression.matches(in.text), true),
     ZEB_SEARCH("ZEBNS2::regex_matches", regex_matches(in.expression, in.text), true),
     ZEB_SEARCH("ZEBNS2::RegularExpression::first_match", in.expression.first_match("XXkey=v"),
                std::pair(2, 7)),
@@ -445,42 +469,50 @@ EXPECT_TRUE(expression.matches("a new one"));
                "key=\"a, b\"; other value of key, one of some length"),
     ZEB_SEARCH("ZEBNS2::sed", sed(in.text, String("([a-z]+)$"), String("<%1>")),
                "key=\"a, b\"; other key=value, one of some <length>"),
-    {ZEB_SEARCHING_USE("ZEBNS2::unprivilegedSed"){RegularExpression const expression("=", 0);
-expectEdited(attempt, in, [&](String const& file) { unprivilegedSed(file, expression, ": "); });
-}
-}
-, {ZEB_SEARCHING_USE("ZEBNS2::unprivilegedSed"){expectEdited(attempt, in, [](String const& file) {
-    unprivilegedSed(file, String("([a-z]+)="), String("%1: "));
-});
-}
-}
-, {ZEB_SEARCHING_USE("ZEBNS2::unprivilegedSed"){expectThrow<FileSystemException>(
-      attempt, [&] { unprivilegedSed(in.directory.path(""), in.expression, ""); });
-}
-}
-,
-}
-;
+    searchingUse("ZEBNS2::unprivilegedSed",
+                 [](Attempt& attempt, Inputs const& in) {
+                     RegularExpression const expression("=", 0);
+                     expectEdited(attempt, in, [&](String const& file) {
+                         unprivilegedSed(file, expression, ": ");
+                     });
+                 }),
+    searchingUse("ZEBNS2::unprivilegedSed",
+                 [](Attempt& attempt, Inputs const& in) {
+                     expectEdited(attempt, in, [](String const& file) {
+                         unprivilegedSed(file, String("([a-z]+)="), String("%1: "));
+                     });
+                 }),
+    ZEB_THROWS("ZEBNS2::unprivilegedSed", unprivilegedSed(in.directory.path(""), in.expression, ""),
+               FileSystemException),
+    ZEB_THROWS("ZEBNS2::unprivilegedSed", unprivilegedSed("/dev/null", in.expression, ""),
+               FileSystemException),
+    ZEB_THROWS("ZEBNS2::unprivilegedSed",
+               unprivilegedSed(in.directory.path("missing"), in.expression, ""),
+               FileSystemException),
+};
 
-std::vector<PublicCall> const XML_CALLS = {{ZEB_USE("ZEBNS2::validateXML"){String message("old");
-bool valid = false;
-EXPECT_EQ(attempt([&] { valid = validateXML(in.xml, message); }), valid);
-EXPECT_EQ(message, "old");
-}
-}
-, {ZEB_USE("ZEBNS2::validateXML"){String message("old");
-bool const ended = attempt([&] { EXPECT_FALSE(validateXML("<a>", message)); });
-EXPECT_EQ(message, ended ? "line 1, column 4: no element found" : "old");
-}
-}
-, ZEB_THROWS("ZEBNS2::validateXML", validateXML("<a><b></a>"), OrventoXMLException),
-    {ZEB_USE("ZEBNS2::validateXML"){attempt([&] { validateXML(in.xml); });
-}
-}
-,
+std::vector<PublicCall> const XML_CALLS = {
+    use("ZEBNS2::validateXML",
+        [](Attempt& attempt, Inputs const& in) {
+            String message("old");
+            bool valid = false;
+            EXPECT_EQ(attempt([&] { valid = validateXML(in.xml, message); }), valid);
+            EXPECT_EQ(message, "old");
+        }),
+    use("ZEBNS2::validateXML",
+        [](Attempt& attempt, Inputs const&) {
+            String message("old");
+            bool const ended = attempt([&] { EXPECT_FALSE(validateXML("<a>", message)); });
+            EXPECT_EQ(message, ended ? "line 1, column 4: no element found" : "old");
+        }),
+    ZEB_THROWS("ZEBNS2::validateXML", validateXML("<a><b></a>"), OrventoXMLException),
+    use("ZEBNS2::validateXML",
+        [](Attempt& attempt, Inputs const& in) { attempt([&] { validateXML(in.xml); }); }),
     ZEB_RESULT("ZEBNS2::XMLNodeSearch",
                XMLNodeSearch(in.node, "config.\"disk\"[ID=2].partition[label=p]").getName(),
                "partition"),
+    ZEB_RESULT("ZEBNS2::XMLNodeSearch", XMLNodeSearch(in.node, "config.disk[id=3]").isNull(), true),
+    ZEB_RESULT("ZEBNS2::XMLNodeSearch", XMLNodeSearch(XMLNode(), "config.disk").isNull(), true),
     ZEB_THROWS("ZEBNS2::XMLNodeSearch", XMLNodeSearch(in.node, "a[id=1=2]"), OrventoXMLException),
     ZEB_RESULT("zeb::xmltoolkit::XMLParserDOM::parse", XMLParserDOM::parse(in.xml).toString(),
                in.node.toString()),
@@ -506,21 +538,20 @@ EXPECT_EQ(message, ended ? "line 1, column 4: no element found" : "old");
                in.node.getChild().attributeValueView(1), "raw"sv),
     ZEB_THROWS("zeb::xmltoolkit::XMLNode::attributeValueView", in.node.attributeValueView(1),
                OutOfBoundsException),
-    {ZEB_USE("zeb::xmltoolkit::operator<<"){OStringStream stream;
-bool const ended = attempt([&] { stream << in.node.getChild().getNext(); });
-EXPECT_TRUE(!ended || !stream.good() ||
-            stream.toString() == in.node.getChild().getNext().toString());
-}
-}
-,
+    use("zeb::xmltoolkit::operator<<",
+        [](Attempt& attempt, Inputs const& in) {
+            OStringStream stream;
+            bool const ended = attempt([&] { stream << in.node.getChild().getNext(); });
+            EXPECT_TRUE(!ended || !stream.good() ||
+                        stream.toString() == in.node.getChild().getNext().toString());
+        }),
     ZEB_RESULT("zeb::xmltoolkit::CIMDateTime::CIMDateTime", CIMDateTime(DateTime(0)).toString(),
                "19700101000000.000000+000"),
     ZEB_THROWS("zeb::xmltoolkit::CIMDateTime::CIMDateTime", CIMDateTime(DateTime(253402300800)),
                Exception),
     ZEB_RESULT("zeb::xmltoolkit::CIMDateTime::toString",
                CIMDateTime(DateTime(253402300799, 999999)).toString(), "99991231235959.999999+000"),
-}
-;
+};
 
 // -------------------------------------------------------------------------------- the foundation
 
@@ -528,36 +559,39 @@ std::vector<PublicCall> const STRING_CALLS = {
     ZEB_RESULT("zeb::foundation::String::String", String(TEXT.data()), TEXT),
     ZEB_RESULT("zeb::foundation::String::String", String(TEXT.data(), 5), TEXT.substr(0, 5)),
     ZEB_RESULT("zeb::foundation::String::String", String(TEXT), TEXT),
-    {ZEB_USE("zeb::foundation::String::String"){std::string const standard(TEXT);
-expectResult(
-    attempt, [&] { return String(standard); }, [] { return TEXT; });
-}
-}
-, ZEB_RESULT("zeb::foundation::String::endsWith", in.text.endsWith("length"), true),
+    use("zeb::foundation::String::String",
+        [](Attempt& attempt, Inputs const&) {
+            std::string const standard(TEXT);
+            expectResult(
+                attempt, [&] { return String(standard); }, [] { return TEXT; });
+        }),
+    ZEB_RESULT("zeb::foundation::String::endsWith", in.text.endsWith("length"), true),
     ZEB_RESULT("zeb::foundation::String::equalsIgnoreCase", in.separator.equalsIgnoreCase(", "),
                true),
     ZEB_RESULT("zeb::foundation::String::indexOf", in.text.indexOf('='), std::size_t{3}),
     ZEB_RESULT("zeb::foundation::String::indexOf", in.text.indexOf("=\""), std::size_t{3}),
     ZEB_RESULT("zeb::foundation::String::lastIndexOf", in.text.lastIndexOf('='), std::size_t{21}),
     ZEB_RESULT("zeb::foundation::String::lastIndexOf", in.text.lastIndexOf("=v"), std::size_t{21}),
-    {ZEB_USE("zeb::foundation::String::operator+="){String appended("abc");
-bool const ended = attempt([&] { appended += TEXT; });
-EXPECT_EQ(appended, ended ? "abc" + String(TEXT) : "abc");
-}
-}
-, {ZEB_USE("zeb::foundation::String::concat"){String appended(in.text);
-bool const ended = attempt([&] { appended.concat(appended); });
-EXPECT_EQ(appended.length(), ended ? 2 * TEXT.size() : TEXT.size());
-}
-}
-, ZEB_RESULT("zeb::foundation::operator+", "a" + in.separator + 'b' + "c", "a, bc"),
+    use("zeb::foundation::String::operator+=",
+        [](Attempt& attempt, Inputs const&) {
+            String appended("abc");
+            bool const ended = attempt([&] { appended += TEXT; });
+            EXPECT_EQ(appended, ended ? "abc" + String(TEXT) : "abc");
+        }),
+    use("zeb::foundation::String::concat",
+        [](Attempt& attempt, Inputs const& in) {
+            String appended(in.text);
+            bool const ended = attempt([&] { appended.concat(appended); });
+            EXPECT_EQ(appended.length(), ended ? 2 * TEXT.size() : TEXT.size());
+        }),
+    ZEB_RESULT("zeb::foundation::operator+", "a" + in.separator + 'b' + "c", "a, bc"),
     ZEB_RESULT("zeb::foundation::String::startsWith", in.text.startsWith("key"), true),
     ZEB_RESULT("zeb::foundation::String::substring", in.text.substring(4, 4), "\"a, "),
     ZEB_RESULT("zeb::foundation::String::trim", String(" \ttrimmed\n").trim(), "trimmed"),
-    ZEB_RESULT("zeb::foundation::String::tokenize",
-               in.text.tokenize("=;", String::RETURN_DELIMITERS, String::RETURN_EMPTY_TOKENS),
-               StringArray({"key", "=", "\"a, b\"", ";", " other key", "=",
-                            "value, one of some length"})),
+    ZEB_RESULT(
+        "zeb::foundation::String::tokenize",
+        in.text.tokenize("=;", String::RETURN_DELIMITERS, String::RETURN_EMPTY_TOKENS),
+        StringArray({"key", "=", "\"a, b\"", ";", " other key", "=", "value, one of some length"})),
     ZEB_THROWS("zeb::foundation::String::charAt", in.text.charAt(1000), OutOfBoundsException),
     ZEB_RESULT("zeb::foundation::String::toReal64", String("2.5").toReal64(), 2.5),
     ZEB_RESULT("zeb::foundation::String::toReal32", String("2.5").toReal32(), 2.5F),
@@ -571,125 +605,137 @@ EXPECT_EQ(appended.length(), ended ? 2 * TEXT.size() : TEXT.size());
     ZEB_RESULT("zeb::foundation::String::toUInt64", String("64").toUInt64(), 64U),
     ZEB_THROWS("zeb::foundation::String::toReal64", in.text.toReal64(), StringConversionException),
     ZEB_THROWS("zeb::foundation::String::toInt32", in.text.toInt32(), StringConversionException),
-    {ZEB_USE("zeb::foundation::operator<<"){std::ostringstream stream;
-bool const ended = attempt([&] { stream << in.text; });
-EXPECT_TRUE(!ended || !stream.good() || stream.str() == TEXT);
-}
-}
-, {ZEB_USE("zeb::foundation::StringBuffer::append"){StringBuffer buffer(4);
-buffer.append("abcd");
-bool const ended = attempt([&] { buffer.append(TEXT); });
-EXPECT_EQ(std::string_view(buffer), ended ? "abcd" + std::string(TEXT) : "abcd");
-}
-}
-, {ZEB_USE("zeb::foundation::StringBuffer::prepare"){StringBuffer buffer(4);
-buffer.append("abcd");
-attempt([&] { EXPECT_NE(buffer.prepare(1000), nullptr); });
-EXPECT_EQ(std::string_view(buffer), "abcd");
-}
-}
-, {ZEB_USE("zeb::foundation::StringBuffer::toString"){StringBuffer buffer;
-buffer.append(TEXT);
-expectResult(
-    attempt, [&] { return buffer.toString(); }, [] { return TEXT; });
-EXPECT_EQ(std::string_view(buffer), TEXT);
-}
-}
-, {ZEB_USE("zeb::foundation::StringBuffer::releaseString"){StringBuffer buffer(10000);
-buffer.append(TEXT);
-String released;
-bool const ended = attempt([&] { released = buffer.releaseString(); });
-EXPECT_EQ(ended ? std::string_view(released) : std::string_view(buffer), TEXT);
-}
-}
-, {ZEB_USE("zeb::foundation::UTF8Utils::UCS4toUTF8"){StringBuffer buffer(1);
-buffer.append('x');
-bool const ended = attempt([&] { foundation::UTF8Utils::UCS4toUTF8(0x20AC, buffer); });
-EXPECT_EQ(std::string_view(buffer), ended ? "x\xE2\x82\xAC" : "x");
-}
-}
-, {ZEB_USE("zeb::foundation::OStringStream::OStringStream"){String text;
-bool const ended = attempt([&] {
-    OStringStream stream;
-    stream << TEXT << 12345;
-    text = stream.toString();
-});
-EXPECT_EQ(text, ended ? std::string(TEXT) + "12345" : "");
-}
-}
-,
+    use("zeb::foundation::operator<<",
+        [](Attempt& attempt, Inputs const& in) {
+            std::ostringstream stream;
+            bool const ended = attempt([&] { stream << in.text; });
+            EXPECT_TRUE(!ended || !stream.good() || stream.str() == TEXT);
+        }),
+    use("zeb::foundation::StringBuffer::append",
+        [](Attempt& attempt, Inputs const&) {
+            StringBuffer buffer(4);
+            buffer.append("abcd");
+            bool const ended = attempt([&] { buffer.append(TEXT); });
+            EXPECT_EQ(std::string_view(buffer), ended ? "abcd" + std::string(TEXT) : "abcd");
+        }),
+    use("zeb::foundation::StringBuffer::prepare",
+        [](Attempt& attempt, Inputs const&) {
+            StringBuffer buffer(4);
+            buffer.append("abcd");
+            attempt([&] { EXPECT_NE(buffer.prepare(1000), nullptr); });
+            EXPECT_EQ(std::string_view(buffer), "abcd");
+        }),
+    use("zeb::foundation::StringBuffer::toString",
+        [](Attempt& attempt, Inputs const&) {
+            StringBuffer buffer;
+            buffer.append(TEXT);
+            expectResult(
+                attempt, [&] { return buffer.toString(); }, [] { return TEXT; });
+            EXPECT_EQ(std::string_view(buffer), TEXT);
+        }),
+    use("zeb::foundation::StringBuffer::releaseString",
+        [](Attempt& attempt, Inputs const&) {
+            StringBuffer buffer(10000);
+            buffer.append(TEXT);
+            String released;
+            bool const ended = attempt([&] { released = buffer.releaseString(); });
+            EXPECT_EQ(ended ? std::string_view(released) : std::string_view(buffer), TEXT);
+        }),
+    use("zeb::foundation::UTF8Utils::UCS4toUTF8",
+        [](Attempt& attempt, Inputs const&) {
+            StringBuffer buffer(1);
+            buffer.append('x');
+            bool const ended = attempt([&] { foundation::UTF8Utils::UCS4toUTF8(0x20AC, buffer); });
+            EXPECT_EQ(std::string_view(buffer), ended ? "x\xE2\x82\xAC" : "x");
+        }),
+    use("zeb::foundation::OStringStream::OStringStream",
+        [](Attempt& attempt, Inputs const&) {
+            String text;
+            bool const ended = attempt([&] {
+                OStringStream stream;
+                stream << TEXT << 12345;
+                text = stream.toString();
+            });
+            EXPECT_EQ(text, ended ? std::string(TEXT) + "12345" : "");
+        }),
     ZEB_RESULT("zeb::foundation::Format::Format",
                String(Format("%1 and %2 and %3", in.separator, 12, in.exception.getMessage())),
                ",  and 12 and the cause"),
-    {ZEB_USE("zeb::foundation::Array::append"){StringArray array = in.words;
-bool const ended = attempt([&] { array.append("six"); });
-EXPECT_EQ(array.size(), in.words.size() + (ended ? 1 : 0));
-EXPECT_EQ(std::as_const(array)[0], "one");
-}
-}
-, {ZEB_USE("zeb::foundation::Array::insert"){StringArray array = in.words;
-bool const ended = attempt([&] { array.insert(1, "inserted"); });
-EXPECT_TRUE(!ended || std::as_const(array)[1] == "inserted");
-}
-}
-, {ZEB_USE("zeb::foundation::Array::remove"){StringArray array = in.words;
-bool const ended = attempt([&] { array.remove(1, 2); });
-EXPECT_TRUE(!ended || array == StringArray({"one", "a longer word", "two"}));
-}
-}
-, {ZEB_USE("zeb::foundation::Array::reserve"){StringArray array = in.words;
-attempt([&] { array.reserve(100); });
-EXPECT_TRUE(array == in.words);
-}
-}
-, {ZEB_USE("zeb::foundation::Array::operator[]"){StringArray array = in.words;
-bool const ended = attempt([&] { array[0] = in.text; });
-EXPECT_EQ(std::as_const(array)[0], ended ? TEXT : "one");
-}
-}
-,
+    use("zeb::foundation::Array::append",
+        [](Attempt& attempt, Inputs const& in) {
+            StringArray array = in.words;
+            bool const ended = attempt([&] { array.append("six"); });
+            EXPECT_EQ(array.size(), in.words.size() + (ended ? 1 : 0));
+            EXPECT_EQ(std::as_const(array)[0], "one");
+        }),
+    use("zeb::foundation::Array::insert",
+        [](Attempt& attempt, Inputs const& in) {
+            StringArray array = in.words;
+            bool const ended = attempt([&] { array.insert(1, "inserted"); });
+            EXPECT_TRUE(!ended || std::as_const(array)[1] == "inserted");
+        }),
+    use("zeb::foundation::Array::remove",
+        [](Attempt& attempt, Inputs const& in) {
+            StringArray array = in.words;
+            bool const ended = attempt([&] { array.remove(1, 2); });
+            EXPECT_TRUE(!ended || array == StringArray({"one", "a longer word", "two"}));
+        }),
+    use("zeb::foundation::Array::reserve",
+        [](Attempt& attempt, Inputs const& in) {
+            StringArray array = in.words;
+            attempt([&] { array.reserve(100); });
+            EXPECT_TRUE(array == in.words);
+        }),
+    use("zeb::foundation::Array::operator[]",
+        [](Attempt& attempt, Inputs const& in) {
+            StringArray array = in.words;
+            bool const ended = attempt([&] { array[0] = in.text; });
+            EXPECT_EQ(std::as_const(array)[0], ended ? TEXT : "one");
+        }),
     ZEB_RESULT("zeb::foundation::Array::Array", StringArray({"one", "", "two"}).size(),
                std::size_t{3}),
     ZEB_THROWS("zeb::foundation::Array::operator[]", in.words[5], OutOfBoundsException),
-}
-;
+};
 
 std::vector<PublicCall> const SYSTEM_CALLS = {
-    {ZEB_USE("zeb::foundation::Exception::Exception"){std::optional<Exception> copy;
-EXPECT_TRUE(attempt([&] { copy.emplace(in.exception); }));
-EXPECT_STREQ(copy->getMessage(), "the cause");
-}
-}
-, {ZEB_USE("zeb::foundation::Exception::operator="){
-      Exception copy("unit", 7, "a message", 3, nullptr, 5);
-EXPECT_TRUE(attempt([&] { copy = in.exception; }));
-EXPECT_STREQ(copy.getMessage(), "the cause");
-}
-}
-,
+    use("zeb::foundation::Exception::Exception",
+        [](Attempt& attempt, Inputs const& in) {
+            std::optional<Exception> copy;
+            EXPECT_TRUE(attempt([&] { copy.emplace(in.exception); }));
+            EXPECT_STREQ(copy->getMessage(), "the cause");
+        }),
+    use("zeb::foundation::Exception::operator=",
+        [](Attempt& attempt, Inputs const& in) {
+            Exception copy("unit", 7, "a message", 3, nullptr, 5);
+            EXPECT_TRUE(attempt([&] { copy = in.exception; }));
+            EXPECT_STREQ(copy.getMessage(), "the cause");
+        }),
     ZEB_RESULT("zeb::foundation::Exception::what", std::string_view(in.exception.what()),
                "the cause"sv),
     ZEB_RESULT("zeb::foundation::Exception::getMessage",
                std::string_view(in.exception.getMessage()), "the cause"sv),
-    {ZEB_USE("zeb::foundation::logErroneousException"){
-        EXPECT_TRUE(attempt([] { foundation::logErroneousException("A test"); }));
-}
-}
-, {ZEB_USE("zeb::foundation::logErroneousException"){
-      EXPECT_TRUE(attempt([&] { foundation::logErroneousException("A test", in.exception); }));
-}
-}
-, {ZEB_USE("zeb::foundation::logErroneousException"){std::runtime_error const error("an error");
-EXPECT_TRUE(attempt([&] { foundation::logErroneousException("A test", error); }));
-}
-}
-, ZEB_RESULT("zeb::foundation::DateTime::DateTime", DateTime(1, 2000000).getSeconds(), 3),
-    {ZEB_USE("zeb::foundation::DateTime::setToCurrent"){DateTime time;
-EXPECT_TRUE(attempt([&] { time.setToCurrent(); }));
-EXPECT_GT(time.getSeconds(), 0);
-}
-}
-, ZEB_RESULT("zeb::foundation::FileSystem::canWrite", FileSystem::canWrite(in.file), true),
+    use("zeb::foundation::logErroneousException",
+        [](Attempt& attempt, Inputs const&) {
+            EXPECT_TRUE(attempt([] { foundation::logErroneousException("A test"); }));
+        }),
+    use("zeb::foundation::logErroneousException",
+        [](Attempt& attempt, Inputs const& in) {
+            EXPECT_TRUE(
+                attempt([&] { foundation::logErroneousException("A test", in.exception); }));
+        }),
+    use("zeb::foundation::logErroneousException",
+        [](Attempt& attempt, Inputs const&) {
+            std::runtime_error const error("an error");
+            EXPECT_TRUE(attempt([&] { foundation::logErroneousException("A test", error); }));
+        }),
+    ZEB_RESULT("zeb::foundation::DateTime::DateTime", DateTime(1, 2000000).getSeconds(), 3),
+    use("zeb::foundation::DateTime::setToCurrent",
+        [](Attempt& attempt, Inputs const&) {
+            DateTime time;
+            EXPECT_TRUE(attempt([&] { time.setToCurrent(); }));
+            EXPECT_GT(time.getSeconds(), 0);
+        }),
+    ZEB_RESULT("zeb::foundation::FileSystem::canWrite", FileSystem::canWrite(in.file), true),
     ZEB_RESULT("zeb::foundation::FileSystem::getFileContents", FileSystem::getFileContents(in.file),
                FILE_TEXT),
     ZEB_RESULT("zeb::foundation::FileSystem::getFileContents",
@@ -700,70 +746,75 @@ EXPECT_GT(time.getSeconds(), 0);
                FileSystem::getFileInformation(in.file).size, FILE_TEXT.size()),
     ZEB_THROWS("zeb::foundation::FileSystem::getFileInformation",
                FileSystem::getFileInformation(in.directory.path("missing")), FileSystemException),
-    {ZEB_USE("zeb::foundation::IFileStream::IFileStream"){std::string line;
-bool good = false;
-attempt([&] {
-    IFileStream stream(in.file);
-    good = std::getline(stream, line).good();
-});
-EXPECT_TRUE(!good || line == "key=value");
-}
-}
-, {ZEB_USE("zeb::foundation::LogAppender::LogAppender"){
-      attempt([] { IntrusiveReference<Silence>(new Silence); });
-}
-}
-, {ZEB_USE("zeb::foundation::CallbackAppender::CallbackAppender"){int messages = 0;
-std::optional<foundation::CallbackAppender> appender;
-bool const ended = attempt([&] { appender.emplace([&](LogMessage const&) { ++messages; }); });
-EXPECT_EQ(appender.has_value(), ended);
-}
-}
-, {ZEB_USE("zeb::foundation::CallbackAppender::append"){int messages = 0;
-foundation::CallbackAppender appender([&](LogMessage const&) { ++messages; });
-LogMessage const sent = message();
-EXPECT_TRUE(attempt([&] { appender.append(sent); }));
-EXPECT_EQ(messages, 1);
-}
-}
-, {ZEB_USE("zeb::foundation::StreamAppender::StreamAppender"){std::ostringstream stream;
-EXPECT_TRUE(attempt([&] { foundation::StreamAppender appender(stream); }));
-}
-}
-, {ZEB_USE("zeb::foundation::StreamAppender::append"){std::ostringstream stream;
-foundation::StreamAppender appender(stream);
-LogMessage const sent = message();
-bool const ended = attempt([&] { appender.append(sent); });
-EXPECT_TRUE(!ended || !stream.good() || stream.str() == "DEBUG component: a message\n");
-}
-}
-, {ZEB_USE("zeb::foundation::SyslogAppender::SyslogAppender"){
-      EXPECT_TRUE(attempt([] { foundation::SyslogAppender appender; }));
-}
-}
-, {ZEB_USE("zeb::foundation::SyslogAppender::append"){foundation::SyslogAppender appender;
-LogMessage const sent = message();
-attempt([&] { appender.append(sent); });
-}
-}
-, {ZEB_USE("zeb::foundation::Logger::Logger"){
-      EXPECT_TRUE(attempt([&] { Logger const logger(in.text); }));
-}
-}
-, {ZEB_USE("zeb::foundation::Logger::logMessage"){
-      Logger const logger("component", IntrusiveReference<LogAppender>(new Silence));
-attempt([&] { logger.logMessage("DEBUG", in.text, "unit", 7, "function"); });
-}
-}
-, {ZEB_USE("zeb::foundation::Logger::setDefault"){
-      IntrusiveReference<LogAppender> const appender(new Silence);
-EXPECT_TRUE(attempt([&] { Logger::setDefault(Logger::DEBUG3_LEVEL, appender); }));
-Logger::setDefault(Logger::NO_LEVEL, IntrusiveReference<LogAppender>());
-}
-}
-,
-}
-;
+    use("zeb::foundation::IFileStream::IFileStream",
+        [](Attempt& attempt, Inputs const& in) {
+            std::string line;
+            bool good = false;
+            attempt([&] {
+                IFileStream stream(in.file);
+                good = std::getline(stream, line).good();
+            });
+            EXPECT_TRUE(!good || line == "key=value");
+        }),
+    use("zeb::foundation::LogAppender::LogAppender",
+        [](Attempt& attempt, Inputs const&) {
+            attempt([] { IntrusiveReference<Silence>(new Silence); });
+        }),
+    use("zeb::foundation::CallbackAppender::CallbackAppender",
+        [](Attempt& attempt, Inputs const&) {
+            int messages = 0;
+            std::optional<foundation::CallbackAppender> appender;
+            bool const ended =
+                attempt([&] { appender.emplace([&](LogMessage const&) { ++messages; }); });
+            EXPECT_EQ(appender.has_value(), ended);
+        }),
+    use("zeb::foundation::CallbackAppender::append",
+        [](Attempt& attempt, Inputs const&) {
+            int messages = 0;
+            foundation::CallbackAppender appender([&](LogMessage const&) { ++messages; });
+            LogMessage const sent = message();
+            EXPECT_TRUE(attempt([&] { appender.CallbackAppender::append(sent); }));
+            EXPECT_EQ(messages, 1);
+        }),
+    use("zeb::foundation::StreamAppender::StreamAppender",
+        [](Attempt& attempt, Inputs const&) {
+            std::ostringstream stream;
+            EXPECT_TRUE(attempt([&] { foundation::StreamAppender appender(stream); }));
+        }),
+    use("zeb::foundation::StreamAppender::append",
+        [](Attempt& attempt, Inputs const&) {
+            std::ostringstream stream;
+            foundation::StreamAppender appender(stream);
+            LogMessage const sent = message();
+            bool const ended = attempt([&] { appender.StreamAppender::append(sent); });
+            EXPECT_TRUE(!ended || !stream.good() || stream.str() == "DEBUG component: a message\n");
+        }),
+    use("zeb::foundation::SyslogAppender::SyslogAppender",
+        [](Attempt& attempt, Inputs const&) {
+            EXPECT_TRUE(attempt([] { foundation::SyslogAppender appender; }));
+        }),
+    use("zeb::foundation::SyslogAppender::append",
+        [](Attempt& attempt, Inputs const&) {
+            foundation::SyslogAppender appender;
+            LogMessage const sent = message();
+            attempt([&] { appender.SyslogAppender::append(sent); });
+        }),
+    use("zeb::foundation::Logger::Logger",
+        [](Attempt& attempt, Inputs const& in) {
+            EXPECT_TRUE(attempt([&] { Logger const logger(in.text); }));
+        }),
+    use("zeb::foundation::Logger::logMessage",
+        [](Attempt& attempt, Inputs const& in) {
+            Logger const logger("component", IntrusiveReference<LogAppender>(new Silence));
+            attempt([&] { logger.logMessage("DEBUG", in.text, "unit", 7, "function"); });
+        }),
+    use("zeb::foundation::Logger::setDefault",
+        [](Attempt& attempt, Inputs const&) {
+            IntrusiveReference<LogAppender> const appender(new Silence);
+            EXPECT_TRUE(attempt([&] { Logger::setDefault(Logger::DEBUG3_LEVEL, appender); }));
+            Logger::setDefault(Logger::NO_LEVEL, IntrusiveReference<LogAppender>());
+        }),
+};
 
 std::vector<PublicCall> exceptionCalls() {
     std::vector<PublicCall> calls;
