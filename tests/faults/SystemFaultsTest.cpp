@@ -1,5 +1,5 @@
 // What the file services do when the system fails them. A program of its own, because it replaces
-// the function that reads from a descriptor.
+// the functions that read from a descriptor and write to one.
 
 #include <OrventoCommonRegex.hpp>
 #include <OrventoTextOperations.hpp>
@@ -13,9 +13,11 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/types.h>
+#include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
@@ -41,6 +43,8 @@ namespace {
 std::function<int()> beforeRead;
 /// Reads that a signal has interrupted.
 int interruptedReads = 0;
+/// Told how many bytes are to be written, says how many of them are: fewer, or minus the error.
+std::function<ssize_t(ssize_t)> writable;
 
 }  // namespace
 
@@ -61,6 +65,32 @@ ssize_t watchedRead(int descriptor, void* bytes, std::size_t count) {
     return got;
 }
 
+// libstdc++ writes by either.
+extern "C" ssize_t watchedWrite(int descriptor, void const* bytes,
+                                std::size_t count) __asm__("write");
+extern "C" ssize_t watchedWriteOfPieces(int descriptor, iovec const* pieces,
+                                        int count) __asm__("writev");
+
+ssize_t watchedWrite(int descriptor, void const* bytes, std::size_t count) {
+    if (writable) {
+        ssize_t const admitted = writable(static_cast<ssize_t>(count));
+        if (admitted < 0) {
+            errno = static_cast<int>(-admitted);
+            return -1;
+        }
+        count = static_cast<std::size_t>(admitted);
+    }
+    return ::syscall(SYS_write, descriptor, bytes, count);
+}
+
+ssize_t watchedWriteOfPieces(int descriptor, iovec const* pieces, int count) {
+    std::string bytes;
+    for (int i = 0; i < count; ++i) {
+        bytes.append(static_cast<char const*>(pieces[i].iov_base), pieces[i].iov_len);
+    }
+    return watchedWrite(descriptor, bytes.data(), bytes.size());
+}
+
 namespace {
 
 namespace FileSystem = zeb::foundation::FileSystem;
@@ -77,7 +107,10 @@ using ZEBNS2::unprivilegedSed;
 
 class SystemFaults : public testing::Test {
 protected:
-    ~SystemFaults() override { beforeRead = nullptr; }
+    ~SystemFaults() override {
+        beforeRead = nullptr;
+        writable = nullptr;
+    }
 
     zeb::test::TemporaryDirectory directory;
 };
@@ -413,6 +446,57 @@ TEST_F(SystemFaults, InterruptedReadingOfAStreamGoesOn) {
     EXPECT_EQ(::waitpid(writer, nullptr, 0), writer);
     EXPECT_EQ(*signalsTaken, 2);
     EXPECT_EQ(interruptedReads, 2);
+}
+
+/// Lines of so many bytes, with their newlines.
+std::string linesOf(char first, std::size_t bytes) {
+    std::string text;
+    while (text.size() + 3 <= bytes) {
+        text += first + std::string("x\n");
+    }
+    return text;
+}
+
+TEST_F(SystemFaults, InterruptedAndShortWritesOfAnEditGoOn) {
+    // Less than its stream has a buffer for, and more.
+    for (std::size_t const size : {300U, 1023U, 100000U}) {
+        for (ssize_t const most : {1, 7, 1000}) {
+            SCOPED_TRACE(std::to_string(size) + " bytes, " + std::to_string(most) + " at a time");
+            String const file = directory.file("file", linesOf('a', size));
+            int interrupted = 0;
+            ssize_t written = 0;
+            bool interrupts = false;
+            writable = [&](ssize_t count) -> ssize_t {
+                interrupts = !interrupts;
+                if (interrupts) {
+                    ++interrupted;
+                    return -EINTR;
+                }
+                written += std::min(count, most);
+                return std::min(count, most);
+            };
+            unprivilegedSed(file, "a", "b");
+            writable = nullptr;
+            EXPECT_EQ(contentsOf(file), linesOf('b', size));
+            EXPECT_EQ(static_cast<std::size_t>(written), linesOf('b', size).size());
+            EXPECT_GE(interrupted, written / most);
+        }
+    }
+}
+
+TEST_F(SystemFaults, AWriteErrorMidwayLeavesAnEditedFileShortWithoutAWord) {
+    for (int const error : {ENOSPC, EIO, EDQUOT}) {
+        String const file = directory.file("file", linesOf('a', 100000));
+        ssize_t room = 5000;
+        writable = [&](ssize_t count) -> ssize_t {
+            count = std::min({count, room, ssize_t{999}});
+            room -= count;
+            return count == 0 ? -error : count;
+        };
+        EXPECT_NO_THROW(unprivilegedSed(file, "a", "b"));
+        writable = nullptr;
+        EXPECT_EQ(contentsOf(file), linesOf('b', 100000).substr(0, 5000));
+    }
 }
 
 }  // namespace
