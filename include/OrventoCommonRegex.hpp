@@ -161,11 +161,15 @@ public:
 
     /// The first match, then each of its groups in order of their opening parentheses.
     ///
-    /// The first group that took no part in the match ends the list, even when later ones did:
-    /// `ab` against `((a)|(x))(b)` gives (0,2), (0,1), (0,1). The offsets are the C library's,
-    /// which errs with some repeated back-references: the end of a group may then lie before its
-    /// start, or be 4294967295 (`ba` against `.*(\B)(a\1+)`).
+    /// The first group that took no part in the match ends the list, even when later ones did,
+    /// as `(b)` does in the example. The offsets are the C library's, which errs with some repeated
+    /// back-references: the end of a group may then lie before its start, or be 4294967295 (`ba`
+    /// against `.*(\B)(a\1+)`).
     /// @par Complexity one search, and memory for `MAX_MATCH_SLOTS` pairs while it runs
+    /// ```cpp
+    /// RegularExpression const expression("((a)|(x))(b)", 0);
+    /// expression.all_matches("ab") == Array<OffsetPair>{{0, 2}, {0, 1}, {0, 1}}
+    /// ```
     [[nodiscard]] Array<OffsetPair> all_matches(String const& subject) const;
 
     /// Successive matches of the whole expression from left to right, without overlap; equal texts
@@ -278,11 +282,13 @@ private:
 };
 
 /// `expression.matches(subject)` as a function.
+/// @par Complexity one search. @par Thread safety as of `RegularExpression`.
 [[nodiscard]] ZEB_EXPORT bool regex_matches(RegularExpression const& expression,
                                             String const& subject) noexcept;
 
 /// @name Editing in the manner of sed
-/// `realSed` and `unprivilegedSed` trace what they do under the component "zeb.common.regex".
+/// `realSed` and `unprivilegedSed` trace what they do under the component "zeb.common.regex", to
+/// the process's default appender; what that throws reaches the caller.
 /// @par Thread safety reentrant; two edits of one file must not overlap.
 /// @{
 
@@ -302,8 +308,11 @@ private:
 /// In TEXT `\0` is the whole match, `\1` to `\9` are its groups (nothing, for one that
 /// `RegularExpression::all_matches` does not list), `\\` is a backslash; a backslash before any
 /// other byte stays, with that byte, and ends TEXT there: what follows is the flag, so that
-/// `s/a/\t/` is no command. Delete commands have no blanks around
-/// them, and no `/` within an expression.
+/// `s/a/\t/` is no command. TEXT may hold a NUL.
+///
+/// Delete commands have no blanks around them, and no `/` within an expression; they end at their
+/// first NUL. They are recognised by expressions that are compiled at the first of them, in the
+/// locale of that moment; in a UTF-8 one a command with a stray byte is not recognised.
 ///
 /// A range that finds no end deletes nothing. After a range the search for FROM goes on; the line
 /// that begins a range never ends it.
@@ -332,7 +341,7 @@ private:
 /// Replaces the first match in a text, which is not cut into lines.
 /// @param replacement the new text, in which `%0` stands for the whole match, `%1` to `%9` for its
 ///   groups (nothing, for one that `RegularExpression::all_matches` does not list), `%%` for a
-///   percent sign; any other `%` is itself
+///   percent sign; any other `%` is itself, and so is NUL
 /// @return the edited text; `text` itself when nothing matches
 /// @throws std::bad_alloc
 /// @par Complexity one search, otherwise linear in text and result
@@ -341,6 +350,7 @@ private:
 
 /// The same with an expression in extended syntax.
 /// @throws RegularExpressionException when `expression` does not compile, std::bad_alloc
+/// @par Complexity compiling and one search, otherwise linear in text and result
 /// ```cpp
 /// sed("key=value", "([a-z]+)=(.*)", "%2:%1") == "value:key"
 /// sed("aaa", "a", "b") == "baa"
@@ -356,7 +366,7 @@ private:
 /// writing, which empties it. From there on nothing is reported: when it cannot be opened the file
 /// stays as it was, when writing fails midway it is left short.
 ///
-/// @param fileName path as the system takes it
+/// @param fileName path as the system takes it; one that holds a NUL byte names no file
 /// @param replacement as for `sed`
 /// @throws zeb::foundation::FileSystemException when the file does not exist, is not a regular one,
 ///   cannot be written by the effective user or cannot be read; the file is unchanged
@@ -366,8 +376,9 @@ ZEB_EXPORT void unprivilegedSed(String const& fileName, RegularExpression const&
                                 String const& replacement);
 
 /// The same with an expression in extended syntax.
-/// @throws RegularExpressionException when `expression` does not compile; nothing is read then.
-///   Otherwise as above.
+/// @throws RegularExpressionException when `expression` does not compile; otherwise as above. The
+///   expression is compiled before anything is read.
+/// @par Complexity compiling, and then as above
 ZEB_EXPORT void unprivilegedSed(String const& fileName, String const& expression,
                                 String const& replacement);
 

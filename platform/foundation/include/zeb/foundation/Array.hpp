@@ -34,8 +34,9 @@ namespace detail {
 /// `std::bad_alloc` where memory is needed, and whatever copying a `T` throws; the array is
 /// unchanged after an exception from `append`, `reserve` and detaching, and holds valid but
 /// unspecified elements after one from `insert` and `remove`.
-/// @par Complexity constant unless said otherwise; detaching and destruction are linear in the
-/// number of elements. The locale has no influence.
+/// @par Complexity constant unless said otherwise; making an array of given elements, detaching,
+/// `reserve`, `clear` and destruction are linear in the number of elements. The locale has no
+/// influence.
 /// @par Thread safety
 /// One object may be read by several threads at once; changing it needs exclusive access. Copies
 /// are independent objects, whatever they share inside.

@@ -15,7 +15,7 @@ namespace zeb::foundation {
 /// An exception that knows where it was thrown, what went wrong and why.
 ///
 /// Its texts end at their first NUL; the locale has no influence on them, but for reasons that come
-/// from the C library. That holds for all classes derived from it in the library.
+/// from the C library. What is said here holds for all classes derived from it in the library, too.
 /// @par Complexity the constructor is linear in its texts, all else constant.
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT Exception : public std::exception {
@@ -111,9 +111,13 @@ public:
 /// @name Exceptions that must go no further
 /// Log, at error level under the component "zeb.foundation", an exception that was caught where
 /// none may pass, such as in a destructor: `text`, then ": " and the exception's text where there
-/// is one. They never throw; when logging itself fails the message is lost.
+/// is one. All texts end at their first NUL; the locale has no influence. They never throw; when
+/// logging itself fails the message is lost.
+/// @par Complexity linear in the texts, beside what the appender does; one comparison when nobody
+/// listens.
+/// @par Thread safety several threads may call them at once.
 /// @{
-/// Logs `text`, bytes up to a NUL.
+/// Logs `text`; null is empty.
 ZEB_EXPORT void logErroneousException(char const* text) noexcept;
 /// Logs `text` and the message of `exception`.
 ZEB_EXPORT void logErroneousException(char const* text, Exception const& exception) noexcept;

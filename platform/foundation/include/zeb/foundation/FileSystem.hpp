@@ -27,7 +27,8 @@ struct FileInformation {
 
 namespace FileSystem {
 
-/// @throws FileSystemException when the file does not exist or cannot be examined
+/// Kind and size of the file.
+/// @throws FileSystemException when it does not exist or cannot be examined
 [[nodiscard]] ZEB_EXPORT FileInformation getFileInformation(String const& path);
 
 /// Whether the effective user may write the file; false too when it does not exist.

@@ -54,8 +54,9 @@ void render(StringBuffer& out, T const& value) {
 /// ```cpp
 /// Format("%1 of %2 (100%%)", 3, "7").toString() == "3 of 7 (100%)"
 /// ```
-/// An argument is anything with a stream output operator; a null `char const*` renders as nothing.
-/// Numbers are rendered as in the classic locale.
+/// An argument is anything with a stream output operator; a null `char const*` renders as nothing,
+/// any other up to its NUL. Within the text, and within a `String` or a view, NUL is a byte like
+/// any other. The locale has no influence: numbers are rendered as in the classic one.
 /// @par Exceptions `std::bad_alloc`, and what an argument's output operator throws.
 /// @par Complexity linear in the text and the rendered arguments.
 /// @par Thread safety one object belongs to one thread.

@@ -9,6 +9,8 @@
 namespace zeb::foundation {
 
 /// Base of objects that carry their own reference count; see `IntrusiveReference`.
+/// @par Complexity constant.
+/// @par Thread safety the count changes atomically; copying and assigning leave it alone.
 class ZEB_EXPORT IntrusiveCounted {
 public:
     IntrusiveCounted() noexcept = default;

@@ -9,7 +9,10 @@
 
 namespace zeb::foundation {
 
-/// Makes the object of a `LazyGlobal` from its initialisation parameter.
+/// Makes the object of a `LazyGlobal` from its initialisation parameter, which is handed on as it
+/// is: what a NUL or null means there is up to `T`.
+/// @par Complexity that of building a `T`.
+/// @par Thread safety as safe as building a `T` is; `LazyGlobal` calls it in one thread at a time.
 template <typename T>
 struct LazyGlobalFactory {
     /// A new `T`, built from `parameter`.
@@ -30,7 +33,8 @@ struct LazyGlobalFactory {
 /// @tparam Factory `create(char const*)` returns a new `T`; what it throws leaves the
 ///   global unbuilt
 /// @par Complexity one read of memory, beside building the object once.
-/// @par Thread safety `get()` may be called by any number of threads; the object is built once.
+/// @par Thread safety `get()` may be called by any number of threads; the object is built once. The
+///   object itself is as safe as a `T` is, and destroying the global needs exclusive access.
 template <typename T, typename Factory = LazyGlobalFactory<T>>
 struct LazyGlobal {
     /// What the object is built from.

@@ -11,6 +11,7 @@
 
 /// @file
 /// Trace messages: who writes them, where they go, and what they cost when nobody listens.
+/// Messages may hold NUL bytes; the locale has no influence.
 
 namespace zeb::foundation {
 
@@ -27,6 +28,8 @@ struct LogMessage {
 /// Where messages go. Derive from it to route them into a log of your own.
 ///
 /// What `append` throws reaches the function that logged.
+/// @par Complexity of those below, `append` is linear in the message, beside what a stream, the
+///   system or a function does with it; all else is constant.
 /// @par Thread safety `append` may be called by several threads at once.
 class ZEB_EXPORT LogAppender : public IntrusiveCounted {
 public:
@@ -41,6 +44,9 @@ public:
 };
 
 /// Writes a line "category component: text" for each message to a stream, which must outlive it.
+/// NUL bytes are written as they are.
+/// @par Thread safety several threads may log at once, but none may use the stream meanwhile in
+///   another way.
 class ZEB_EXPORT StreamAppender : public LogAppender {
 public:
     /// Writes to `stream`.
@@ -55,7 +61,8 @@ private:
 };
 
 /// Hands each message as "component: text" to the system's log daemon, with the priority of its
-/// category. NUL bytes are written as blanks.
+/// category. NUL bytes of the text are written as blanks, and the component ends at its first.
+/// @par Thread safety several threads may log at once.
 class ZEB_EXPORT SyslogAppender : public LogAppender {
 public:
     SyslogAppender();
@@ -64,7 +71,8 @@ public:
     void append(LogMessage const& message) override;
 };
 
-/// Calls a function for each message; it may be called by several threads at once.
+/// Calls a function for each message, NUL bytes and all.
+/// @par Thread safety as safe as the function, which may be called by several threads at once.
 class ZEB_EXPORT CallbackAppender : public LogAppender {
 public:
     /// What is called for each message.
@@ -88,7 +96,6 @@ private:
 ///     logger.logMessage(Logger::STR_DEBUG_CATEGORY, "text", "Unit", __LINE__, __func__);
 /// }
 /// ```
-/// Messages may hold NUL bytes; the locale has no influence.
 /// @par Complexity constant, beside what the appender does.
 /// @par Thread safety a logger belongs to one thread; `setDefault` may be called by any thread at
 ///   any time.
@@ -131,7 +138,7 @@ public:
     [[nodiscard]] int getLogLevel() const noexcept { return level_; }
 
     /// Hands a message to the appender, whatever the level. Nothing happens when there is none.
-    /// @param category one of the category constants
+    /// @param category one of the category constants; like any other, up to its NUL
     /// @param file,function constants that outlive the message
     /// @throws std::bad_alloc and whatever the appender throws
     void logMessage(char const* category, String const& message, char const* file, int line,
@@ -149,6 +156,8 @@ private:
 };
 
 /// Brings `errno` back to what it was, so that logging never changes what a caller sees.
+/// @par Complexity constant.
+/// @par Thread safety each thread has an `errno` of its own; make and destroy it in one thread.
 class ErrnoGuard {
 public:
     ErrnoGuard() noexcept : saved_(errno) {}
@@ -163,6 +172,9 @@ private:
 /// @name Logging statements
 /// Log `message`, an expression that is evaluated only when `logger` lets the level through, in the
 /// name of the source unit `unit`. `errno` stays as it was.
+/// @par Complexity one comparison when the level is not let through, otherwise that of `message`
+/// and `Logger::logMessage`.
+/// @par Thread safety that of the logger.
 /// @{
 /// Logs at the level `LEVEL`, such as `DEBUG`, in the name of `function`: of a public one, where
 /// several share a step.

@@ -5,7 +5,8 @@
 #include <cstddef>
 
 /// @file
-/// Not API: the one place where strings and arrays get their memory.
+/// Not API: the one place where strings and arrays get their memory. Several threads may call all
+/// of it at once. Only resizing takes more than constant time: it may copy or move the whole block.
 ///
 /// Blocks come from `malloc`, not from `operator new`, because growing a large block with `realloc`
 /// moves its pages instead of copying their bytes: a text of 100 MB that is built piece by piece

@@ -8,9 +8,11 @@
 namespace zeb::foundation {
 
 /// An output stream into a `StringBuffer`. It formats as the classic locale does, whatever the
-/// global locale is, so that its texts are the same on every machine.
+/// global locale is, so that its texts are the same on every machine. NUL is a byte like any other.
 /// @par Exceptions as the standard streams: exhausted memory sets `badbit`. The text is incomplete
 ///   then, and asking for it throws `std::bad_alloc`.
+/// @par Complexity writing is amortised linear in what is written, `toString` is linear in all of
+///   it, all else constant.
 /// @par Thread safety one thread at a time.
 class ZEB_EXPORT OStringStream : public std::ostream {
 public:

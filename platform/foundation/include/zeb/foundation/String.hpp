@@ -292,7 +292,9 @@ private:
 /// Constant time.
 inline void swap(String& a, String& b) noexcept { a.swap(b); }
 
-/// Writes the bytes, field width and fill applied as for `std::string_view`.
+/// Writes the bytes, NUL too, field width and fill applied as for `std::string_view`; the locale
+/// has no influence. The stream's state tells of its own failures.
+/// @par Complexity linear. @par Thread safety `out` needs exclusive access.
 ZEB_EXPORT std::ostream& operator<<(std::ostream& out, String const& text);
 
 }  // namespace zeb::foundation

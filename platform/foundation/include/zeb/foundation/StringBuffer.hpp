@@ -10,7 +10,10 @@ namespace zeb::foundation {
 
 /// A text under construction: bytes are appended, then taken as a `String` without a copy.
 ///
-/// Its room doubles when it is used up, so appending is amortised constant time per byte.
+/// It holds any bytes, NUL included; the locale has no influence.
+/// @par Complexity the room doubles when it is used up, so appending is amortised constant time per
+///   byte. Making room and `toString` are linear in the contents, and so at worst is
+///   `releaseString`, where it gives room back; all else is constant.
 /// @par Exceptions `std::bad_alloc`; the contents are unchanged then.
 /// @par Thread safety one thread at a time.
 class ZEB_EXPORT StringBuffer {

@@ -10,9 +10,10 @@ inline constexpr unsigned int MAX_LENGTH = 4;
 
 /// Writes the UTF-8 encoding (RFC 3629, 1 to 4 bytes) of `codePoint` at `out`, which has room for
 /// `MAX_LENGTH` bytes. A surrogate and a value above 0x10FFFF are no characters: EF BF BD, the
-/// encoding of U+FFFD, is written for them.
+/// encoding of U+FFFD, is written for them. U+0000 becomes one NUL byte. The locale has no
+/// influence.
 /// @return the end of what was written
-/// @par Thread safety reentrant.
+/// @par Complexity constant. @par Thread safety reentrant.
 inline char* encode(unsigned int codePoint, char* out) noexcept {
     auto const put = [&out](unsigned int byte) { *out++ = static_cast<char>(byte); };
     if (codePoint < 0x80) {
@@ -37,7 +38,13 @@ inline char* encode(unsigned int codePoint, char* out) noexcept {
 
 /// Appends what `encode` writes to `out`.
 /// @throws std::bad_alloc; `out` is unchanged then
-/// @par Thread safety reentrant.
+/// @par Complexity amortised constant. @par Thread safety `out` needs exclusive access.
+/// ```cpp
+/// StringBuffer out;
+/// UTF8Utils::UCS4toUTF8(0x20AC, out);
+/// UTF8Utils::UCS4toUTF8(0xD800, out);
+/// out.toString() == "\xE2\x82\xAC\xEF\xBF\xBD"
+/// ```
 ZEB_EXPORT void UCS4toUTF8(unsigned int codePoint, StringBuffer& out);
 
 }  // namespace zeb::foundation::UTF8Utils

@@ -8,7 +8,8 @@ namespace zeb::xmltoolkit {
 
 /// A point in time as CIM writes it: the 25-byte form `yyyymmddhhmmss.mmmmmm+ooo` of the DMTF's
 /// datetime type, with microseconds and the offset from UTC in minutes. It is always rendered in
-/// UTC, offset `+000`, whatever the time zone of the process is.
+/// UTC, offset `+000`, whatever the time zone and the locale of the process are.
+/// @par Complexity constant.
 /// @par Thread safety one object may be read by several threads at once. A copy costs a few words.
 class ZEB_EXPORT CIMDateTime {
 public:
@@ -18,7 +19,7 @@ public:
     explicit CIMDateTime(foundation::DateTime const& time);
 
     /// The 25 bytes; dates of different points in time compare as the times do.
-    /// @par Exceptions `std::bad_alloc`. @par Complexity constant.
+    /// @par Exceptions `std::bad_alloc`.
     /// ```cpp
     /// CIMDateTime(DateTime(0)).toString() == "19700101000000.000000+000"
     /// DateTime const last(253402300799, 999999);

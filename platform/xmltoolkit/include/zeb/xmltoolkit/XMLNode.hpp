@@ -123,8 +123,10 @@ private:
     std::uint32_t siblingsEnd_ = 0;
 };
 
-/// Writes `node.toString()`, field width and fill applied to the whole of it.
+/// Writes `node.toString()`, field width and fill applied to the whole of it; the locale has no
+/// influence.
 /// @throws std::bad_alloc; the stream's state tells of its own failures
+/// @par Complexity linear in what is written. @par Thread safety `out` needs exclusive access.
 ZEB_EXPORT std::ostream& operator<<(std::ostream& out, XMLNode const& node);
 
 }  // namespace zeb::xmltoolkit
