@@ -1,6 +1,7 @@
 """Turns the results of zeb-bench (JSON) and zeb-peaks (lines) into tables in Markdown.
 
-Usage: table.py times <zeb-bench's JSON> [the same of a process that keeps freed memory]
+Usage: table.py times <zeb-bench's JSON>
+       table.py growth <zeb-bench's JSON> <the same of a process that keeps freed memory>
        table.py peaks <zeb-peaks' lines>
 """
 
@@ -106,32 +107,6 @@ def print_works(times, works):
                 ["", "Work", "Library", "Throughput", "Others", "Aim"], rows)
 
 
-def growth(times, work):
-    """The library's record and cost of a byte at the three sizes of `work`; none unless there are all three."""
-    sizes = [times.get(name, {}).get(LIBRARY) for name in (work + "@1", work + "@10", work)]
-    return [] if None in sizes else [(size, 1e9 / size["bytes_per_second"]) for size in sizes]
-
-
-def quotient(sizes):
-    return f"{sizes[2][1] / sizes[0][1]:.2f}" if sizes else ""
-
-
-def print_growth(times, kept, works):
-    rows = []
-    for work in sorted({work.split("@")[0] for work in times if "@" in work}):
-        sizes = growth(times, work)
-        if not sizes:
-            continue
-        rows.append([work, code(works[work][0]), *(f"{cost:.3f}" for _, cost in sizes), quotient(sizes),
-                     *(f"{sizes[i][0]['page_faults']:.0f}" for i in (0, 2)), quotient(growth(kept, work))])
-    print_table("Growth",
-                "Nanoseconds for each byte at 1, 10 and 100 times a size, and the last by the first: 1 where the cost\n"
-                "grows as the input does. Then the page faults of one run, each a page of memory that the kernel had to\n"
-                "clear, and the quotient of another process, whose libc keeps the memory that it has once got.",
-                ["", "Work", "x 1", "x 10", "x 100", "Quotient", "Faults x 1", "Faults x 100",
-                 "Quotient, memory kept"], rows)
-
-
 def print_threads(times, works):
     rows = []
     for work in sorted(works):
@@ -169,25 +144,49 @@ def code(title):
 
 
 def read_results(path):
+    """The context of zeb-bench's results, the times, and {work: (title, [(contestant, factor aimed at)])}."""
     with open(path, encoding="utf-8") as file:
-        return json.load(file)
-
-
-def print_times(path, kept_path=None):
-    results = read_results(path)
+        results = json.load(file)
     context = results["context"]
     works = {}
     for work in sorted(set(context) - NOT_WORKS):
         title, *aims = context[work].split("\t")
         works[work] = (title, list(zip(aims[::2], map(float, aims[1::2]))))
-    times = read_times(results)
+    return context, read_times(results), works
+
+
+def print_times(path):
+    context, times, works = read_results(path)
     print(machine(context))
     print_works(times, works)
-    print_growth(times, read_times(read_results(kept_path)) if kept_path else {}, works)
     print_threads(times, works)
 
 
-if sys.argv[1] == "times":
-    print_times(*sys.argv[2:])
-else:
-    print_peaks(sys.argv[2])
+def growth(times, work):
+    """The library's record and cost of a byte at the three sizes of `work`."""
+    sizes = (times[name][LIBRARY] for name in (work + "@1", work + "@10", work))
+    return [(size, 1e9 / size["bytes_per_second"]) for size in sizes]
+
+
+def quotient(sizes):
+    return f"{sizes[2][1] / sizes[0][1]:.2f}"
+
+
+def print_growth(path, kept_path):
+    context, times, works = read_results(path)
+    _, kept, _ = read_results(kept_path)
+    rows = []
+    for work in sorted({work.split("@")[0] for work in times}):
+        sizes = growth(times, work)
+        rows.append([work, code(works[work][0]), *(f"{cost:.3f}" for _, cost in sizes), quotient(sizes),
+                     *(f"{sizes[i][0]['page_faults']:.0f}" for i in (0, 2)), quotient(growth(kept, work))])
+    print_table("Growth",
+                "Nanoseconds for each byte at 1, 10 and 100 times a size, and the last by the first: 1 where the cost\n"
+                "grows as the input does. Then the page faults of one run, each a page of memory that the kernel had to\n"
+                "clear, and the quotient of another process, whose libc keeps the memory that it has once got.\n\n" +
+                machine(context),
+                ["", "Work", "x 1", "x 10", "x 100", "Quotient", "Faults x 1", "Faults x 100",
+                 "Quotient, memory kept"], rows)
+
+
+{"times": print_times, "growth": print_growth, "peaks": print_peaks}[sys.argv[1]](*sys.argv[2:])
