@@ -79,7 +79,9 @@ std::size_t bytesOf(StringArray const& texts) {
     return bytes;
 }
 std::size_t bytesOf(Tree const& tree) { return tree.bytes; }
-std::size_t bytesOf(std::filesystem::path const& file) { return std::filesystem::file_size(file); }
+std::size_t bytesOf(std::filesystem::path const& file) {
+    return static_cast<std::size_t>(std::filesystem::file_size(file));
+}
 /// @}
 
 /// Measures in a child process. `make()` makes the input, `work(input)` is the call. This process
