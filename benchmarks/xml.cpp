@@ -380,11 +380,11 @@ Family const xml(addXML);
 }  // namespace
 
 double firstDrop(std::string_view contestant) {
-    String const xml = inventoryXML(disksIn(BYTES));
+    String const text = inventoryXML(disksIn(BYTES));
     double seconds = 0;
     forEachTreeParser([&](std::string_view parser, auto parse) {
         if (parser == contestant) {
-            auto tree = parse(xml);
+            auto tree = parse(text);
             double const start = used().processorSeconds;
             tree = {};
             seconds = used().processorSeconds - start;
