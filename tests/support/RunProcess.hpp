@@ -67,7 +67,9 @@ inline ProcessResult runProcess(std::vector<std::string> command, std::string_vi
     detail::File const in = detail::temporaryFile();
     detail::File const out = detail::temporaryFile();
     detail::File const err = detail::temporaryFile();
-    std::fwrite(input.data(), 1, input.size(), in.get());
+    if (!input.empty()) {  // without a text its pointer may be null
+        std::fwrite(input.data(), 1, input.size(), in.get());
+    }
     std::rewind(in.get());
 
     std::vector<char*> arguments;
