@@ -20,7 +20,7 @@ using zeb::xmltoolkit::XMLNode;
 /// A text that is no well-formed XML, or a query that cannot be parsed.
 ///
 /// The library's own throws record the source unit "OrventoXMLOperations", no codes and no chained
-/// exception.
+/// exception. Cost and NUL bytes are as of `zeb::foundation::Exception`.
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT OrventoXMLException : public zeb::common::JORLibraryException {
 public:

@@ -17,7 +17,7 @@ using zeb::foundation::String;
 using zeb::foundation::StringArray;
 
 /// A pattern that does not compile. The message is the C library's, the subclass code the result of
-/// `regcomp`.
+/// `regcomp`. Cost and NUL bytes are as of `zeb::foundation::Exception`.
 ///
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT BadRegexException : public zeb::foundation::Exception {

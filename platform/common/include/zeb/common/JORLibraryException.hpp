@@ -11,7 +11,7 @@ namespace zeb::common {
 /// What a library of the suite throws when it cannot do what it was asked.
 ///
 /// It adds nothing to its base but its type: source unit, line, message, codes and chained
-/// exception are the base's.
+/// exception are the base's, and so are cost, NUL bytes and the influence of the locale.
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT JORLibraryException : public foundation::Exception {
 public:

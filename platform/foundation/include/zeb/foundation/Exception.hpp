@@ -16,7 +16,8 @@ namespace zeb::foundation {
 ///
 /// Its texts end at their first NUL; the locale has no influence on them, but for reasons that come
 /// from the C library. What is said here holds for all classes derived from it in the library, too.
-/// @par Complexity the constructor is linear in its texts, all else constant.
+/// @par Complexity the constructor is linear in its texts, all else constant; but the last copy
+/// destroys the chained exceptions, too.
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT Exception : public std::exception {
 public:

@@ -12,7 +12,8 @@ namespace zeb::xmltoolkit {
 /// behind it ends one line.
 /// They tell where the offending character, markup or reference begins; of an end tag that does not
 /// fit, its name; for a reference in a value of an attribute, the tag; for anything in the text of
-/// an entity, the reference to that.
+/// an entity, the reference to that. The locale has no influence; cost and NUL bytes are as of
+/// `foundation::Exception`.
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT DOMException : public foundation::Exception {
 public:
