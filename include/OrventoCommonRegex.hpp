@@ -50,7 +50,8 @@ using zeb::foundation::StringArray;
 /// Offsets of a match in its subject: first byte, and the byte behind the last.
 using OffsetPair = std::pair<std::uint32_t, std::uint32_t>;
 
-/// A regular expression that does not compile; the message tells why.
+/// A regular expression that does not compile; the message tells why. It ends at its first NUL, as
+/// all texts of a `zeb::foundation::Exception`; costs are as there, too.
 ///
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT RegularExpressionException : public zeb::foundation::Exception {
@@ -238,8 +239,8 @@ public:
     /// @}
 
     /// @name Patterns from plain text and wildcards
-    /// Pure functions, byte by byte; a byte that is not named, NUL too, stays as it is. They accept
-    /// every text. Of the options only `BASIC_SYNTAX` has an effect.
+    /// Pure functions, byte by byte in every locale; a byte that is not named, NUL too, stays as it
+    /// is. They accept every text. Of the options only `BASIC_SYNTAX` has an effect.
     /// @throws std::bad_alloc
     /// @par Complexity linear. @par Thread safety reentrant.
     /// @{
