@@ -32,11 +32,13 @@
 ///   repeated without a limit in several places or together, such as `(a*)(\1\1)*`. With them go
 ///   some that the C library might manage: an anchor in what a `+` or a count repeats, beside an
 ///   unlimited repeat of what can be empty, which may be the `+` itself (`(^|,)+`; write
-///   `(^|,),*`), and a back-reference beside such a repeat (`(.)([a-z]*)*\1`; write
-///   `(.)[a-z]*\1`).
+///   `(^|,),*`), a back-reference beside such a repeat (`(.)([a-z]*)*\1`; write
+///   `(.)[a-z]*\1`), and an unlimited repeat of a back-reference alone whose group can match texts
+///   of several lengths or at several places of a match (`(.+)\1+`, `.*(.)\1+`; write `(.+)\1`,
+///   `.*(.)\1{1,9}`), which a run of 16 to 32 equal characters keeps busy for minutes.
 /// - Memory of a search stays with the object, as the C library keeps what it has learned: it grows
 ///   with the pattern and all texts searched so far. A copy starts afresh.
-/// - One unlimited repeat of a back-reference is fine, as in `(.)\1+`. The C library takes 512
+/// - One unlimited repeat of a back-reference is else fine, as in `(.)\1+`. The C library takes 512
 ///   bytes of stack for each byte of the subject then; subjects of more than 256 bytes are searched
 ///   on a stack of that size, made for the search. Nothing is found where there is no such stack,
 ///   or it would be more than 1 GiB (256 MiB in a 32-bit process).
