@@ -321,9 +321,10 @@ private:
 /// that begins a range never ends it.
 ///
 /// With `g` the rest of the line behind a match is searched as if it were a line of its own, so `^`
-/// matches there again: `s/^a/b/g` makes "bbb" of "aaa". An empty match directly behind the match
-/// before it is not replaced: one byte is copied, a NUL too, and the search goes on behind it.
+/// matches there again. An empty match directly behind the match before it is not replaced: one
+/// byte is copied, a NUL too, and the search goes on behind it.
 /// ```cpp
+/// realSed("aaa", "s/^a/b/g", 0) == "bbb"
 /// realSed("abc", "s/b*/X/g", 0) == "XaXcX"
 /// realSed("abc", "s/^/X/g", 0) == "XaXbXcX"
 /// ```
