@@ -1,9 +1,12 @@
 #pragma once
 
 #include <algorithm>
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <cwctype>
+#include <iterator>
 #include <string_view>
 #include <vector>
 
@@ -108,6 +111,65 @@ struct PatternBounds {
     static constexpr std::size_t LOOP_STACK_PER_BYTE = 512;
 };
 
+/// A set of characters, those of ASCII one by one and all others together. It is never too small:
+/// a letter brings its other case along; i, k and s also bring the others, which in Unicode hold
+/// further cases of them.
+class CharacterSet {
+public:
+    static CharacterSet all() noexcept {
+        CharacterSet set;
+        set.ascii_[0] = set.ascii_[1] = ~std::uint64_t{0};
+        set.others_ = true;
+        return set;
+    }
+
+    /// All but the characters of ASCII in `bytes`, without regard for case.
+    static CharacterSet without(std::bitset<128> const& bytes) noexcept {
+        CharacterSet set = all();
+        for (std::size_t byte = 0; byte < bytes.size(); ++byte) {
+            if (bytes[byte]) {
+                set.ascii_[byte / 64] &= ~(std::uint64_t{1} << byte % 64);
+            }
+        }
+        return set;
+    }
+
+    /// @param byte of ASCII, or one of another character
+    void add(unsigned char byte) noexcept {
+        if (byte >= 128) {
+            others_ = true;
+            return;
+        }
+        set(byte);
+        unsigned char const lower = byte | 0x20;
+        if (lower >= 'a' && lower <= 'z') {
+            set(lower);
+            set(static_cast<unsigned char>(lower ^ 0x20));
+            others_ = others_ || lower == 'i' || lower == 'k' || lower == 's';
+        }
+    }
+
+    bool empty() const noexcept { return (ascii_[0] | ascii_[1]) == 0 && !others_; }
+
+    bool meets(CharacterSet const& other) const noexcept {
+        return ((ascii_[0] & other.ascii_[0]) | (ascii_[1] & other.ascii_[1])) != 0 ||
+               (others_ && other.others_);
+    }
+
+    friend CharacterSet operator|(CharacterSet a, CharacterSet const& b) noexcept {
+        a.ascii_[0] |= b.ascii_[0];
+        a.ascii_[1] |= b.ascii_[1];
+        a.others_ = a.others_ || b.others_;
+        return a;
+    }
+
+private:
+    void set(unsigned char byte) noexcept { ascii_[byte / 64] |= std::uint64_t{1} << byte % 64; }
+
+    std::uint64_t ascii_[2] = {};
+    bool others_ = false;
+};
+
 /// The arithmetic of the guard: what the parts of a pattern add up to, as libc puts them together.
 class PatternSum {
 public:
@@ -135,8 +197,11 @@ public:
         bool mustRefer = false;        ///< each way through takes a back-reference
         bool recurses = false;         ///< holds an unlimited repeat of a back-reference
 
-        std::uint32_t length = 0;  ///< of what it takes, in characters
-        bool lengthVaries = false;
+        std::uint32_t length = 0;  ///< of what it takes, in characters, while `slack` is empty
+        CharacterSet characters;   ///< that it can take
+        /// Empty when the place where it ends follows from the one where it starts. Otherwise all
+        /// that can stand between the first place and the last.
+        CharacterSet slack;
         std::uint32_t groups = 0;    ///< their numbers, 1 << n for group n
         std::uint32_t referred = 0;  ///< groups that back-references are to, likewise
         std::uint32_t looseReferences = 0;
@@ -162,9 +227,10 @@ public:
     }
 
     /// One character of so many bytes.
-    Part character(std::uint32_t bytes = 1) noexcept {
+    Part character(CharacterSet const& characters, std::uint32_t bytes = 1) noexcept {
         build(bytes);
         Part part;
+        part.characters = characters;
         part.nodes = part.closures = bytes;
         part.visits = part.chainIn = part.chain = part.length = 1;
         part.waysThrough = 0;
@@ -173,13 +239,17 @@ public:
 
     /// Any character.
     Part period() noexcept {
-        Part part = character();
+        Part part = character(CharacterSet::all());
         part.wild = 1;
         return part;
     }
 
     /// A choice between single bytes and longer characters.
-    Part bracket(bool wild) noexcept { return choice(character(), wild ? period() : character()); }
+    Part bracket(CharacterSet const& characters, bool wild) noexcept {
+        Part part = choice(character(characters), character(characters));
+        part.wild = wild ? 1 : 0;
+        return part;
+    }
 
     Part anchor() noexcept {
         Part part = emptyStep();
@@ -196,20 +266,23 @@ public:
         part.isBackReference = part.mustRefer = true;
         part.referred = 1U << number;
         part.length = groupLengths_[number];
-        part.lengthVaries = (looseGroups_ & part.referred) != 0;
-        part.looseReferences = part.lengthVaries ? 1 : 0;
+        part.characters = groupCharacters_[number];
+        part.looseReferences = (looseGroups_ & part.referred) != 0 ? 1 : 0;
+        part.slack = part.looseReferences != 0 ? part.characters : CharacterSet();
         return part;
     }
 
-    /// @param displaced whether what stands before it in the pattern varies in length
-    Part group(Part const& inner, std::uint32_t number, bool displaced) noexcept {
+    /// @param slack of all that stands before it
+    Part group(Part const& inner, std::uint32_t number, CharacterSet const& slack) noexcept {
         Part part = sequence(sequence(emptyStep(), inner), emptyStep());
         if (number <= MAX_REFERRED) {
             std::uint32_t const group = 1U << number;
             part.groups |= group;
-            looseGroups_ |= displaced || inner.lengthVaries ? group : 0;
-            emptyGroups_ |= inner.lengthVaries || inner.length != 0 ? 0 : group;
+            bool const displaced = !slack.empty() && !settles(slack, inner);
+            looseGroups_ |= displaced || !inner.slack.empty() ? group : 0;
+            emptyGroups_ |= inner.characters.empty() ? group : 0;
             groupLengths_[number] = inner.length;
+            groupCharacters_[number] = inner.characters;
         }
         return part;
     }
@@ -227,7 +300,8 @@ public:
         part.recurses = a.recurses || b.recurses;
         part.mustRefer = a.mustRefer || b.mustRefer;
         part.length = a.length + b.length;
-        part.lengthVaries = a.lengthVaries || b.lengthVaries;
+        part.characters = a.characters | b.characters;
+        part.slack = slackBehind(a.slack, b);
         part.groups = a.groups | b.groups;
         part.referred = a.referred | b.referred;
         part.visits = count(a.visits + product(a.waysThrough, b.visits));
@@ -264,7 +338,10 @@ public:
         part.recurses = a.recurses || b.recurses;
         part.mustRefer = a.mustRefer && b.mustRefer;
         part.length = a.length;
-        part.lengthVaries = a.lengthVaries || b.lengthVaries || a.length != b.length;
+        part.characters = a.characters | b.characters;
+        if (!a.slack.empty() || !b.slack.empty() || a.length != b.length) {
+            part.slack = part.characters;
+        }
         part.groups = a.groups | b.groups;
         part.referred = a.referred | b.referred;
         part.visits = count(std::uint64_t{1} + a.visits + b.visits);
@@ -309,9 +386,14 @@ public:
         return repeated;
     }
 
+    /// The slack of what has `slack` and of `next` together.
+    static CharacterSet slackBehind(CharacterSet const& slack, Part const& next) noexcept {
+        return slack.empty() || settles(slack, next) ? next.slack : slack | next.characters;
+    }
+
     /// What only the whole pattern tells, and the node behind its end.
     void finish(Part const& pattern) noexcept {
-        sequence(pattern, character());
+        sequence(pattern, character({}));
         limited(product(pattern.wild, pattern.nodes), PatternBounds::MAX_WILD, PatternHazard::WILD);
         if (idleLoops_ != 0 && pattern.anchored > PatternBounds::MAX_ANCHORED_BESIDE_IDLE_LOOP) {
             refuse(PatternHazard::ANCHORED);
@@ -328,6 +410,11 @@ public:
     }
 
 private:
+    /// Whether `next` can only start where the slack has an end.
+    static bool settles(CharacterSet const& slack, Part const& next) noexcept {
+        return next.waysThrough == 0 && !slack.meets(next.characters);
+    }
+
     Part emptyStep() noexcept {
         build(1);
         Part part;
@@ -377,7 +464,7 @@ private:
             // reference is idle.
             bool const sound =
                 a.backReferences == 1 && a.mustRefer &&
-                (a.isBackReference ? !a.lengthVaries
+                (a.isBackReference ? a.looseReferences == 0
                                    : a.waysThrough == 0 && (a.referred & emptyGroups_) == 0);
             if (!sound || recurses_) {
                 refuse(PatternHazard::BACK_REFERENCES_IN_LOOP);
@@ -401,7 +488,7 @@ private:
         part.wild = a.wild;
         part.backReferences = a.backReferences;
         part.recurses = a.backReferences != 0;
-        part.lengthVaries = a.length != 0 || a.lengthVaries;
+        part.characters = part.slack = a.characters;
         part.groups = a.groups;
         part.referred = a.referred;
         part.looseReferences = a.looseReferences;
@@ -463,13 +550,75 @@ private:
     /// Groups that match nothing but the empty text.
     std::uint32_t emptyGroups_ = 0;
     std::uint32_t groupLengths_[MAX_REFERRED + 1] = {};
+    CharacterSet groupCharacters_[MAX_REFERRED + 1];
+};
+
+/// What a bracket lists.
+class ListedCharacters {
+public:
+    /// @param wanted whether anybody asks for them: most patterns have no back-references
+    explicit ListedCharacters(bool wanted) noexcept : wanted_(wanted) {}
+
+    /// In the order of bytes, which is that of libc's locales as far as it matters here.
+    void addRange(unsigned char first, unsigned char last) noexcept {
+        if (!wanted_) {
+            return;
+        }
+        if (first > last) {
+            addUnknown();
+        }
+        bool const certain = first == last || (first >= '0' && last <= '9');
+        for (unsigned int byte = first; byte <= last; ++byte) {
+            most_.add(static_cast<unsigned char>(byte));
+            if (certain && byte < least_.size()) {
+                least_.set(byte);
+            }
+        }
+    }
+
+    /// A class by its name, such as "digit".
+    void addClass(std::string_view name) noexcept {
+        if (!wanted_) {
+            return;
+        }
+        char const* const* const known = std::find(std::begin(CLASSES), std::end(CLASSES), name);
+        if (known == std::end(CLASSES)) {
+            addUnknown();
+            return;
+        }
+        std::wctype_t const type = std::wctype(*known);
+        for (unsigned char byte = 0; byte < 128; ++byte) {
+            if (std::iswctype(byte, type) != 0) {
+                addRange(byte, byte);
+            }
+        }
+        if (name != "digit") {
+            most_.add(0xFF);
+        }
+    }
+
+    /// What may be any character.
+    void addUnknown() noexcept { most_ = CharacterSet::all(); }
+
+    CharacterSet characters(bool negated) const noexcept {
+        return negated ? CharacterSet::without(least_) : most_;
+    }
+
+private:
+    static constexpr char const* CLASSES[] = {"alnum", "alpha", "blank", "cntrl",
+                                              "digit", "graph", "lower", "print",
+                                              "punct", "space", "upper", "xdigit"};
+
+    bool wanted_;
+    CharacterSet most_;       ///< all that it lists, or more
+    std::bitset<128> least_;  ///< nothing but what it lists
 };
 
 /// Reads a pattern as libc reads it.
 class PatternReader {
 public:
     PatternReader(std::string_view pattern, bool extended) noexcept
-        : pattern_(pattern), extended_(extended) {}
+        : pattern_(pattern), extended_(extended), refers_(holdsReference(pattern)) {}
 
     bool recurses() const noexcept { return sum_.recurses(); }
 
@@ -497,7 +646,7 @@ private:
         bool atStart = true;  ///< of the branch
         bool hasItem = false;
         std::uint32_t number = 0;  ///< of the group
-        bool displaced = false;    ///< what stands before the group varies in length
+        CharacterSet slack;        ///< of what stands before the group
     };
 
     /// Operators in extended syntax, and behind a backslash in basic syntax.
@@ -506,6 +655,17 @@ private:
     }
 
     static constexpr int MAX_REPEAT = 32767;
+
+    /// True also for what only looks like a back-reference, such as `\\1`.
+    static bool holdsReference(std::string_view pattern) noexcept {
+        for (std::size_t at = pattern.find('\\'); at < pattern.size();
+             at = pattern.find('\\', at + 1)) {
+            if (at + 1 < pattern.size() && pattern[at + 1] >= '1' && pattern[at + 1] <= '9') {
+                return true;
+            }
+        }
+        return false;
+    }
 
     bool atEnd() const noexcept { return at_ == pattern_.size(); }
 
@@ -522,6 +682,13 @@ private:
         closeItem();
         frame_.item = item;
         frame_.hasItem = true;
+    }
+
+    /// A character.
+    void addByte(char byte, std::uint32_t bytes = 1) noexcept {
+        CharacterSet character;
+        character.add(static_cast<unsigned char>(byte));
+        addItem(sum_.character(character, bytes));
     }
 
     /// A part that no repeat applies to.
@@ -571,7 +738,7 @@ private:
                 if (extended_ || (frame_.atStart && !frame_.hasItem)) {
                     addAnchor(sum_.anchor());
                 } else {
-                    addItem(sum_.character());
+                    addByte(byte);
                 }
                 return true;
             case '$':
@@ -599,7 +766,7 @@ private:
                 next.alternatives = closeBranches();
                 next.hasAlternatives = true;
                 next.number = frame_.number;
-                next.displaced = frame_.displaced;
+                next.slack = frame_.slack;
                 frame_ = next;
                 return true;
             }
@@ -620,7 +787,7 @@ private:
         }
         Frame inner;
         inner.number = ++groups_;
-        inner.displaced = frame_.displaced || frame_.branch.lengthVaries;
+        inner.slack = PatternSum::slackBehind(frame_.slack, frame_.branch);
         outer_.push_back(frame_);
         frame_ = inner;
     }
@@ -629,11 +796,11 @@ private:
         if (outer_.empty()) {
             // In extended syntax a character like any other.
             if (extended_) {
-                addItem(sum_.character());
+                addByte(')');
             }
             return extended_;
         }
-        Part const group = sum_.group(closeBranches(), frame_.number, frame_.displaced);
+        Part const group = sum_.group(closeBranches(), frame_.number, frame_.slack);
         frame_ = outer_.back();
         outer_.pop_back();
         addItem(group);
@@ -647,7 +814,7 @@ private:
         } else if (extended_) {
             return false;
         } else {
-            addItem(sum_.character());
+            addByte(pattern_[at_ - 1]);
         }
         return true;
     }
@@ -701,7 +868,12 @@ private:
             addItem(sum_.backReference(static_cast<std::uint32_t>(byte - '0')));
         } else if (std::strchr("wWsS", byte) != nullptr) {
             ++at_;
-            addItem(sum_.bracket(/*wild=*/true));
+            ListedCharacters listed(refers_);
+            listed.addClass(byte == 'w' || byte == 'W' ? "alnum" : "space");
+            if (byte == 'w' || byte == 'W') {
+                listed.addRange('_', '_');
+            }
+            addItem(sum_.bracket(listed.characters(byte == 'W' || byte == 'S'), /*wild=*/true));
         } else if (std::strchr("<>`'", byte) != nullptr) {
             ++at_;
             addAnchor(sum_.anchor());
@@ -716,13 +888,16 @@ private:
 
     /// Behind the opening bracket. A backslash is a character here, and so is ] at the beginning.
     bool readBracket() noexcept {
-        bool wild = skip("^");
-        skip("]");
-        while (!atEnd()) {
+        bool const negated = skip("^");
+        bool wild = negated;
+        ListedCharacters listed(refers_);
+        int start = NO_START;  // of a range that may follow
+        bool inRange = false;
+        for (bool first = true; !atEnd(); first = false) {
             wild = wild || isByte(0x80, 0xFF);
             char const byte = pattern_[at_++];
-            if (byte == ']') {
-                addItem(sum_.bracket(wild));
+            if (byte == ']' && !first) {
+                addItem(sum_.bracket(listed.characters(negated), wild));
                 return true;
             }
             if (byte == '[' && (follows(".") || follows("=") || follows(":"))) {
@@ -731,12 +906,28 @@ private:
                 if (end == std::string_view::npos) {
                     return false;
                 }
+                if (closing[0] == ':' && !inRange) {
+                    listed.addClass(pattern_.substr(at_ + 1, end - at_ - 1));
+                } else {
+                    listed.addUnknown();
+                }
                 at_ = end + sizeof closing;
                 wild = true;
+                start = NO_START;
+                inRange = false;
+            } else if (byte == '-' && start != NO_START && !inRange && !follows("]")) {
+                inRange = true;
+            } else {
+                auto const last = static_cast<unsigned char>(byte);
+                listed.addRange(inRange ? static_cast<unsigned char>(start) : last, last);
+                start = inRange ? NO_START : last;
+                inRange = false;
             }
         }
         return false;
     }
+
+    static constexpr int NO_START = -1;
 
     /// In basic syntax an anchor only at an end.
     void readDollar() noexcept {
@@ -745,7 +936,7 @@ private:
         if (extended_ || atEnd() || follows("\\)") || follows("\\|")) {
             addAnchor(sum_.anchor());
         } else {
-            addItem(sum_.character());
+            addByte('$');
         }
         if (!extended_ && dollars_ > PatternBounds::MAX_DOLLARS) {
             sum_.refuse(PatternHazard::DOLLARS);
@@ -753,6 +944,7 @@ private:
     }
 
     void readCharacter() noexcept {
+        char const first = pattern_[at_];
         std::uint32_t bytes = 1;
         if (isByte(0xC0, 0xFF)) {  // the first byte of a character in UTF-8
             while (bytes < 4 && at_ + bytes < pattern_.size() && isByte(0x80, 0xBF, bytes)) {
@@ -760,7 +952,7 @@ private:
             }
         }
         at_ += bytes;
-        addItem(sum_.character(bytes));
+        addByte(first, bytes);
     }
     bool isByte(unsigned int low, unsigned int high, std::size_t offset = 0) const noexcept {
         unsigned int const byte = static_cast<unsigned char>(pattern_[at_ + offset]);
@@ -769,6 +961,7 @@ private:
 
     std::string_view pattern_;
     bool extended_;
+    bool refers_;
     std::size_t at_ = 0;
     std::size_t dollars_ = 0;  ///< in a row, up to here
     std::uint32_t groups_ = 0;

@@ -51,7 +51,8 @@ bool isVersion(std::string_view version) noexcept {
 
 /// Whether `name`, in UTF-8, holds U+00AA, U+00B5 or U+00BA. They are letters that XML 1.0 allows
 /// in no name; libexpat 2.5 refuses them in UTF-8 but not in UTF-16 and ISO-8859-1. Among the
-/// characters below U+10000 there is no other difference.
+/// characters below U+10000 there is no other difference. Names that leave no trace in the tree,
+/// such as those of processing instructions, are as libexpat has them.
 bool hasLetterBannedFromNames(std::string_view name) noexcept {
     for (std::size_t at = name.find('\xC2'); at != std::string_view::npos;
          at = name.find('\xC2', at + 1)) {
