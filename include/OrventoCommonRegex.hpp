@@ -39,10 +39,9 @@
 /// - Memory of a search stays with the object, as the C library keeps what it has learned: it grows
 ///   with the pattern and all texts searched so far. A copy starts afresh.
 /// - Any other single unlimited repeat of a back-reference is fine, such as `(.)\1+`. The C library
-/// takes 512
-///   bytes of stack for each byte of the subject then; subjects of more than 256 bytes are searched
-///   on a stack of that size, made for the search. Nothing is found where there is no such stack,
-///   or it would be more than 1 GiB (256 MiB in a 32-bit process).
+///   takes 512 bytes of stack for each byte of the subject then; subjects of more than 256 bytes
+///   are searched on a stack of that size, made for the search. Nothing is found where there is no
+///   such stack, or it would be more than 1 GiB (256 MiB in a 32-bit process).
 
 namespace ZEBNS2 {
 
