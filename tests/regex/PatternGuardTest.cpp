@@ -437,6 +437,9 @@ TEST(PatternGuard, ReadsPatternsAsLibcDoes) {
         {EXTENDED, "[a" + parentheses, PatternHazard::NONE, false},
         {EXTENDED, "a\\", PatternHazard::NONE, false},
         {EXTENDED, "(a", PatternHazard::NONE, false},
+        // A range or class that libc does not know may be any.
+        {EXTENDED, "[9-0]*(a)\\1+", PatternHazard::BACK_REFERENCES_IN_LOOP},
+        {EXTENDED, "[[:none:]]*(a)\\1+", PatternHazard::BACK_REFERENCES_IN_LOOP},
 
         {EXTENDED, "a{0,2000}", PatternHazard::CHAIN},
         {EXTENDED, "a{,2000}", PatternHazard::CHAIN},
