@@ -20,6 +20,21 @@ function(zeb_configure_target target)
     target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now)
 endfunction()
 
+# How what is in a shared library is compiled, whichever target compiles it.
+function(zeb_configure_library_code target)
+    zeb_configure_target(${target})
+    target_compile_features(${target} PUBLIC cxx_std_17)
+    set_target_properties(
+        ${target}
+        PROPERTIES POSITION_INDEPENDENT_CODE ON
+                   CXX_VISIBILITY_PRESET hidden
+                   VISIBILITY_INLINES_HIDDEN ON)
+    # A unique symbol would keep the library in memory after dlclose; clang++ makes none.
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+    # No program replaces a function of these libraries, so they may inline what they export; clang++ does so anyway.
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+endfunction()
+
 # zeb_add_library(<target> ALIAS zeb::<x> SOVERSION <n> SOURCES <file>... INCLUDE_DIR <dir>
 #                 [PUBLIC_LINKS <target>...] [PRIVATE_LINKS <target>...] VERSION_SCRIPT <file>)
 #
@@ -32,8 +47,7 @@ function(zeb_add_library target)
 
     add_library(${target} SHARED ${arg_SOURCES})
     add_library(${arg_ALIAS} ALIAS ${target})
-    zeb_configure_target(${target})
-    target_compile_features(${target} PUBLIC cxx_std_17)
+    zeb_configure_library_code(${target})
     target_link_libraries(${target} PUBLIC ${arg_PUBLIC_LINKS} PRIVATE ${arg_PRIVATE_LINKS})
 
     string(REPLACE zeb:: "" export_name ${arg_ALIAS})
@@ -41,14 +55,9 @@ function(zeb_add_library target)
         ${target}
         PROPERTIES SOVERSION ${arg_SOVERSION}
                    EXPORT_NAME ${export_name}
-                   CXX_VISIBILITY_PRESET hidden
-                   VISIBILITY_INLINES_HIDDEN ON
+                   LINKER_LANGUAGE CXX # it may have nothing but the objects of another target
                    INSTALL_RPATH "$ORIGIN")
 
-    # A unique symbol would keep the library in memory after dlclose; clang++ makes none.
-    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
-    # No program replaces a function of these libraries, so they may inline what they export; clang++ does so anyway.
-    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     # A sanitizer's run-time library is in the program, so its symbols stay undefined here.
     if(NOT ZEB_SANITIZE)
         target_link_options(${target} PRIVATE -Wl,-z,defs)

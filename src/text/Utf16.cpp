@@ -1,0 +1,190 @@
+#include "Utf16.hpp"
+
+#include <zeb/foundation/StringBuffer.hpp>
+#include <zeb/foundation/UTF8Utils.hpp>
+
+#include <algorithm>
+#include <cassert>
+#include <cstdint>
+#include <cstring>
+
+// Text is converted in one pass, from the units in memory to what is asked for; neither the
+// regrouped units nor the code points of a conversion to UTF-8 are ever held. Blocks of eight units
+// are looked at first: where all of them are ASCII, or none is a surrogate, they are written
+// without a decision for each. What is left goes through `decode`, the only place that knows what
+// is malformed. So the text "ab<D83D><DE00><DC00>c" gives the points 61, 62, 1F600, FFFD, 63 and
+// one report, for DC00.
+//
+// UTF-8 is written into room for three bytes a unit, which no text exceeds: a pair takes four bytes
+// for two units. Pieces of 4,096 units keep that room small; a pair may reach one unit into the
+// next piece, which `SPARE` allows for.
+//
+// Both orders share all of this: the bytes of each unit are swapped as it is loaded, or not.
+
+namespace ZEBNS2::utf16 {
+
+using zeb::foundation::StringBuffer;
+
+namespace {
+
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "units are loaded low byte first");
+
+/// Four units in one word, one in each 16 bits.
+using Word = std::uint64_t;
+constexpr std::size_t WORD_UNITS = sizeof(Word) / sizeof(unsigned short);
+/// A word that holds `unit` four times.
+constexpr Word repeat(unsigned short unit) { return unit * Word{0x0001'0001'0001'0001}; }
+
+/// Units that are looked at together.
+constexpr std::size_t BLOCK = 2 * WORD_UNITS;
+
+bool isHighSurrogate(unsigned short unit) { return (unit & 0xFC00) == 0xD800; }
+bool isLowSurrogate(unsigned short unit) { return (unit & 0xFC00) == 0xDC00; }
+bool isSurrogate(unsigned short unit) { return (unit & 0xF800) == 0xD800; }
+
+/// The code point that a pair stands for.
+unsigned int combine(unsigned short high, unsigned short low) {
+    return ((high & 0x3FFU) << 10 | (low & 0x3FFU)) + 0x10000;
+}
+
+/// Whether a unit of `word` is a surrogate.
+bool hasSurrogate(Word word) {
+    Word const zeroIfSurrogate = (word & repeat(0xF800)) ^ repeat(0xD800);
+    // The lowest 16 bits that are zero borrow from no other, so their highest bit is set here.
+    return ((zeroIfSurrogate - repeat(1)) & ~zeroIfSurrogate & repeat(0x8000)) != 0;
+}
+
+/// A text with its order known to the compiler.
+template <ByteOrder ORDER>
+struct Text {
+    char const* bytes;
+    std::size_t count;
+
+    unsigned short operator[](std::size_t index) const {
+        unsigned short unit = 0;
+        std::memcpy(&unit, bytes + 2 * index, sizeof unit);
+        return ORDER == ByteOrder::BIG ? __builtin_bswap16(unit) : unit;
+    }
+    Word word(std::size_t index) const {
+        Word word = 0;
+        std::memcpy(&word, bytes + 2 * index, sizeof word);
+        return ORDER == ByteOrder::BIG ? (word & repeat(0x00FF)) << 8 | (word >> 8 & repeat(0x00FF))
+                                       : word;
+    }
+    bool isASCIIBlock(std::size_t index) const {
+        return ((word(index) | word(index + WORD_UNITS)) & repeat(0xFF80)) == 0;
+    }
+    bool isBlockWithoutSurrogates(std::size_t index) const {
+        return !hasSurrogate(word(index)) && !hasSurrogate(word(index + WORD_UNITS));
+    }
+};
+
+/// Calls `use` with `units` as a `Text` of their order.
+template <typename Use>
+auto withOrder(Units units, Use const& use) {
+    return units.order == ByteOrder::BIG ? use(Text<ByteOrder::BIG>{units.bytes, units.count})
+                                         : use(Text<ByteOrder::LITTLE>{units.bytes, units.count});
+}
+
+/// Takes the next code point from `text` and moves `index`, which is inside it, past its units.
+/// @return false when there was nothing but a high surrogate at the end
+template <ByteOrder ORDER>
+bool decode(Text<ORDER> text, std::size_t& index, unsigned int& point, Repairs& repairs) {
+    unsigned short const unit = text[index++];
+    point = unit;
+    if (!isSurrogate(unit)) {
+        return true;
+    }
+    if (isLowSurrogate(unit)) {
+        repairs.loneSurrogate(unit);
+        point = REPLACEMENT;
+        return true;
+    }
+    if (index == text.count) {
+        return false;
+    }
+    unsigned short const next = text[index++];
+    if (isLowSurrogate(next)) {
+        point = combine(unit, next);
+    } else {
+        repairs.brokenPair(unit, next);
+        point = REPLACEMENT;
+    }
+    return true;
+}
+
+/// Encodes the units from `index` to `end`, and one more for a pair across that border.
+/// @return the end of what was written
+template <ByteOrder ORDER>
+char* encodePiece(Text<ORDER> text, std::size_t& index, std::size_t end, char* out,
+                  Repairs& repairs) {
+    while (index < end) {
+        if (end - index >= BLOCK && text.isASCIIBlock(index)) {
+            for (std::size_t i = 0; i < BLOCK; ++i) {
+                out[i] = static_cast<char>(text[index + i]);
+            }
+            out += BLOCK;
+            index += BLOCK;
+            continue;
+        }
+        std::size_t const blockEnd = index + std::min(end - index, BLOCK);
+        while (index < blockEnd) {
+            unsigned int point = 0;
+            if (decode(text, index, point, repairs)) {
+                out = zeb::foundation::UTF8Utils::encode(point, out);
+            }
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+void regroup(Units units, unsigned short* out) noexcept {
+    withOrder(units, [out](auto text) {
+        for (std::size_t i = 0; i < text.count; ++i) {
+            out[i] = text[i];
+        }
+    });
+}
+
+std::size_t toUTF32(Units units, unsigned int* out, Repairs& repairs) {
+    return withOrder(units, [out, &repairs](auto text) {
+        std::size_t written = 0;
+        for (std::size_t index = 0; index < text.count;) {
+            if (text.count - index >= BLOCK && text.isBlockWithoutSurrogates(index)) {
+                for (std::size_t i = 0; i < BLOCK; ++i) {
+                    out[written + i] = text[index + i];
+                }
+                written += BLOCK;
+                index += BLOCK;
+                continue;
+            }
+            std::size_t const blockEnd = index + std::min(text.count - index, BLOCK);
+            while (index < blockEnd) {
+                written += decode(text, index, out[written], repairs);
+            }
+        }
+        return written;
+    });
+}
+
+zeb::foundation::String toUTF8(Units units, Repairs& repairs) {
+    static constexpr std::size_t PIECE = 4096;
+    static constexpr std::size_t SPARE = 1;
+    StringBuffer buffer(units.count + 2 * std::min(units.count, PIECE) + SPARE);
+    withOrder(units, [&buffer, &repairs](auto text) {
+        for (std::size_t index = 0; index < text.count;) {
+            std::size_t const pieceEnd = index + std::min(text.count - index, PIECE);
+            std::size_t const room = 3 * (pieceEnd - index) + SPARE;
+            char* const start = buffer.prepare(room);
+            char* const end = encodePiece(text, index, pieceEnd, start, repairs);
+            auto const written = static_cast<std::size_t>(end - start);
+            assert(written <= room);
+            buffer.commit(written);
+        }
+    });
+    return buffer.releaseString();
+}
+
+}  // namespace ZEBNS2::utf16
