@@ -38,7 +38,6 @@ constexpr Word repeat(unsigned short unit) { return unit * Word{0x0001'0001'0001
 /// Units that are looked at together.
 constexpr std::size_t BLOCK = 2 * WORD_UNITS;
 
-bool isHighSurrogate(unsigned short unit) { return (unit & 0xFC00) == 0xD800; }
 bool isLowSurrogate(unsigned short unit) { return (unit & 0xFC00) == 0xDC00; }
 bool isSurrogate(unsigned short unit) { return (unit & 0xF800) == 0xD800; }
 

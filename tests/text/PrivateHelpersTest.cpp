@@ -1,10 +1,13 @@
-// The private parts of the text operations, compiled into this program.
+// The private helpers of the text operations.
+
+#include "text/TextUnit.hpp"
 
 #include <gtest/gtest.h>
 
-#include "text/OrventoTextOperations.cpp"
+#include <climits>
+#include <cstddef>
 
-namespace ZEBNS2 {
+namespace ZEBNS2::textunit {
 namespace {
 
 TEST(IndexOfSet, IsTheFirstByteThatOccursInTheSet) {
@@ -36,4 +39,4 @@ TEST(ToIndex, StaysAtTheGreatestIntBeyondIt) {
 }
 
 }  // namespace
-}  // namespace ZEBNS2
+}  // namespace ZEBNS2::textunit

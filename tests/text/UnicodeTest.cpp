@@ -20,6 +20,7 @@
 
 namespace {
 
+using namespace std::string_view_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using zeb::foundation::Logger;
@@ -107,6 +108,24 @@ TEST(UTF16ToUTF32, SaysWhatItReplaces) {
     for (auto const& message : log.messages()) {
         EXPECT_THAT(message.function, testing::HasSubstr(" ZEBNS2::UTF16ToUTF32("));
     }
+}
+
+// A conversion that takes the step without calling it speaks in the same name.
+TEST(UTF16ToUTF32, FunctionOfItsMessagesIsTheSameInEveryConversion) {
+    LogCapture const log(Logger::DEBUG_LEVEL);
+    (void)pointsOf(u"\xDE00");
+    (void)UTF16ToUTF8(arrayOf("\xDE\x00"sv), BOM_UTF16_BE);
+    (void)UTF16ToUTF8(zeb::test::unsignedArrayOf("\xFE\xFF\xDE\x00"sv));
+    (void)ZEBNS2::convertToUTF8(arrayOf("\xFE\xFF\xD8\x00\x00\x41"sv));
+    std::vector<std::string> functions;
+    for (auto const& message : log.messages()) {
+        if (message.text.find("Replacing") != std::string::npos) {
+            functions.push_back(message.function);
+        }
+    }
+    EXPECT_THAT(functions, testing::SizeIs(4));
+    EXPECT_THAT(functions, testing::Each(functions[0]));
+    EXPECT_THAT(functions[0], testing::HasSubstr("Array<unsigned int> ZEBNS2::UTF16ToUTF32("));
 }
 
 TEST(UTF16ToUTF32, KeepsErrnoAndIsSilentBelowDebugLevel) {

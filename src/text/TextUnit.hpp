@@ -1,0 +1,50 @@
+#pragma once
+
+#include <zeb/common/JORLibraryException.hpp>
+#include <zeb/foundation/Logger.hpp>
+
+#include <algorithm>
+#include <climits>
+#include <cstddef>
+#include <cstring>
+
+#include "OrventoTextOperations.hpp"
+
+/// @file
+/// What the files of this source unit share: its name in messages and exceptions, its logger, and
+/// searches by sets of bytes.
+
+namespace ZEBNS2::textunit {
+
+/// The unit's name, which messages and exceptions record.
+inline constexpr char UNIT[] = "OrventoTextOperations";
+
+inline zeb::foundation::Logger makeLogger() {
+    return zeb::foundation::Logger(TextOperations::COMPONENT_NAME.get());
+}
+
+[[noreturn]] inline void throwLibraryException(int line, String const& message) {
+    using zeb::foundation::Exception;
+    throw zeb::common::JORLibraryException(UNIT, line, message.c_str(), Exception::NO_CODE, nullptr,
+                                           Exception::NO_CODE);
+}
+
+/// An offset as the interfaces have it that return -1 for "none"; beyond the greatest `int` it is
+/// that.
+inline int toIndex(std::size_t offset) {
+    return static_cast<int>(std::min<std::size_t>(offset, INT_MAX));
+}
+
+/// Index of the first byte of `text` that is one of `set`; -1 when there is none.
+inline int indexOfSet(char const* text, char const* set) {
+    if (text == nullptr || set == nullptr) {
+        return -1;
+    }
+    std::size_t const index = std::strcspn(text, set);
+    return text[index] == '\0' ? -1 : toIndex(index);
+}
+
+/// The bytes that make an argument need quotes; LF stands twice, to no harm.
+inline constexpr char QUOTING_SET[] = " \t\n\r\v\n\"";
+
+}  // namespace ZEBNS2::textunit
