@@ -63,6 +63,49 @@ TEST(XMLParserDOM, RefusesHalfACharacterOfUTF16) {
               "line 1, column 6: unclosed token");  // the mark is a character
 }
 
+// libexpat 2.5 hands such versions to the toolkit, 2.8 refuses them by its own words and elsewhere.
+TEST(XMLParserDOM, RefusesVersionsByItsOwnWordsInEveryEncoding) {
+    constexpr std::string_view VERSIONS[] = {"",    "1",    "1.",  "9",     "2.0", "x",
+                                             "1x0", "1.0a", "1.x", "1.1.1", "_-.", "01.0"};
+    for (std::string_view const version : VERSIONS) {
+        for (std::string const before : {"<?xml version='", "<?xml\n version =\t\""}) {
+            std::string const xml = before + std::string(version) + before.back();
+            for (std::string_view const after : {"?><a/>", " encoding='%'?><a/>"}) {
+                std::string inBytes = xml + std::string(after);
+                std::string units = inBytes;
+                if (std::size_t const place = inBytes.find('%'); place != std::string::npos) {
+                    inBytes.replace(place, 1, "UTF-8");
+                    units.replace(place, 1, "UTF-16");
+                }
+                SCOPED_TRACE(inBytes);
+                EXPECT_EQ(rejection(inBytes), "line 1, column 1: XML version is not 1.x");
+                // A mark counts as a character.
+                constexpr char AFTER_MARK[] = "line 1, column 2: XML version is not 1.x";
+                EXPECT_EQ(rejection("\xEF\xBB\xBF" + inBytes), AFTER_MARK);
+                EXPECT_EQ(rejection("\xFF\xFE" + inUTF16(units, true)), AFTER_MARK);
+                EXPECT_EQ(rejection("\xFE\xFF" + inUTF16(units, false)), AFTER_MARK);
+            }
+        }
+    }
+}
+
+// Words and place are those of every libexpat.
+TEST(XMLParserDOM, LeavesOtherFaultsOfDeclarationsToLibexpat) {
+    constexpr char WORDS[] = "XML declaration not well-formed";
+    EXPECT_EQ(rejection("<?xml version='1.0 '?><a/>"), std::string("line 1, column 19: ") + WORDS);
+    EXPECT_EQ(rejection("<?xml version='a:b'?><a/>"), std::string("line 1, column 17: ") + WORDS);
+    EXPECT_EQ(rejection("<?xml version='<'?><a/>"), std::string("line 1, column 16: ") + WORDS);
+    EXPECT_EQ(rejection("<?xml version='1.0' standalone='9'?><a/>"),
+              std::string("line 1, column 33: ") + WORDS);
+    // In UTF-16 little endian: a character whose low byte is a quote, and one whose low byte is
+    // "1".
+    std::string const mark = "\xFF\xFE", before = inUTF16("<?xml version='", true);
+    for (std::string const character : {"\x27\x31", "\x31\x31"}) {
+        EXPECT_EQ(rejection(mark + before + character + inUTF16("'?><a/>", true)),
+                  std::string("line 1, column 17: ") + WORDS);
+    }
+}
+
 TEST(XMLParserDOM, ReadsLatin1AndASCIIAsDeclared) {
     EXPECT_EQ(parse("<?xml version='1.0' encoding='ISO-8859-1'?><a x='\xE4'>\xE9</a>").toString(),
               "<a x=\"\xC3\xA4\">\xC3\xA9</a>");

@@ -43,10 +43,55 @@ constexpr std::uint64_t AMPLIFICATION_THRESHOLD = std::uint64_t{8} << 20;
                        DOMException::NO_CODE);
 }
 
-/// XML 1.0 has no version but "1." and digits; libexpat does not look.
+// libexpat 2.9 deprecates the functions that count in a long and has others that count in 64 bits.
+#if XML_MAJOR_VERSION == 2 && XML_MINOR_VERSION < 9
+std::uint64_t currentLine(XML_Parser parser) { return XML_GetCurrentLineNumber(parser); }
+std::uint64_t currentColumn(XML_Parser parser) { return XML_GetCurrentColumnNumber(parser); }
+std::int64_t currentByte(XML_Parser parser) { return XML_GetCurrentByteIndex(parser); }
+#else
+std::uint64_t currentLine(XML_Parser parser) { return XML_GetCurrentLineNumber64(parser); }
+std::uint64_t currentColumn(XML_Parser parser) { return XML_GetCurrentColumnNumber64(parser); }
+std::int64_t currentByte(XML_Parser parser) { return XML_GetCurrentByteIndex64(parser); }
+#endif
+
+constexpr char WRONG_VERSION[] = "XML version is not 1.x";
+
+/// XML 1.0 has no version but "1." and digits; libexpat 2.5 does not look.
 bool isVersion(std::string_view version) noexcept {
     return version.size() > 2 && version.substr(0, 2) == "1." &&
            version.find_first_not_of("0123456789", 2) == std::string_view::npos;
+}
+
+/// Whether a byte order mark is the first character of `xml`.
+bool startsWithMark(std::string_view xml) noexcept {
+    return xml.substr(0, 2) == "\xFF\xFE" || xml.substr(0, 2) == "\xFE\xFF" ||
+           xml.substr(0, 3) == "\xEF\xBB\xBF";
+}
+
+/// Whether the first quoted value of `xml` begins at the byte `at` and has only characters that a
+/// version may have. When libexpat stops there, in the XML declaration, it has refused a version
+/// that libexpat 2.5 accepts and hands to the handler.
+bool isVersionAt(std::string_view xml, std::size_t at) noexcept {
+    constexpr std::string_view ALLOWED =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
+    bool const little = xml.substr(0, 2) == "\xFF\xFE";
+    bool const wide = little || xml.substr(0, 2) == "\xFE\xFF";
+    std::size_t const quote = xml.find_first_of("'\"");
+    if (quote == std::string_view::npos || at != quote + (little ? 2 : 1)) {
+        return false;
+    }
+    std::size_t const width = wide ? 2 : 1;
+    auto const character = [=](std::size_t place) {  // NUL for those outside ASCII
+        std::string_view const unit = xml.substr(place, width);
+        if (unit.size() < width || (wide && unit[little ? 1 : 0] != '\0')) {
+            return '\0';
+        }
+        return unit[wide && !little ? 1 : 0];
+    };
+    while (ALLOWED.find(character(at)) != std::string_view::npos) {
+        at += width;
+    }
+    return character(at) == xml[quote];
 }
 
 /// Whether `name`, in UTF-8, holds U+00AA, U+00B5 or U+00BA. They are letters that XML 1.0 allows
@@ -241,17 +286,21 @@ private:
         if (error == XML_ERROR_NO_MEMORY) {
             throw std::bad_alloc();
         }
+        auto const place = static_cast<std::size_t>(currentByte(parser_.get()));
+        if (error == XML_ERROR_XML_DECL && isVersionAt(xml_, place)) {
+            refuse(1, startsWithMark(xml_) ? 2 : 1,
+                   WRONG_VERSION);  // the place seen by the handler
+        }
         refuseHere(XML_ErrorString(error));
     }
 
     [[noreturn]] void refuseHere(std::string_view reason) const {
-        refuse(XML_GetCurrentLineNumber(parser_.get()),
-               XML_GetCurrentColumnNumber(parser_.get()) + std::uint64_t{1}, reason);
+        refuse(currentLine(parser_.get()), currentColumn(parser_.get()) + 1, reason);
     }
 
     void declaration(char const* version) const {
         if (!isVersion(version)) {
-            refuseHere("XML version is not 1.x");
+            refuseHere(WRONG_VERSION);
         }
     }
 
