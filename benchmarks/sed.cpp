@@ -189,8 +189,7 @@ void addFileEdit(Contest& contest, String const& text) {
     auto const file = std::make_shared<TemporaryFile const>(text);
     TemporaryFile const changed(text);
     edit(changed, "loud");
-    contest.add(
-        LIBRARY, [edit, file] { return edit(*file, "quiet"); }, changed.contents());
+    contest.add(LIBRARY, [edit, file] { return edit(*file, "quiet"); }, changed.contents());
 }
 
 constexpr char FILE_TITLE[] = "unprivilegedSed, quiet by itself";

@@ -230,8 +230,7 @@ void addParse(std::string const& name, char const* title, String const& xml) {
         "bare libexpat", [xml] { return parseWithExpat(xml).elements; },
         parseWithExpat(xml).text());
 #ifdef ZEB_HAVE_PUGIXML
-    contest.add(
-        "pugixml", [xml] { return parseWithPugi(xml); }, parsedBy(parseWithPugi(xml)));
+    contest.add("pugixml", [xml] { return parseWithPugi(xml); }, parsedBy(parseWithPugi(xml)));
 #endif
 #ifdef ZEB_HAVE_LIBXML2
     contest.add(

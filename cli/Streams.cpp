@@ -40,7 +40,7 @@ std::string systemReason(int error) { return std::generic_category().message(err
 
 /// Bytes from where the file stands to its end; 0 where that is not known, as for a pipe.
 std::uint64_t remainingSize(int descriptor) {
-    struct stat status {};
+    struct stat status{};
     if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
         return 0;
     }

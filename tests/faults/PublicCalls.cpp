@@ -98,28 +98,20 @@ void expectThrow(Attempt& attempt, Call const& call) {
 }
 
 /// A use whose result is compared.
-#define ZEB_RESULT(function, call, expected)                                       \
-    {                                                                              \
-        function, false, [](Attempt& attempt, [[maybe_unused]] Inputs const& in) { \
-            expectResult(                                                          \
-                attempt, [&] { return call; }, [&] { return expected; });          \
-        }                                                                          \
-    }
+#define ZEB_RESULT(function, call, expected)                                    \
+    {function, false, [](Attempt& attempt, [[maybe_unused]] Inputs const& in) { \
+         expectResult(attempt, [&] { return call; }, [&] { return expected; }); \
+     }}
 /// The same, of a function that searches with an expression.
-#define ZEB_SEARCH(function, call, expected)                                      \
-    {                                                                             \
-        function, true, [](Attempt& attempt, [[maybe_unused]] Inputs const& in) { \
-            expectResult(                                                         \
-                attempt, [&] { return call; }, [&] { return expected; });         \
-        }                                                                         \
-    }
+#define ZEB_SEARCH(function, call, expected)                                    \
+    {function, true, [](Attempt& attempt, [[maybe_unused]] Inputs const& in) {  \
+         expectResult(attempt, [&] { return call; }, [&] { return expected; }); \
+     }}
 /// A use that ends in an exception.
-#define ZEB_THROWS(function, call, exception)                                      \
-    {                                                                              \
-        function, false, [](Attempt& attempt, [[maybe_unused]] Inputs const& in) { \
-            expectThrow<exception>(attempt, [&] { static_cast<void>(call); });     \
-        }                                                                          \
-    }
+#define ZEB_THROWS(function, call, exception)                                   \
+    {function, false, [](Attempt& attempt, [[maybe_unused]] Inputs const& in) { \
+         expectThrow<exception>(attempt, [&] { static_cast<void>(call); });     \
+     }}
 
 using Body = void(Attempt& attempt, Inputs const& in);
 
@@ -562,8 +554,7 @@ std::vector<PublicCall> const STRING_CALLS = {
     use("zeb::foundation::String::String",
         [](Attempt& attempt, Inputs const&) {
             std::string const standard(TEXT);
-            expectResult(
-                attempt, [&] { return String(standard); }, [] { return TEXT; });
+            expectResult(attempt, [&] { return String(standard); }, [] { return TEXT; });
         }),
     ZEB_RESULT("zeb::foundation::String::endsWith", in.text.endsWith("length"), true),
     ZEB_RESULT("zeb::foundation::String::equalsIgnoreCase", in.separator.equalsIgnoreCase(", "),
@@ -629,8 +620,7 @@ std::vector<PublicCall> const STRING_CALLS = {
         [](Attempt& attempt, Inputs const&) {
             StringBuffer buffer;
             buffer.append(TEXT);
-            expectResult(
-                attempt, [&] { return buffer.toString(); }, [] { return TEXT; });
+            expectResult(attempt, [&] { return buffer.toString(); }, [] { return TEXT; });
             EXPECT_EQ(std::string_view(buffer), TEXT);
         }),
     use("zeb::foundation::StringBuffer::releaseString",

@@ -128,7 +128,7 @@ TEST(Surroundings, OnlyTheseFunctionsLogWhatTheyDo) {
 std::vector<void (*)(int)> signalHandlers() {
     std::vector<void (*)(int)> handlers;
     for (int number = 1; number < NSIG; ++number) {
-        struct sigaction action {};
+        struct sigaction action{};
         if (::sigaction(number, nullptr, &action) == 0) {
             handlers.push_back(action.sa_handler);
         }

@@ -369,7 +369,7 @@ public:
         EXPECT_NE(shared, MAP_FAILED);
         signalsTaken = static_cast<int volatile*>(shared);
         interruptedReads = 0;
-        struct sigaction action {};
+        struct sigaction action{};
         action.sa_handler = [](int) { *signalsTaken = *signalsTaken + 1; };
         EXPECT_EQ(::sigaction(SIGUSR1, &action, &before_), 0);
     }
@@ -378,7 +378,7 @@ public:
     ~Interruptions() { ::sigaction(SIGUSR1, &before_, nullptr); }
 
 private:
-    struct sigaction before_ {};
+    struct sigaction before_{};
 };
 
 /// Waits until `process` sleeps in a call of the system, interrupts it, and waits until it has

@@ -114,7 +114,7 @@ TEST_F(FileInformationOf, AFileOfNoCommonKind) {
     int const descriptor = ::eventfd(0, EFD_CLOEXEC);
     ASSERT_GE(descriptor, 0);
     String const path = "/proc/self/fd/" + String(std::to_string(descriptor));
-    struct stat status {};
+    struct stat status{};
     ASSERT_EQ(::stat(path.c_str(), &status), 0);
     if ((status.st_mode & S_IFMT) == 0) {
         EXPECT_EQ(typeOf(path), FileInformation::OTHER);
@@ -272,7 +272,7 @@ TEST_F(FileSystemAccess, ContentsOfAnySizeAreWhole) {
 }
 
 TEST_F(FileSystemAccess, ContentsOfAFileThatTellsNoSizeAreWhole) {
-    struct stat status {};
+    struct stat status{};
     ASSERT_EQ(::stat("/proc/sys/kernel/pid_max", &status), 0);
     ASSERT_EQ(status.st_size, 0);
     // The kernel gives this one in a single piece: to a second read it says that it is at its end.

@@ -91,8 +91,7 @@ Input pattern(std::string const& name, Text const& text, Outcome expected,
 }
 
 Input pattern(std::string const& name, std::string const& text, Outcome expected) {
-    return pattern(
-        name, [text] { return text; }, expected, RegularExpression::EXTENDED_SYNTAX);
+    return pattern(name, [text] { return text; }, expected, RegularExpression::EXTENDED_SYNTAX);
 }
 
 Input pattern(std::string const& text, Outcome expected) { return pattern(text, text, expected); }

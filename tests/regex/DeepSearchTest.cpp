@@ -106,8 +106,8 @@ TEST(DeepSearch, NothingIsFoundWhereThereIsNoStack) {
 TEST(DeepSearch, SignalsStayWithTheCaller) {
     // They come while the search stands on its own stack.
     static pthread_t handledBy;
-    struct sigaction action {};
-    struct sigaction before {};
+    struct sigaction action{};
+    struct sigaction before{};
     action.sa_handler = [](int) { handledBy = ::pthread_self(); };
     ASSERT_EQ(::sigaction(SIGALRM, &action, &before), 0);
     RegularExpression const expression("(.)\\1+", 0);

@@ -60,7 +60,7 @@ Alphabet const ASCII = {"a", "a", "A", "b", "b", "B", "c", "C", "d", ".", " ", "
 Alphabet const ASCII_AND_STRAY_BYTES = {"a", "A", "b", "B", "c",  "C",    "d",
                                         ".", " ", "1", "x", "\t", "\xE9", "\0"sv};
 Alphabet const UTF8 = {"a", "A", "b", "c", "é", "é", "É", "ü", "€", "😀", ".", " ", "1"};
-Alphabet const UTF8_AND_STRAY_BYTES = {"a", "A", "b", "é", "É", "ü", "€",    "😀",    " ",   "1",
+Alphabet const UTF8_AND_STRAY_BYTES = {"a", "A", "b", "é", "É", "ü", "€",    "😀",   " ",   "1",
                                        "s", "S", "ſ", "k", "K", "K", "\xC3", "\xFF", "\0"sv};
 
 // ------------------------------------------------------------------------------------- commands

@@ -379,10 +379,11 @@ TEST(ByteOrderModel, AllShortBuffersOfTelltaleBytes) {
                 bytes += ALPHABET[digit];
             }
             // Exceptions take most of the time, so that most of the longest do without them.
-            bool const agrees = length < 7 || cases % 8 == 0
-                                    ? agreesWithModel(bytes)
-                                    : yields(Model(bytes).converted(),
-                                             [&] { return convertToUTF8(arrayOf(bytes)); });
+            bool const agrees =
+                length < 7 || cases % 8 == 0
+                    ? agreesWithModel(bytes)
+                    : yields(
+                          Model(bytes).converted(), [&] { return convertToUTF8(arrayOf(bytes)); });
             ASSERT_TRUE(agrees) << testing::PrintToString(bytes);
             more = false;
             for (std::size_t& digit : digits) {

@@ -90,7 +90,7 @@ ssize_t readSome(int descriptor, char* bytes, std::size_t count) noexcept {
 
 /// What the file says of its size, as room to begin with; a hint, never trusted.
 std::size_t expectedSize(int descriptor) noexcept {
-    struct stat status {};
+    struct stat status{};
     if (::fstat(descriptor, &status) != 0 || status.st_size <= 0 ||
         static_cast<std::uint64_t>(status.st_size) > static_cast<std::size_t>(-1) / 2) {
         return 0;
@@ -103,7 +103,7 @@ std::size_t expectedSize(int descriptor) noexcept {
 FileInformation FileSystem::getFileInformation(String const& path) {
     static constexpr char WHAT[] = "Cannot get information for file";
     refuseNul(WHAT, path);
-    struct stat status {};
+    struct stat status{};
     if (::stat(path.c_str(), &status) != 0) {
         throwFailure(WHAT, path, errno);
     }

@@ -395,9 +395,8 @@ private:
         guard(parsing, [](Parsing& self) { self.end(); });
     }
     static void onCharacters(void* parsing, char const* bytes, int count) {
-        guard(parsing, [=](Parsing& self) {
-            self.characters({bytes, static_cast<std::size_t>(count)});
-        });
+        guard(parsing,
+              [=](Parsing& self) { self.characters({bytes, static_cast<std::size_t>(count)}); });
     }
 
     struct Free {
