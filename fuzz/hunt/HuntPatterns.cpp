@@ -30,7 +30,7 @@
 #include <string>
 #include <vector>
 
-#include "../../src/regex/PatternGuard.hpp"
+#include "../../src/regex/pattern/LibcCost.hpp"
 
 // The functions of libc below ours, which count the memory in use. A failed allocation counts as a
 // kill: libc may crash on it, or call it "no match".
@@ -108,7 +108,7 @@ struct Champion {
 // Lives in memory that parent and children share.
 struct Shared {
     std::uint64_t made, refused, invalid, compiled, matches;
-    std::uint64_t refusals[16];
+    std::uint64_t refusals[std::size(ZEBNS2::PATTERN_HAZARD_NAMES)];
     char const* phase;
     Sample current;
     std::array<char, 4096> subject;
@@ -388,7 +388,10 @@ void tryPattern(Hunt const& hunt, Random& random) {
     limitTime();
     bool recurses = false;
     PatternHazard const hazard =
-        patternHazard(sample.pattern.data(), (sample.flags & REG_EXTENDED) != 0, &recurses);
+        patternHazard(sample.pattern.data(),
+                      (sample.flags & REG_EXTENDED) != 0 ? ZEBNS2::PatternSyntax::EXTENDED
+                                                         : ZEBNS2::PatternSyntax::BASIC,
+                      &recurses);
     ++shared->refusals[static_cast<int>(hazard)];
     if (hazard != PatternHazard::NONE) {
         ++shared->refused;

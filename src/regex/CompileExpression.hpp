@@ -4,7 +4,7 @@
 
 #include <array>
 
-#include "PatternGuard.hpp"
+#include "pattern/LibcCost.hpp"
 
 /// @file
 /// The one way to the C library's compiler of regular expressions.
@@ -15,12 +15,14 @@ namespace ZEBNS2 {
 /// it is not asked, and the pattern counts as one that exhausts the memory.
 /// @param flags flags of `regcomp`
 /// @param recurses if not null, set to whether a search takes stack for each byte of its subject,
-///   PatternBounds::LOOP_STACK_PER_BYTE
+///   LibcLimits::LOOP_STACK_PER_BYTE
 /// @return 0, or the code of the error; `compiled` must go to `regfree` only after 0
 /// @throws std::bad_alloc
 inline int compileExpression(regex_t& compiled, char const* pattern, int flags,
                              bool* recurses = nullptr) {
-    if (patternHazard(pattern, (flags & REG_EXTENDED) != 0, recurses) != PatternHazard::NONE) {
+    PatternSyntax const syntax =
+        (flags & REG_EXTENDED) != 0 ? PatternSyntax::EXTENDED : PatternSyntax::BASIC;
+    if (patternHazard(pattern, syntax, recurses) != PatternHazard::NONE) {
         return REG_ESPACE;
     }
     return ::regcomp(&compiled, pattern, flags);

@@ -179,8 +179,7 @@ public:
 private:
     int execute(std::string_view subject, regmatch_t* slots, std::size_t slotCount,
                 int flags) const noexcept {
-        std::uint64_t const stack =
-            std::uint64_t{subject.size()} * PatternBounds::LOOP_STACK_PER_BYTE;
+        std::uint64_t const stack = std::uint64_t{subject.size()} * LibcLimits::LOOP_STACK_PER_BYTE;
         if (recurses_ && stack > DeepSearch::CALLERS_STACK) {
             return DeepSearch::run(expression_, subject.data(), slotCount, slots, flags,
                                    stack + DeepSearch::CALLERS_STACK);

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "Random.hpp"
-#include "regex/PatternGuard.hpp"
+#include "regex/pattern/LibcCost.hpp"
 
 namespace zeb::test {
 
@@ -25,7 +25,7 @@ public:
 
     std::string draw() {
         std::string expression = drawAny();
-        while (ZEBNS2::patternHazard(expression.c_str(), /*extended=*/true) !=
+        while (ZEBNS2::patternHazard(expression.c_str(), ZEBNS2::PatternSyntax::EXTENDED) !=
                ZEBNS2::PatternHazard::NONE) {
             expression = drawAny();
         }

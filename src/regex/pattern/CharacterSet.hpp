@@ -9,7 +9,7 @@
 #include <string_view>
 
 /// @file
-/// Which characters a part of a pattern can take, as far as the guard of patterns asks.
+/// Which characters a fragment of a pattern can take, as far as the model of libc's cost asks.
 
 namespace ZEBNS2 {
 
@@ -86,12 +86,15 @@ public:
         if (first > last) {
             addUnknown();
         }
-        bool const certain = first == last || (first >= '0' && last <= '9');
+        bool const digits = first >= '0' && last <= '9';
         for (unsigned int byte = first; byte <= last; ++byte) {
             most_.add(static_cast<unsigned char>(byte));
-            if (certain && byte < least_.size()) {
+            if (digits && byte < least_.size()) {
                 least_.set(byte);
             }
+        }
+        if (first < least_.size()) {
+            least_.set(first);
         }
     }
 

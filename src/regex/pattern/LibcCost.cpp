@@ -1,0 +1,423 @@
+#include "LibcCost.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+namespace ZEBNS2 {
+
+namespace {
+
+using Fragment = LibcCost::Fragment;
+
+/// True also for what only looks like a back-reference, such as `\\1`.
+bool mayHoldBackReference(std::string_view pattern) noexcept {
+    for (std::size_t at = pattern.find('\\'); at < pattern.size();
+         at = pattern.find('\\', at + 1)) {
+        if (at + 1 < pattern.size() && pattern[at + 1] >= '1' && pattern[at + 1] <= '9') {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::uint64_t product(std::uint64_t a, std::uint64_t b) noexcept { return a * b; }
+
+/// Whether `next` can only begin where the uncertainty has an end.
+bool endsUncertainty(CharacterSet const& uncertainty, Fragment const& next) noexcept {
+    return !next.nullable() && !uncertainty.meets(next.alphabet);
+}
+
+/// The end uncertainty of what has `uncertainty` and of `next` together.
+CharacterSet uncertaintyAfter(CharacterSet const& uncertainty, Fragment const& next) noexcept {
+    return uncertainty.empty() || endsUncertainty(uncertainty, next) ? next.endUncertainty
+                                                                     : uncertainty | next.alphabet;
+}
+
+}  // namespace
+
+// ---- leaves: create_token_tree
+
+/// The nodes of one character of so many bytes.
+Fragment LibcCost::characterNode(CharacterSet const& characters, std::uint32_t bytes) noexcept {
+    addNodes(bytes);
+    Fragment part;
+    part.alphabet = characters;
+    part.nodes = part.closures = bytes;
+    part.entryClosure = part.entryDepth = part.depth = part.length = 1;
+    part.emptyPaths = 0;
+    return part;
+}
+
+Fragment LibcCost::character(std::string_view bytes, bool /*escaped*/) noexcept {
+    CharacterSet characters;
+    characters.add(static_cast<unsigned char>(bytes.front()));
+    return characterNode(characters, static_cast<std::uint32_t>(bytes.size()));
+}
+
+Fragment LibcCost::period() noexcept {
+    Fragment part = characterNode(CharacterSet::all());
+    part.multibyteNodes = 1;
+    return part;
+}
+
+/// In a UTF-8 locale parse_bracket_exp and build_charclass_op make a choice between single bytes
+/// and longer characters.
+Fragment LibcCost::bracketNodes(CharacterSet const& characters, bool multibyte) noexcept {
+    Fragment part = choice(characterNode(characters), characterNode(characters));
+    part.multibyteNodes = multibyte ? 1 : 0;
+    return part;
+}
+
+Fragment LibcCost::bracket(std::string_view /*text*/, Members const& members) noexcept {
+    return bracketNodes(members.characters(), members.multibyte());
+}
+
+Fragment LibcCost::classEscape(char letter) noexcept {
+    bool const word = letter == 'w' || letter == 'W';
+    ListedCharacters listed(wantsMembers_);
+    listed.addClass(word ? "alnum" : "space");
+    if (word) {
+        listed.addRange('_', '_');
+    }
+    return bracketNodes(listed.characters(letter == 'W' || letter == 'S'), /*multibyte=*/true);
+}
+
+Fragment LibcCost::epsilonNode() noexcept {
+    addNodes(1);
+    Fragment part;
+    part.nodes = part.entryClosure = part.exitPaths = part.closures = 1;
+    part.entryDepth = part.emptyDepth = part.exitDepth = part.depth = 1;
+    return part;
+}
+
+Fragment LibcCost::anchorNode() noexcept {
+    Fragment part = epsilonNode();
+    part.anchorExitPaths = part.anchorClosures = 1;
+    return part;
+}
+
+/// parse_expression makes \b and \B a choice between two anchors.
+Fragment LibcCost::anchor(PatternAnchor kind) noexcept {
+    bool const choiceOfTwo =
+        kind == PatternAnchor::WORD_BOUNDARY || kind == PatternAnchor::NOT_WORD_BOUNDARY;
+    return choiceOfTwo ? choice(anchorNode(), anchorNode()) : anchorNode();
+}
+
+Fragment LibcCost::backReference(std::uint32_t number) noexcept {
+    Fragment part = epsilonNode();
+    part.backReferences = 1;
+    part.isBackReference = part.needsBackReference = true;
+    part.referencedGroups = 1U << number;
+    part.length = groupLengths_[number];
+    part.alphabet = groupAlphabets_[number];
+    part.variableBackReferences = (variableGroups_ & part.referencedGroups) != 0 ? 1 : 0;
+    part.endUncertainty = part.variableBackReferences != 0 ? part.alphabet : CharacterSet();
+    return part;
+}
+
+// ---- groups: parse_sub_exp, lower_subexp
+
+LibcCost::Group LibcCost::openGroup(Group const& outer, Fragment const& before,
+                                    std::uint32_t number) noexcept {
+    if (outer.depth == LibcLimits::MAX_NESTING) {
+        refuse(PatternHazard::NESTING);
+    }
+    return {number, outer.depth + 1, uncertaintyAfter(outer.startUncertainty, before)};
+}
+
+/// lower_subexp puts a node at each end of a group.
+Fragment LibcCost::closeGroup(Group const& group, Fragment const& inner) noexcept {
+    Fragment part = sequence(sequence(epsilonNode(), inner), epsilonNode());
+    if (group.number <= MAX_REFERENCED) {
+        std::uint32_t const bit = 1U << group.number;
+        part.groups |= bit;
+        bool const variablePlace =
+            !group.startUncertainty.empty() && !endsUncertainty(group.startUncertainty, inner);
+        variableGroups_ |= variablePlace || !inner.endUncertainty.empty() ? bit : 0;
+        emptyGroups_ |= inner.alphabet.empty() ? bit : 0;
+        groupLengths_[group.number] = inner.length;
+        groupAlphabets_[group.number] = inner.alphabet;
+    }
+    return part;
+}
+
+// ---- sequences and choices: parse_branch, parse_reg_exp; calc_eclosure
+
+Fragment LibcCost::sequence(Fragment const& a, Fragment const& b) noexcept {
+    Fragment part;
+    part.nodes = a.nodes + b.nodes;
+    part.multibyteNodes = a.multibyteNodes + b.multibyteNodes;
+    part.backReferences = a.backReferences + b.backReferences;
+    part.variableBackReferences = a.variableBackReferences + b.variableBackReferences;
+    if (part.backReferences > LibcLimits::MAX_BACK_REFERENCES ||
+        part.variableBackReferences > LibcLimits::MAX_VARIABLE_BACK_REFERENCES) {
+        refuse(PatternHazard::BACK_REFERENCES);
+    }
+    part.hasBackReferenceStar = a.hasBackReferenceStar || b.hasBackReferenceStar;
+    part.needsBackReference = a.needsBackReference || b.needsBackReference;
+    part.length = a.length + b.length;
+    part.alphabet = a.alphabet | b.alphabet;
+    part.endUncertainty = uncertaintyAfter(a.endUncertainty, b);
+    part.groups = a.groups | b.groups;
+    part.referencedGroups = a.referencedGroups | b.referencedGroups;
+    part.entryClosure = inClosures(a.entryClosure + product(a.emptyPaths, b.entryClosure));
+    part.emptyPaths = inClosures(product(a.emptyPaths, b.emptyPaths));
+    part.exitPaths = inClosures(b.exitPaths + product(a.exitPaths, b.emptyPaths));
+    std::uint64_t const fromAIntoB = product(a.exitPaths, b.entryClosure);
+    part.closures = inClosures(a.closures + b.closures + fromAIntoB);
+    // A node of a with a path to its exit meets the nullable stars of b. Which nodes these are is
+    // not known here, so all of a count.
+    part.loopClosures = inLoopClosures(b.entersNullableStar && a.exitPaths != 0
+                                           ? a.closures + b.loopClosures + fromAIntoB
+                                           : std::uint64_t{a.loopClosures} + b.loopClosures);
+    part.anchorExitPaths = inClosures(b.anchorExitPaths + product(a.anchorExitPaths, b.emptyPaths));
+    part.anchorClosures = inAnchorClosures(a.anchorClosures + b.anchorClosures +
+                                           product(a.anchorExitPaths, b.entryClosure));
+    part.entryDepth = std::max(a.entryDepth, a.nullable() ? a.emptyDepth + b.entryDepth : 0);
+    part.emptyDepth = part.nullable() ? a.emptyDepth + b.emptyDepth : 0;
+    part.exitDepth = std::max(b.exitDepth, b.nullable() ? a.exitDepth + b.emptyDepth : 0);
+    part.depth = inDepth(std::max({a.depth, b.depth, a.exitDepth + b.entryDepth}));
+    part.entersNullableStar = a.entersNullableStar || (a.nullable() && b.entersNullableStar);
+    part.skipsSecond = part.nullable() && (a.skipsSecond || b.skipsSecond);
+    part.skipsFirstLater = part.nullable() && (a.skipsFirstLater || b.skipsFirstLater);
+    return part;
+}
+
+/// `a|b`, or `a?` when b is nothing: one OP_ALT node.
+Fragment LibcCost::choice(Fragment const& a, Fragment const& b) noexcept {
+    addNodes(1);
+    Fragment part;
+    part.nodes = 1 + a.nodes + b.nodes;
+    part.multibyteNodes = a.multibyteNodes + b.multibyteNodes;
+    part.backReferences = a.backReferences + b.backReferences;
+    part.variableBackReferences = a.variableBackReferences + b.variableBackReferences;
+    part.hasBackReferenceStar = a.hasBackReferenceStar || b.hasBackReferenceStar;
+    part.needsBackReference = a.needsBackReference && b.needsBackReference;
+    part.length = a.length;
+    part.alphabet = a.alphabet | b.alphabet;
+    if (!a.endUncertainty.empty() || !b.endUncertainty.empty() || a.length != b.length) {
+        part.endUncertainty = part.alphabet;
+    }
+    part.groups = a.groups | b.groups;
+    part.referencedGroups = a.referencedGroups | b.referencedGroups;
+    part.entryClosure = inClosures(std::uint64_t{1} + a.entryClosure + b.entryClosure);
+    part.emptyPaths = inClosures(std::uint64_t{a.emptyPaths} + b.emptyPaths);
+    part.exitPaths = inClosures(std::uint64_t{a.exitPaths} + b.exitPaths + part.emptyPaths);
+    part.closures = inClosures(std::uint64_t{a.closures} + b.closures + part.entryClosure);
+    part.entersNullableStar = a.entersNullableStar || b.entersNullableStar;
+    part.loopClosures = inLoopClosures(std::uint64_t{a.loopClosures} + b.loopClosures +
+                                       (part.entersNullableStar ? part.entryClosure : 0));
+    part.anchorExitPaths = inClosures(std::uint64_t{a.anchorExitPaths} + b.anchorExitPaths);
+    part.anchorClosures = inAnchorClosures(std::uint64_t{a.anchorClosures} + b.anchorClosures);
+    part.entryDepth = 1 + std::max(a.entryDepth, b.entryDepth);
+    part.emptyDepth = part.nullable() ? 1 + std::max(a.emptyDepth, b.emptyDepth) : 0;
+    part.exitDepth = std::max({a.exitDepth, b.exitDepth, part.emptyDepth});
+    part.depth = inDepth(std::max({a.depth, b.depth, part.entryDepth}));
+    // The nodes of an empty alternative follow the choice, so that libc tries it last. At a choice
+    // where it has been before, proceed_next_node takes the second alternative without another look
+    // at the first.
+    Fragment const& first = a.nodes != 0 ? a : b;
+    Fragment const& second = a.nodes != 0 ? b : a;
+    part.skipsSecond = a.skipsSecond || b.skipsSecond || (first.nullable() && second.nodes != 0);
+    part.skipsFirstLater =
+        a.skipsFirstLater || b.skipsFirstLater || (first.skipsSecond && second.nullable());
+    return part;
+}
+
+// ---- repeats: parse_dup_op, duplicate_tree
+
+Fragment LibcCost::repeat(Fragment const& item, int least, int most) noexcept {
+    if (item.nodes == 0 || most == 0) {
+        return {};
+    }
+    if (least == 1 && most == 1) {
+        return item;
+    }
+    Fragment body = item;
+    if ((body.groups & body.referencedGroups) != 0) {
+        body.variableBackReferences = body.backReferences;
+    }
+    Fragment const repeated = expanded(body, least, most);
+    variableGroups_ |= body.groups;
+    return repeated;
+}
+
+/// duplicate_tree
+Fragment LibcCost::copy(Fragment const& a) noexcept {
+    addNodes(a.nodes);
+    copiedAnchor_ = copiedAnchor_ || a.anchorClosures != 0;
+    if (a.hasBackReferenceStar) {
+        refuse(PatternHazard::BACK_REFERENCES_IN_STAR);
+    }
+    return a;
+}
+
+/// `a{least,most}` as parse_dup_op writes it: a{2,4} as aa(a(a)?)?, a{2,} as aaa*.
+Fragment LibcCost::expanded(Fragment const& a, int least, int most) noexcept {
+    Fragment required = a;
+    for (int i = 1; i < least && !stopped(); ++i) {
+        required = sequence(required, copy(a));
+    }
+    if (least == most) {
+        return required;
+    }
+    Fragment optional = least > 0 ? copy(a) : a;
+    if (most == PATTERN_UNLIMITED) {
+        optional = star(optional);
+    } else {
+        optional = choice(optional, {});
+        for (int i = least + 1; i < most && !stopped(); ++i) {
+            optional = choice(sequence(optional, copy(a)), {});
+        }
+    }
+    return least > 0 ? sequence(required, optional) : optional;
+}
+
+/// `a*`: one OP_DUP_ASTERISK node, from which paths lead into the body and past it.
+Fragment LibcCost::star(Fragment const& a) noexcept {
+    addNodes(1);
+    checkStarOverBackReferences(a);
+    bool const overNullable = a.nullable() && !a.isBackReference;
+    if (overNullable) {
+        checkNullableStar(a);
+    }
+    Fragment part;
+    part.nodes = 1 + a.nodes;
+    part.multibyteNodes = a.multibyteNodes;
+    part.backReferences = a.backReferences;
+    part.hasBackReferenceStar = a.backReferences != 0;
+    part.alphabet = part.endUncertainty = a.alphabet;
+    part.groups = a.groups;
+    part.referencedGroups = a.referencedGroups;
+    part.variableBackReferences = a.variableBackReferences;
+    part.entryClosure = inClosures(std::uint64_t{1} + a.entryClosure);
+    part.emptyPaths = inClosures(std::uint64_t{1} + a.emptyPaths);
+    part.exitPaths = inClosures(std::uint64_t{1} + a.exitPaths);
+    part.closures = inClosures(a.closures + product(part.exitPaths, part.entryClosure));
+    part.entersNullableStar = overNullable || a.entersNullableStar;
+    part.loopClosures = inLoopClosures(part.entersNullableStar ? part.closures : a.loopClosures);
+    part.anchorExitPaths = a.anchorExitPaths;
+    part.anchorClosures =
+        inAnchorClosures(a.anchorClosures + product(a.anchorExitPaths, part.entryClosure));
+    part.entryDepth = 1 + a.entryDepth;
+    part.emptyDepth = 1;
+    part.exitDepth = 1 + a.exitDepth;
+    part.depth = inDepth(std::max(a.depth, a.exitDepth + part.entryDepth));
+    part.skipsSecond = a.skipsSecond;
+    part.skipsFirstLater = a.skipsFirstLater || a.skipsSecond;
+    return part;
+}
+
+/// Where an iteration can avoid the back-reference, as in `("?)(\1?[a-z])*;`, or consists of one to
+/// a variable group and nothing else, as in `(.+)\1*` and `.*(.)\1+`, regexec tries each path at
+/// each iteration: the time doubles with every byte or two of the subject. So it does with
+/// `(.+)(,\1)*`, but only on commas in a row, and with `()(,+\1)*`, where the reference is to
+/// nothing.
+void LibcCost::checkStarOverBackReferences(Fragment const& body) noexcept {
+    if (body.backReferences == 0) {
+        return;
+    }
+    bool const sound =
+        body.backReferences == 1 && body.needsBackReference &&
+        (body.isBackReference ? body.variableBackReferences == 0
+                              : !body.nullable() && (body.referencedGroups & emptyGroups_) == 0);
+    if (!sound || hasBackReferenceStar_) {
+        refuse(PatternHazard::BACK_REFERENCES_IN_STAR);
+    }
+    hasBackReferenceStar_ = true;
+}
+
+void LibcCost::checkNullableStar(Fragment const& body) noexcept {
+    ++nullableStars_;
+    if (body.anchorExitPaths != 0) {
+        anchorInNullableStar_ = true;
+        if (std::max(body.anchorExitPaths, body.emptyPaths) > LibcLimits::MAX_ANCHOR_PATHS) {
+            refuse(PatternHazard::ANCHOR_IN_NULLABLE_STAR);
+        }
+    }
+    if (body.skipsFirstLater) {
+        refuse(PatternHazard::ENDLESS_STAR);
+    }
+}
+
+// ---- the whole pattern
+
+void LibcCost::dollars(std::size_t row) noexcept {
+    if (row > LibcLimits::MAX_DOLLARS) {
+        refuse(PatternHazard::DOLLARS);
+    }
+}
+
+void LibcCost::finish(Fragment const& pattern) noexcept {
+    sequence(pattern, characterNode({}));  // END_OF_RE
+    limited(product(pattern.multibyteNodes, pattern.nodes), LibcLimits::MAX_MULTIBYTE_SETS,
+            PatternHazard::MULTIBYTE_SETS);
+    if (nullableStars_ != 0 &&
+        pattern.anchorClosures > LibcLimits::MAX_ANCHOR_CLOSURES_WITH_NULLABLE_STAR) {
+        refuse(PatternHazard::ANCHOR_CLOSURES);
+    }
+    if (anchorInNullableStar_ && nullableStars_ > 1) {
+        refuse(PatternHazard::ANCHOR_IN_NULLABLE_STAR);
+    }
+    if (pattern.backReferences != 0 && nullableStars_ != 0) {
+        refuse(PatternHazard::BACK_REFERENCE_AND_NULLABLE_STAR);
+    }
+    if (copiedAnchor_ && nullableStars_ != 0) {
+        refuse(PatternHazard::COPIED_ANCHOR_AND_NULLABLE_STAR);
+    }
+}
+
+// ---- bounds
+
+void LibcCost::refuse(PatternHazard hazard) noexcept {
+    if (hazard_ == PatternHazard::NONE) {
+        hazard_ = hazard;
+    }
+}
+
+void LibcCost::addNodes(std::uint32_t nodes) noexcept {
+    nodes_ = limited(std::uint64_t{nodes_} + nodes, LibcLimits::MAX_NODES, PatternHazard::NODES);
+}
+
+std::uint32_t LibcCost::limited(std::uint64_t value, std::uint32_t limit,
+                                PatternHazard hazard) noexcept {
+    if (value > limit) {
+        refuse(hazard);
+        return limit;
+    }
+    return static_cast<std::uint32_t>(value);
+}
+
+// Paths are never more than the nodes on them, so one bound serves both.
+std::uint32_t LibcCost::inClosures(std::uint64_t value) noexcept {
+    return limited(value, LibcLimits::MAX_CLOSURES, PatternHazard::CLOSURES);
+}
+std::uint32_t LibcCost::inLoopClosures(std::uint64_t value) noexcept {
+    return limited(value, LibcLimits::MAX_LOOP_CLOSURES, PatternHazard::LOOP_CLOSURES);
+}
+std::uint32_t LibcCost::inAnchorClosures(std::uint64_t value) noexcept {
+    return limited(value, LibcLimits::MAX_ANCHOR_CLOSURES, PatternHazard::ANCHOR_CLOSURES);
+}
+std::uint32_t LibcCost::inDepth(std::uint32_t value) noexcept {
+    return limited(value, LibcLimits::MAX_EPSILON_DEPTH, PatternHazard::EPSILON_DEPTH);
+}
+
+PatternHazard patternHazard(char const* pattern, PatternSyntax syntax, bool* recurses) {
+    std::size_t const length = ::strnlen(pattern, LibcLimits::MAX_LENGTH + 1);
+    if (length > LibcLimits::MAX_LENGTH) {
+        return PatternHazard::LENGTH;
+    }
+    std::string_view const text(pattern, length);
+    LibcCost cost(mayHoldBackReference(text));
+    Fragment whole;
+    if (PatternReader<LibcCost>(text, syntax, cost).read(whole) == PatternEnd::COMPLETE) {
+        cost.finish(whole);
+    }
+    if (recurses != nullptr) {
+        *recurses = cost.hasBackReferenceStar();
+    }
+    return cost.hazard();
+}
+
+}  // namespace ZEBNS2

@@ -1,0 +1,191 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "CharacterSet.hpp"
+#include "LibcLimits.hpp"
+#include "PatternReader.hpp"
+
+/// @file
+/// Tells the patterns that the C library's regular expressions would not survive, before regcomp
+/// sees them.
+///
+/// regcomp and regexec recurse as deep as a pattern makes them, copy what a repeat repeats, and
+/// keep for each node of their automaton its epsilon closure: the nodes that can be reached from it
+/// without taking a character. A few dozen bytes so exhaust the stack, the memory or the patience
+/// of any process, and some make regexec go round for ever. tests/regex/patterns/refused.txt lists
+/// some.
+///
+/// LibcCost is a builder for PatternReader that sums what libc is going to build. Each sum of a
+/// fragment follows from the sums of the fragments that it is made of, so that one frame per open
+/// group is all the memory it takes. For "(a|b*)c" there are 7 nodes: the two ends of the group,
+/// the choice, the star and three characters. The longest chain of epsilon steps is group, choice,
+/// star, end of the group and the look at c: the epsilon depth is 5, and calc_eclosure_iter
+/// recurses as often.
+///
+/// Invariant: no sum is smaller than what libc builds. Where libc's reading depends on the locale
+/// the dearer reading counts: a bracket is the three nodes of a UTF-8 locale, the bytes of a UTF-8
+/// character are repeated together. Locales whose characters may end in a byte that is an operator
+/// in ASCII (Shift JIS and its like) are read wrongly.
+///
+/// Cost: linear in the pattern and in the nodes that libc would make of it, at most
+/// LibcLimits::MAX_NODES.
+
+namespace ZEBNS2 {
+
+/// What the fragments of a pattern add up to, as libc puts them together.
+class LibcCost : public PatternBuilder {
+public:
+    /// The sums of a fragment. A path consists of epsilon steps, a node that takes a character ends
+    /// it. Each node of a fragment is reached from its entry; what follows it is reached from its
+    /// exit. A nullable star is an unlimited repeat of a nullable body.
+    struct Fragment {
+        std::uint32_t nodes = 0;
+        std::uint32_t multibyteNodes = 0;
+        std::uint32_t backReferences = 0;
+
+        std::uint32_t entryClosure = 0;  ///< nodes on the paths from the entry, once for each path
+        std::uint32_t emptyPaths = 1;    ///< from entry to exit; 0 unless the fragment is nullable
+        std::uint32_t exitPaths = 0;     ///< from all nodes together to the exit
+        std::uint32_t closures = 0;      ///< nodes on the paths from all nodes together
+        std::uint32_t loopClosures = 0;  ///< of these, for paths that lead into a nullable star
+        std::uint32_t anchorExitPaths = 0;  ///< exitPaths of the anchors alone
+        std::uint32_t anchorClosures = 0;   ///< closures of the anchors alone
+
+        std::uint32_t entryDepth = 0;  ///< steps of the longest path from the entry
+        std::uint32_t emptyDepth = 0;  ///< ... from entry to exit
+        std::uint32_t exitDepth = 0;   ///< ... from any node to the exit
+        std::uint32_t depth = 0;       ///< ... of all
+
+        bool isBackReference = false;       ///< and nothing else
+        bool needsBackReference = false;    ///< each text that it takes goes through one
+        bool hasBackReferenceStar = false;  ///< a star over a body with a back-reference
+
+        std::uint32_t length = 0;  ///< of what it takes, in characters; while its end is certain
+        CharacterSet alphabet;     ///< of what it takes
+        /// Empty when the place where it ends follows from the one where it begins. Otherwise the
+        /// characters that can be between the first place and the last.
+        CharacterSet endUncertainty;
+        std::uint32_t groups = 0;            ///< their numbers, 1 << n for group n
+        std::uint32_t referencedGroups = 0;  ///< groups that its back-references are to, likewise
+        std::uint32_t variableBackReferences = 0;  ///< to groups of variable length or place
+
+        bool entersNullableStar = false;  ///< a path from the entry does
+        /// An empty path takes the first alternative of a choice and so skips the second.
+        bool skipsSecond = false;
+        /// ... and in the next iteration a choice skips all of that.
+        bool skipsFirstLater = false;
+
+        bool nullable() const noexcept { return emptyPaths != 0; }
+    };
+
+    /// A group that is open.
+    struct Group {
+        std::uint32_t number = 0;
+        std::uint32_t depth = 0;
+        CharacterSet startUncertainty;  ///< the end uncertainty of all that precedes it
+    };
+
+    /// What a bracket lists.
+    class Members {
+    public:
+        Members(bool negated, bool wanted) noexcept
+            : listed_(wanted), negated_(negated), multibyte_(negated) {}
+
+        void range(unsigned char first, unsigned char last) noexcept {
+            multibyte_ = multibyte_ || ((first | last) & 0x80) != 0;
+            listed_.addRange(first, last);
+        }
+        void characterClass(std::string_view name) noexcept {
+            multibyte_ = true;
+            listed_.addClass(name);
+        }
+        void localeElement() noexcept {
+            multibyte_ = true;
+            listed_.addUnknown();
+        }
+
+        CharacterSet characters() const noexcept { return listed_.characters(negated_); }
+        /// Whether it could take a character of several bytes.
+        bool multibyte() const noexcept { return multibyte_; }
+
+    private:
+        ListedCharacters listed_;
+        bool negated_;
+        bool multibyte_;
+    };
+
+    /// @param wantsMembers whether anything depends on what brackets list: not in a pattern without
+    ///   back-references
+    explicit LibcCost(bool wantsMembers) noexcept : wantsMembers_(wantsMembers) {}
+
+    /// The first limit that was exceeded. From then on the sums are of no use.
+    PatternHazard hazard() const noexcept { return hazard_; }
+
+    /// Whether there is a star over a body with a back-reference.
+    bool hasBackReferenceStar() const noexcept { return hasBackReferenceStar_; }
+
+    bool stopped() const noexcept { return hazard_ != PatternHazard::NONE; }
+    Fragment character(std::string_view bytes, bool escaped) noexcept;
+    Fragment period() noexcept;
+    Members openBracket(bool negated) const noexcept { return {negated, wantsMembers_}; }
+    Fragment bracket(std::string_view text, Members const& members) noexcept;
+    Fragment classEscape(char letter) noexcept;
+    Fragment anchor(PatternAnchor kind) noexcept;
+    Fragment backReference(std::uint32_t number) noexcept;
+    Group openGroup(Group const& outer, Fragment const& before, std::uint32_t number) noexcept;
+    Fragment closeGroup(Group const& group, Fragment const& inner) noexcept;
+    Fragment sequence(Fragment const& a, Fragment const& b) noexcept;
+    Fragment choice(Fragment const& a, Fragment const& b) noexcept;
+    Fragment repeat(Fragment const& item, int least, int most) noexcept;
+    void dollars(std::size_t row) noexcept;
+
+    /// Adds what only the whole pattern tells, and the node after its end.
+    void finish(Fragment const& pattern) noexcept;
+
+private:
+    /// The numbers of groups that back-references can refer to.
+    static constexpr std::uint32_t MAX_REFERENCED = 9;
+
+    Fragment characterNode(CharacterSet const& characters, std::uint32_t bytes = 1) noexcept;
+    Fragment bracketNodes(CharacterSet const& characters, bool multibyte) noexcept;
+    Fragment epsilonNode() noexcept;
+    Fragment anchorNode() noexcept;
+    Fragment copy(Fragment const& a) noexcept;
+    Fragment expanded(Fragment const& a, int least, int most) noexcept;
+    Fragment star(Fragment const& a) noexcept;
+    void checkStarOverBackReferences(Fragment const& body) noexcept;
+    void checkNullableStar(Fragment const& body) noexcept;
+    void addNodes(std::uint32_t nodes) noexcept;
+    void refuse(PatternHazard hazard) noexcept;
+    std::uint32_t limited(std::uint64_t value, std::uint32_t limit, PatternHazard hazard) noexcept;
+    std::uint32_t inClosures(std::uint64_t value) noexcept;
+    std::uint32_t inLoopClosures(std::uint64_t value) noexcept;
+    std::uint32_t inAnchorClosures(std::uint64_t value) noexcept;
+    std::uint32_t inDepth(std::uint32_t value) noexcept;
+
+    bool wantsMembers_;
+    PatternHazard hazard_ = PatternHazard::NONE;
+    std::uint32_t nodes_ = 0;  ///< all that libc makes; it keeps those of `a{0}` too
+    std::uint32_t nullableStars_ = 0;
+    bool anchorInNullableStar_ = false;
+    bool copiedAnchor_ = false;
+    bool hasBackReferenceStar_ = false;
+    std::uint32_t variableGroups_ = 0;  ///< of several lengths, or at several places in one match
+    std::uint32_t emptyGroups_ = 0;     ///< that match nothing but the empty text
+    std::uint32_t groupLengths_[MAX_REFERENCED + 1] = {};
+    CharacterSet groupAlphabets_[MAX_REFERENCED + 1];
+};
+
+/// Whether libc would survive a pattern: compiling it, and matching any text with it.
+/// @param pattern its bytes up to the NUL, which is what regcomp sees
+/// @param syntax in which regcomp is going to read it
+/// @param recurses if not null, set to whether regexec takes LibcLimits::LOOP_STACK_PER_BYTE for
+///   each byte of the subject; only so much stack survives matching then
+/// @return NONE when it would; a pattern that libc refuses of its own accord counts as harmless
+/// @throws std::bad_alloc (a pattern without groups takes no memory)
+/// @par Thread safety reentrant.
+PatternHazard patternHazard(char const* pattern, PatternSyntax syntax, bool* recurses = nullptr);
+
+}  // namespace ZEBNS2

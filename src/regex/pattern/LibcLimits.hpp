@@ -1,0 +1,112 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// @file
+/// What libc is trusted with, and the names of what it is not trusted with.
+///
+/// At any one of these bounds glibc compiles with 256 KB of stack and less than 128 MB of memory,
+/// on x86-64 and on 32-bit x86, and every pattern below all of them is matched in reasonable time.
+/// The figures were measured; glibc promises none of them. A hunt for patterns that pass and kill
+/// is part of the tests.
+
+namespace ZEBNS2 {
+
+/// Why a pattern is refused. The list is the one table of hazards: X(name) for each.
+#define ZEB_PATTERN_HAZARDS(X)                                                                     \
+    X(NONE)                                                                                        \
+    /* Those that exceed the bound of their name in LibcLimits. */                                 \
+    X(LENGTH)                                                                                      \
+    X(NESTING)                                                                                     \
+    X(DOLLARS)                                                                                     \
+    X(NODES)                                                                                       \
+    X(EPSILON_DEPTH)                                                                               \
+    X(CLOSURES)                                                                                    \
+    X(LOOP_CLOSURES)                                                                               \
+    X(ANCHOR_CLOSURES)                                                                             \
+    X(MULTIBYTE_SETS)                                                                              \
+    X(BACK_REFERENCES)                                                                             \
+    /* Anchors in a star over a nullable body, with more than MAX_ANCHOR_PATHS or next to another  \
+       such star: calc_eclosure_iter copies the loop for each set of anchors met on the way, and   \
+       the copies of their copies. Five kinds of anchors take it minutes, `((^|,)*)*` has no end   \
+       on ",a". */                                                                                 \
+    X(ANCHOR_IN_NULLABLE_STAR)                                                                     \
+    /* A star over a nullable body whose choices can skip each other in turn: regexec goes round   \
+       for ever, for example `(x*|y|z*)*` on "y". */                                               \
+    X(ENDLESS_STAR)                                                                                \
+    /* Back-references in a star, unless the star is the only one with any and each iteration      \
+       takes one: alone, to a group of one place and one length, or next to a character and to a   \
+       group that is not always empty. `(|)(\1\1)*` has no end at all. */                          \
+    X(BACK_REFERENCES_IN_STAR)                                                                     \
+    /* A back-reference and a star over a nullable body: regexec goes round for ever when it has   \
+       to backtrack, for example `(a)?*+\1` on "aa". */                                            \
+    X(BACK_REFERENCE_AND_NULLABLE_STAR)                                                            \
+    /* An anchor in what a repeat copies, and a star over a nullable body: libc forgets the anchor \
+       of the copy when it searches and remembers it when it looks for the groups, and goes round  \
+       for ever instead of leaving the star, for example `(x?*^a){2}` on "aa". */                  \
+    X(COPIED_ANCHOR_AND_NULLABLE_STAR)
+
+enum class PatternHazard {
+#define ZEB_ENUMERATOR(name) name,
+    ZEB_PATTERN_HAZARDS(ZEB_ENUMERATOR)
+#undef ZEB_ENUMERATOR
+};
+
+/// Name of each hazard; the index is its value.
+constexpr char const* PATTERN_HAZARD_NAMES[] = {
+#define ZEB_NAME(name) #name,
+    ZEB_PATTERN_HAZARDS(ZEB_NAME)
+#undef ZEB_NAME
+};
+
+struct LibcLimits {
+    /// The glibc that the figures below were measured with.
+    static constexpr char const* MEASURED_WITH = "2.36";
+
+    /// Bytes of the pattern. The largest copies that libc makes of it take 16 bytes each.
+    static constexpr std::size_t MAX_LENGTH = 65536;
+    /// Groups in groups: parse_sub_exp takes 680 bytes of stack for each (460 on 32-bit x86).
+    static constexpr std::size_t MAX_NESTING = 100;
+    /// Dollars in a row in basic syntax: peek_token looks past each for the next, 112 bytes of
+    /// stack.
+    static constexpr std::size_t MAX_DOLLARS = 100;
+    /// Nodes, copies by repeats included: 250 bytes of memory for each.
+    static constexpr std::uint32_t MAX_NODES = 50000;
+    /// Epsilon steps in a row: calc_eclosure_iter takes 128 bytes of stack for each (105 on 32-bit
+    /// x86).
+    static constexpr std::uint32_t MAX_EPSILON_DEPTH = 1100;
+    /// Nodes in all epsilon closures together: 14 bytes of memory for each.
+    static constexpr std::uint32_t MAX_CLOSURES = 4000000;
+    /// The same for closures that lead into a star over a nullable body. calc_eclosure_iter cannot
+    /// keep those while they are incomplete and works them out anew for each node on the way: 1 to
+    /// 2 microseconds for each.
+    static constexpr std::uint32_t MAX_LOOP_CLOSURES = 100000;
+    /// Nodes in the closures of anchors together. duplicate_node_closure copies them all, to note
+    /// the anchor in them, and search_duplicated_node looks for each copy among all the copies.
+    static constexpr std::uint32_t MAX_ANCHOR_CLOSURES = 8000;
+    /// The same in a pattern with a star over a nullable body: `$y*****+*z******+**`, with a few
+    /// more than this, takes libc 0.3 seconds, with four times as many 5 seconds.
+    static constexpr std::uint32_t MAX_ANCHOR_CLOSURES_WITH_NULLABLE_STAR = 2000;
+    /// Nodes times multibyte nodes, those that could take a character of several bytes: `.`, `[^x]`
+    /// and the like. In a UTF-8 locale transit_state_mb makes a set of nodes for each multibyte
+    /// node that can take such a character, and keeps the sets: 2.4 bytes on the average, for each
+    /// such character of a subject.
+    static constexpr std::uint32_t MAX_MULTIBYTE_SETS = 10000000;
+    /// Epsilon paths through a star over a nullable body that holds anchors, and from its anchors
+    /// to its end: `(^|,)*` has one, \b is two. With two, libc compiles in 2 ms whatever is around
+    /// the star; with eight, `(^|$|\<|\>|\`|\'|\B)*`, it takes minutes; on `(\`||b*)*$`, with four,
+    /// regexec has no end.
+    static constexpr std::uint32_t MAX_ANCHOR_PATHS = 2;
+    /// Back-references, copies by repeats included. In regexec they take 490 bytes of stack each,
+    /// and every two of them can double the time: `($)\1{0,32}` takes a second on any subject.
+    static constexpr std::uint32_t MAX_BACK_REFERENCES = 32;
+    /// Those to groups that can match texts of several lengths or at several places: `(.+)\1{0,9}`
+    /// takes 0.1 seconds on a run of 40 equal characters, `(.+)\1{0,31}` 11 seconds on one of 24.
+    static constexpr std::uint32_t MAX_VARIABLE_BACK_REFERENCES = 9;
+    /// With a back-reference in a star, as in `(.)\1*`, regexec recurses for each iteration: 440
+    /// bytes of stack for each (280 on 32-bit x86), so for each byte of the subject.
+    static constexpr std::size_t LOOP_STACK_PER_BYTE = 512;
+};
+
+}  // namespace ZEBNS2
