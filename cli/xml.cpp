@@ -3,10 +3,10 @@
 #include "Commands.hpp"
 #include "Excerpt.hpp"
 
-#include <OrventoTextOperations.hpp>
 #include <OrventoXMLOperations.hpp>
 
 #include <zeb/foundation/Exception.hpp>
+#include <zeb/xmltoolkit/DOMException.hpp>
 #include <zeb/xmltoolkit/XMLParserDOM.hpp>
 
 #include <unistd.h>
@@ -14,7 +14,10 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace zeb::cli {
@@ -22,24 +25,18 @@ namespace zeb::cli {
 using nlohmann::ordered_json;
 using xmltoolkit::DOMException;
 using xmltoolkit::XMLParserDOM;
-using ZEBNS2::RegularExpression;
 using ZEBNS2::String;
-using ZEBNS2::StringArray;
 using ZEBNS2::XMLNode;
 
 namespace {
 
-/// What the parser says of a malformed text: "line L, column C: reason".
+/// What the parser says of a malformed text.
 class Malformed {
 public:
-    explicit Malformed(String const& message) {
-        StringArray const parts = RegularExpression("^line ([0-9]+), column ([0-9]+): (.*)",
-                                                    RegularExpression::EXTENDED_SYNTAX)
-                                      .all_matching_substrings(message);
-        line = ZEBNS2::string_to_number<unsigned long long>(parts[1], /*base=*/10);
-        column = ZEBNS2::string_to_number<unsigned long long>(parts[2], /*base=*/10);
-        reason = std::string(parts[3]);
-    }
+    explicit Malformed(DOMException const& exception)
+        : line(exception.getTextLine()),
+          column(exception.getTextColumn()),
+          reason(exception.getReason()) {}
 
     /// "file:L:C: reason", which editors understand.
     [[nodiscard]] std::string located(std::string const& file) const {
@@ -55,7 +52,7 @@ public:
             // Malformed UTF-16 is shown by its bytes.
         }
         std::string_view text(utf8);
-        for (unsigned long long i = 1; i < line; ++i) {
+        for (std::uint64_t i = 1; i < line; ++i) {
             std::size_t const end = std::min(text.find_first_of("\r\n"), text.size());
             bool const two = text.substr(end, 2) == "\r\n";
             text.remove_prefix(std::min(end + (two ? 2 : 1), text.size()));
@@ -68,7 +65,7 @@ public:
         bool const hadMark = line == 1 && utf8 != input;
         text.remove_prefix(hasMark ? MARK.size() : 0);
         std::size_t offset = 0;
-        for (unsigned long long i = hasMark || hadMark ? 2 : 1; i < column && offset < text.size();
+        for (std::uint64_t i = hasMark || hadMark ? 2 : 1; i < column && offset < text.size();
              ++i) {
             do {
                 ++offset;
@@ -78,8 +75,8 @@ public:
         return excerpt(text, offset, colored);
     }
 
-    unsigned long long line;
-    unsigned long long column;
+    std::uint64_t line;
+    std::uint64_t column;
     std::string reason;
 };
 
@@ -123,26 +120,28 @@ Status xmlCheck(Words const& words, Output& out) {
 
     bool allWellFormed = true;
     bool const allWell = forEachInput(out, files, [&](std::string const& name, String const& text) {
-        String reason;
-        if (ZEBNS2::validateXML(text, reason)) {
+        std::optional<Malformed> malformed;
+        try {
+            static_cast<void>(XMLParserDOM::parse(text));
+        } catch (DOMException const& exception) {
+            malformed.emplace(exception);
+            allWellFormed = false;
+        }
+        if (!malformed) {
             if (json) {
                 out.json({{"file", name}, {"wellFormed", true}});
             } else {
                 out.line(name + ": ok");
             }
-            return;
-        }
-        allWellFormed = false;
-        Malformed const malformed(reason);
-        if (json) {
+        } else if (json) {
             out.json({{"file", name},
                       {"wellFormed", false},
-                      {"line", malformed.line},
-                      {"column", malformed.column},
-                      {"reason", malformed.reason}});
+                      {"line", malformed->line},
+                      {"column", malformed->column},
+                      {"reason", malformed->reason}});
         } else {
-            out.line(malformed.located(name));
-            out.write(malformed.place(text, isColored(STDOUT_FILENO)));
+            out.line(malformed->located(name));
+            out.write(malformed->place(text, isColored(STDOUT_FILENO)));
         }
     });
     return searchStatus(allWell, allWellFormed);
@@ -179,7 +178,7 @@ Status xmlFind(Words const& words, Output& out) {
             try {
                 top = XMLParserDOM::parse(input);
             } catch (DOMException const& exception) {
-                Malformed const malformed(exception.what());
+                Malformed const malformed(exception);
                 throw Failure(malformed.located(name),
                               malformed.place(input, isColored(STDERR_FILENO)));
             }

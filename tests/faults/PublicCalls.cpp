@@ -483,6 +483,8 @@ std::vector<PublicCall> const EXPRESSION_CALLS = {
                FileSystemException),
 };
 
+DOMException malformed() { return {"unit", 1, "line 2, column 6: reason", -1, nullptr, -1}; }
+
 std::vector<PublicCall> const XML_CALLS = {
     use("ZEBNS2::validateXML",
         [](Attempt& attempt, Inputs const& in) {
@@ -512,6 +514,10 @@ std::vector<PublicCall> const XML_CALLS = {
                DOMException),
     ZEB_THROWS("zeb::xmltoolkit::XMLParserDOM::parse",
                XMLParserDOM::parse("<?xml version='9'?><a/>"), DOMException),
+    ZEB_RESULT("zeb::xmltoolkit::DOMException::getTextLine", malformed().getTextLine(), 2U),
+    ZEB_RESULT("zeb::xmltoolkit::DOMException::getTextColumn", malformed().getTextColumn(), 6U),
+    ZEB_RESULT("zeb::xmltoolkit::DOMException::getReason", String(malformed().getReason()),
+               "reason"),
     ZEB_RESULT("zeb::xmltoolkit::XMLNode::nameView", in.node.nameView(), "config"sv),
     ZEB_RESULT("zeb::xmltoolkit::XMLNode::getName", in.node.getName(), "config"),
     ZEB_RESULT("zeb::xmltoolkit::XMLNode::getText", in.node.getChild().getText(), "x < y<raw>"),

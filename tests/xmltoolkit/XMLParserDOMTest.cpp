@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -260,6 +261,52 @@ TEST(DOMExceptionTest, TellsWhereItComesFrom) {
         EXPECT_EQ(exception.getSubclassCode(), -1);
         EXPECT_EQ(exception.getErrorCode(), -1);
         EXPECT_EQ(exception.getChained(), nullptr);
+    }
+}
+
+TEST(DOMExceptionTest, GivesThePartsOfItsMessage) {
+    try {
+        static_cast<void>(parse("<a>\n<b></a>"));
+        FAIL() << "accepted";
+    } catch (DOMException const& exception) {
+        EXPECT_STREQ(exception.what(), "line 2, column 6: mismatched tag");
+        EXPECT_EQ(exception.getTextLine(), 2u);
+        EXPECT_EQ(exception.getTextColumn(), 6u);
+        EXPECT_STREQ(exception.getReason(), "mismatched tag");
+        static_assert(std::is_same_v<decltype(exception.getTextLine()), std::uint64_t>);
+        static_assert(std::is_same_v<decltype(exception.getTextColumn()), std::uint64_t>);
+    }
+}
+
+TEST(DOMExceptionTest, HasNoPartsWhenItsMessageHasAnotherForm) {
+    struct Row {
+        char const* message;
+        std::uint64_t line;
+        std::uint64_t column;
+        char const* reason;
+    };
+    constexpr Row ROWS[] = {
+        {"line 4294967296, column 18446744073709551615: x", 4294967296U, UINT64_MAX, "x"},
+        {"line 1, column 2: ", 1, 2, ""},
+        {"line 1, column 2: a: b, line 3, column 4: c", 1, 2, "a: b, line 3, column 4: c"},
+        {"", 0, 0, ""},
+        {"text", 0, 0, "text"},
+        {"line 1", 0, 0, "line 1"},
+        {"line 1, column 2", 0, 0, "line 1, column 2"},
+        {"line 1, column 2:x", 0, 0, "line 1, column 2:x"},
+        {"line -1, column 2: x", 0, 0, "line -1, column 2: x"},
+        {"line 1, column : x", 0, 0, "line 1, column : x"},
+        {"line 18446744073709551616, column 1: x", 0, 0,
+         "line 18446744073709551616, column 1: x"},  // beyond 64 bits
+        {" line 1, column 2: x", 0, 0, " line 1, column 2: x"},
+    };
+    for (Row const& row : ROWS) {
+        SCOPED_TRACE(row.message);
+        DOMException const exception("unit", 7, row.message, -1, nullptr, -1);
+        EXPECT_EQ(exception.getTextLine(), row.line);
+        EXPECT_EQ(exception.getTextColumn(), row.column);
+        EXPECT_STREQ(exception.getReason(), row.reason);
+        EXPECT_EQ(exception.getLine(), 7);
     }
 }
 

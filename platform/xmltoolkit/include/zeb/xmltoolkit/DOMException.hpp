@@ -3,6 +3,8 @@
 #include <zeb/foundation/Exception.hpp>
 #include <zeb/foundation/Export.hpp>
 
+#include <cstdint>
+
 namespace zeb::xmltoolkit {
 
 /// A text that is no well-formed XML, or that exceeds a limit of the parser.
@@ -14,6 +16,15 @@ namespace zeb::xmltoolkit {
 /// fit, its name; for a reference in a value of an attribute, the tag; for anything in the text of
 /// an entity, the reference to that. The locale has no influence; cost and NUL bytes are as of
 /// `foundation::Exception`.
+/// ```cpp
+/// try {
+///     static_cast<void>(XMLParserDOM::parse("<a>\n<b></a>"));
+/// } catch (DOMException const& exception) {
+///     exception.what() == "line 2, column 6: mismatched tag"
+///     exception.getTextLine() == 2 && exception.getTextColumn() == 6
+///     exception.getReason() == "mismatched tag"
+/// }
+/// ```
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT DOMException : public foundation::Exception {
 public:
@@ -24,6 +35,19 @@ public:
     [[nodiscard]] char const* type() const noexcept override;
     [[nodiscard]] DOMException* clone() const noexcept override;
     [[noreturn]] void rethrow() const override;
+
+    /// @name The parts of the message
+    /// `getLine()` is the line of the source unit that threw, not one of the text.
+    /// @par Complexity constant: they read the beginning of the message, and allocate nothing.
+    /// @{
+    /// L of "line L, column C: reason"; 0 when the message has another form.
+    [[nodiscard]] std::uint64_t getTextLine() const noexcept;
+    /// C of "line L, column C: reason"; 0 when the message has another form.
+    [[nodiscard]] std::uint64_t getTextColumn() const noexcept;
+    /// The reason in "line L, column C: reason"; the whole message when it has another form. Valid
+    /// as long as this object or a copy of it lives.
+    [[nodiscard]] char const* getReason() const noexcept;
+    /// @}
 };
 
 }  // namespace zeb::xmltoolkit
