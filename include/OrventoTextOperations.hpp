@@ -121,8 +121,7 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// Text after the last occurrence of `separator`.
 /// @param separator up to its NUL; null is empty; an empty one is found at the end
 /// @return the bytes after the separator; empty when it does not occur or ends the text
-/// @par Complexity linear, at worst times the separator's length. @par Thread safety reentrant.
-/// @par Exceptions `std::bad_alloc`.
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
 /// ```cpp
 /// substringAfterLast("a::b::c", "::") == "c"
 /// substringAfterLast("abc", "") == ""
@@ -131,8 +130,7 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// Text after the last occurrence of `separator`.
 /// @param separator NUL bytes in it are searched too; an empty one is found at the end
 /// @return the bytes after the separator; empty when it does not occur or ends the text
-/// @par Complexity linear, at worst times the separator's length. @par Thread safety reentrant.
-/// @par Exceptions `std::bad_alloc`.
+/// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
 /// ```cpp
 /// substringAfterLast("aaa", String("aa")) == ""
 /// substringAfterLast("ab", String("c")) == ""
@@ -153,16 +151,15 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// is_substring("", "abc")
 /// !is_substring("abcd", "abc")
 /// ```
-[[nodiscard]] ZEB_EXPORT bool is_substring(String needle, String haystack);
+[[nodiscard]] ZEB_EXPORT bool is_substring(String needle, String haystack) noexcept;
 
 /// Whether `haystack` contains `needle`, the case of ASCII letters left aside.
-/// @par Complexity the product of both lengths at worst; allocates nothing.
-/// @par Thread safety reentrant. @par Exceptions none.
+/// @par Complexity linear; allocates nothing. @par Thread safety reentrant. @par Exceptions none.
 /// ```cpp
 /// is_substring_ignorecase("ABC", "xabcx")
 /// is_substring_ignorecase("", "")
 /// ```
-[[nodiscard]] ZEB_EXPORT bool is_substring_ignorecase(String needle, String haystack);
+[[nodiscard]] ZEB_EXPORT bool is_substring_ignorecase(String needle, String haystack) noexcept;
 
 /// Whether both texts are equal, the case of ASCII letters left aside.
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions none.
@@ -170,7 +167,7 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// equals_ignorecase("Key", "kEY")
 /// !equals_ignorecase("a", "ab")
 /// ```
-[[nodiscard]] ZEB_EXPORT bool equals_ignorecase(String a, String b);
+[[nodiscard]] ZEB_EXPORT bool equals_ignorecase(String a, String b) noexcept;
 
 /// Whether the extended POSIX expression `pattern` matches somewhere in `text`. It is compiled at
 /// each call. What holds for `RegularExpression` holds here: both texts end at their first NUL, the
@@ -264,7 +261,7 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// non_matching_index("abc", "abc") == -1
 /// non_matching_index("", "") == -1
 /// ```
-[[nodiscard]] ZEB_EXPORT int non_matching_index(String const& a, String const& b);
+[[nodiscard]] ZEB_EXPORT int non_matching_index(String const& a, String const& b) noexcept;
 
 /// The text with each run of `separator` shortened to one.
 /// @par Complexity linear; two allocations at most. @par Thread safety reentrant.

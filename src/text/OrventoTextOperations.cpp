@@ -4,6 +4,7 @@
 #include <zeb/foundation/Format.hpp>
 #include <zeb/foundation/Logger.hpp>
 #include <zeb/foundation/StringBuffer.hpp>
+#include <zeb/foundation/TwoWaySearch.hpp>
 #include <zeb/xmltoolkit/CIMDateTime.hpp>
 
 #include <algorithm>
@@ -28,6 +29,8 @@ using zeb::foundation::Format;
 using zeb::foundation::LazyGlobal;
 using zeb::foundation::Logger;
 using zeb::foundation::StringBuffer;
+using zeb::foundation::detail::firstOccurrence;
+using zeb::foundation::detail::Folded;
 using zeb::xmltoolkit::CIMDateTime;
 using namespace textunit;
 
@@ -206,21 +209,17 @@ String substringAfterLast(String const& text, String const& separator) {
 
 // ------------------------------------------------------------------------------------ Predicates
 
-bool is_substring(String needle, String haystack) {
+bool is_substring(String needle, String haystack) noexcept {
     return haystack.indexOf(needle) != String::npos;
 }
 
-bool is_substring_ignorecase(String needle, String haystack) {
-    std::string_view const text = haystack;
-    for (std::size_t pos = 0; needle.length() <= text.size() - pos; ++pos) {
-        if (needle.equalsIgnoreCase(text.substr(pos, needle.length()))) {
-            return true;
-        }
-    }
-    return false;
+bool is_substring_ignorecase(String needle, String haystack) noexcept {
+    return needle.empty() ||
+           firstOccurrence(Folded(haystack), static_cast<std::ptrdiff_t>(haystack.length()),
+                           Folded(needle), static_cast<std::ptrdiff_t>(needle.length())) >= 0;
 }
 
-bool equals_ignorecase(String a, String b) { return a.equalsIgnoreCase(b); }
+bool equals_ignorecase(String a, String b) noexcept { return a.equalsIgnoreCase(b); }
 
 bool is_regex_match(String pattern, String text) {
     return RegularExpression(pattern, RegularExpression::EXTENDED_SYNTAX).matches(text);
@@ -322,7 +321,7 @@ StringArray find_exact_matches(String const& needle, StringArray const& candidat
     return matches;
 }
 
-int non_matching_index(String const& a, String const& b) {
+int non_matching_index(String const& a, String const& b) noexcept {
     std::string_view const first = a;
     std::string_view const second = b;
     std::size_t const shorter = std::min(first.size(), second.size());

@@ -262,6 +262,65 @@ TEST(StringLastIndexOf, Text) {
     }
 }
 
+// The search compares parts of periodic texts once; so all short ones of two letters are tried.
+TEST(StringLastIndexOf, AgreesWithTheStandardStringOnAllShortTextsOfTwoLetters) {
+    auto const textOf = [](std::size_t length, std::size_t bits) {
+        std::string text;
+        for (std::size_t i = 0; i < length; ++i) {
+            text += (bits >> i & 1) != 0 ? 'b' : 'a';
+        }
+        return text;
+    };
+    std::size_t found = 0;
+    for (std::size_t length = 0; length <= 11; ++length) {
+        for (std::size_t bits = 0; bits < std::size_t{1} << length; ++bits) {
+            std::string const bytes = textOf(length, bits);
+            String const text(bytes);
+            for (std::size_t wantedLength = 1; wantedLength <= 6; ++wantedLength) {
+                for (std::size_t wanted = 0; wanted < std::size_t{1} << wantedLength; ++wanted) {
+                    std::string const part = textOf(wantedLength, wanted);
+                    std::size_t const from = wanted % 4 == 3 ? bits % 12 : npos;
+                    std::size_t const index = text.lastIndexOf(part, from);
+                    ASSERT_EQ(index, bytes.rfind(part, from)) << bytes << ' ' << part;
+                    found += index != npos;
+                }
+            }
+        }
+    }
+    EXPECT_GT(found, 100'000u);
+}
+
+TEST(StringLastIndexOf, AgreesWithTheStandardStringOnLongPeriodicTexts) {
+    zeb::test::Random random(7);
+    for (int i = 0; i < 20'000; ++i) {
+        std::string const period = random.text("ab", random.between(1, 4));
+        std::string wanted;
+        while (wanted.size() < 12) {
+            wanted += period;
+        }
+        wanted.resize(random.between(1, 12));
+        std::string text;
+        while (text.size() < 60) {
+            text += random.oneIn(5) ? random.text("abc", 1) : random.oneIn(3) ? wanted : period;
+        }
+        std::size_t const from = random.oneIn(2) ? npos : random.below(70);
+        ASSERT_EQ(String(text).lastIndexOf(wanted, from), text.rfind(wanted, from))
+            << text << ' ' << wanted << ' ' << from;
+    }
+}
+
+// Each of these would take minutes if every place were compared from its start.
+TEST(StringLastIndexOf, IsLinearInPeriodicTexts) {
+    std::size_t const half = 1 << 20;
+    std::string const run(2 * half, 'a');
+    String const text(run);
+    EXPECT_EQ(text.lastIndexOf(std::string(half, 'a') + 'b'), npos);
+    EXPECT_EQ(text.lastIndexOf('b' + std::string(half, 'a')), npos);
+    EXPECT_EQ(text.lastIndexOf(std::string(half / 2, 'a') + 'b' + std::string(half / 2, 'a')),
+              npos);
+    EXPECT_EQ(text.lastIndexOf(std::string(half, 'a')), half);
+}
+
 TEST(StringIndexOf, AgreesWithTheStandardStringOnRandomTexts) {
     zeb::test::Random random(20240501);
     for (int i = 0; i < 20000; ++i) {

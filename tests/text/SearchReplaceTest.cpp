@@ -43,6 +43,8 @@ TEST(SearchReplace, ReplacesFromLeftToRightWithoutOverlaps) {
         {"ab", "abc", "x", "ab"},
         {"abc", "abc", "x", "x"},
         {"abc", "", "x", "abc"},
+        {"abc", "", "", "abc"},  // neither stuck nor changed
+        {"", "", "", ""},
         {"", "", "x", ""},
         {"", "a", "x", ""},
         {"ABC", "b", "x", "ABC"},  // case matters

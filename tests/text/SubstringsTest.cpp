@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -182,6 +183,63 @@ TEST(IsSubstringIgnorecase, FindsAtEachPosition) {
     EXPECT_FALSE(ZEBNS2::is_substring_ignorecase("a", ""));
     EXPECT_TRUE(ZEBNS2::is_substring_ignorecase(String("\0B"sv), String("a\0b"sv)));
 }
+
+TEST(IsSubstringIgnorecase, AgreesWithTheSearchOfEachPlaceOnAllShortTexts) {
+    // Two letters in both cases.
+    std::string_view const alphabet = "aAbB";
+    auto const textOf = [alphabet](std::size_t length, std::size_t digits) {
+        std::string text;
+        for (; length > 0; --length, digits /= 4) {
+            text += alphabet[digits % 4];
+        }
+        return text;
+    };
+    std::size_t found = 0;
+    for (std::size_t length = 0; length <= 6; ++length) {
+        for (std::size_t i = 0; i < std::size_t{1} << 2 * length; ++i) {
+            String const text(textOf(length, i));
+            for (std::size_t wantedLength = 0; wantedLength <= 4; ++wantedLength) {
+                // All of the shorter needles, a share of the longer ones.
+                for (std::size_t j = i % 5; j < std::size_t{1} << 2 * wantedLength;
+                     j += wantedLength < 3 ? 1 : 7) {
+                    String const wanted(textOf(wantedLength, j));
+                    bool expected = false;
+                    for (std::size_t place = 0; place + wantedLength <= length; ++place) {
+                        expected |= wanted.equalsIgnoreCase(text.substring(place, wantedLength));
+                    }
+                    ASSERT_EQ(ZEBNS2::is_substring_ignorecase(wanted, text), expected)
+                        << wanted << " in " << text;
+                    found += expected;
+                }
+            }
+        }
+    }
+    EXPECT_GT(found, 50'000U);
+}
+
+// Each of these would take minutes if every place were compared from its start.
+TEST(Substrings, SearchesAreLinearInPeriodicTexts) {
+    std::size_t const half = 1 << 20;
+    String const run(std::string(2 * half, 'a'));
+    String const bThenRun(std::string(1, 'b') + std::string(half, 'a'));
+    String const runThenB(std::string(half, 'a') + std::string(1, 'b'));
+    for (String const& wanted : {bThenRun, runThenB}) {
+        EXPECT_EQ(substringAfterLast(run, wanted), "");
+        EXPECT_EQ(substringAfterLast(run, wanted.c_str()), "");
+        EXPECT_EQ(substringAfter(run, wanted), "");
+        EXPECT_FALSE(ZEBNS2::is_substring_ignorecase(wanted, run));
+        EXPECT_FALSE(ZEBNS2::is_substring(wanted, run));
+    }
+    EXPECT_TRUE(ZEBNS2::is_substring_ignorecase(bThenRun, "A" + bThenRun));
+    EXPECT_EQ(substringAfterLast("A" + bThenRun + "c", bThenRun), "c");
+}
+
+static_assert(noexcept(ZEBNS2::is_substring(std::declval<String>(), std::declval<String>())));
+static_assert(noexcept(ZEBNS2::is_substring_ignorecase(std::declval<String>(),
+                                                       std::declval<String>())));
+static_assert(noexcept(ZEBNS2::equals_ignorecase(std::declval<String>(), std::declval<String>())));
+static_assert(noexcept(ZEBNS2::non_matching_index(std::declval<String const&>(),
+                                                  std::declval<String const&>())));
 
 TEST(IsSubstringIgnorecase, EmptyNeedleIsFound) {
     EXPECT_TRUE(ZEBNS2::is_substring_ignorecase("", "abc"));

@@ -128,6 +128,57 @@ TEST(UTF16ToUTF32, FunctionOfItsMessagesIsTheSameInEveryConversion) {
     EXPECT_THAT(functions[0], testing::HasSubstr("Array<unsigned int> ZEBNS2::UTF16ToUTF32("));
 }
 
+/// Takes the level down to that of information when a message holds a text.
+class QuietingAppender : public zeb::foundation::LogAppender {
+public:
+    explicit QuietingAppender(std::string_view trigger) : trigger_(trigger) {}
+    void append(zeb::foundation::LogMessage const& message) override {
+        texts.emplace_back(std::string_view(message.text));
+        if (texts.back().find(trigger_) != std::string::npos) {
+            Logger::setDefault(
+                Logger::INFO_LEVEL,
+                zeb::foundation::IntrusiveReference<zeb::foundation::LogAppender>(this));
+        }
+    }
+    std::vector<std::string> texts;
+
+private:
+    std::string trigger_;
+};
+
+/// What `convertToUTF8` says of a big-endian text without a mark and with two lone surrogates, when
+/// it is told to be quiet at a message that holds `trigger`.
+std::vector<std::string> quietedAt(std::string_view trigger) {
+    zeb::foundation::IntrusiveReference<QuietingAppender> const appender(
+        new QuietingAppender(trigger));
+    Logger::setDefault(
+        Logger::DEBUG_LEVEL,
+        zeb::foundation::IntrusiveReference<zeb::foundation::LogAppender>(appender.get()));
+    (void)ZEBNS2::convertToUTF8(arrayOf("\0a\0b\0c\0d\0e\xDC\x01\xDC\x02"sv));
+    Logger::setDefault(Logger::NO_LEVEL,
+                       zeb::foundation::IntrusiveReference<zeb::foundation::LogAppender>());
+    return appender->texts;
+}
+
+// Each step takes a logger of its own when it begins, and keeps it to its end.
+TEST(ConvertToUTF8, StepsObeyTheLevelThatHeldWhenTheyBegan) {
+    std::string const detecting =
+        "autodetectByteOrder: Did not find explict byte order mark.  Checking content.";
+    std::string const detected = "convertToUTF8: Autodetected BOM type is 1";
+    std::string const repaired =
+        "UTF16ToUTF32: Found out-of-range character 0xdc0%.  Replacing with 0xFFFD.";
+    auto const lone = [&repaired](char digit) {
+        std::string text = repaired;
+        text[text.find('%')] = digit;
+        return text;
+    };
+    EXPECT_THAT(quietedAt("nothing"), ElementsAre(detecting, detected, lone('1'), lone('2')));
+    // The caller's logger is older than the change, that of the next step is not.
+    EXPECT_THAT(quietedAt("Checking content"), ElementsAre(detecting, detected));
+    EXPECT_THAT(quietedAt("Autodetected"), ElementsAre(detecting, detected));
+    EXPECT_THAT(quietedAt("0xdc01"), ElementsAre(detecting, detected, lone('1'), lone('2')));
+}
+
 TEST(UTF16ToUTF32, KeepsErrnoAndIsSilentBelowDebugLevel) {
     {
         LogCapture const log;

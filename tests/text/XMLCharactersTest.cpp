@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "LogCapture.hpp"
 #include "Random.hpp"
@@ -101,6 +102,44 @@ TEST(ReplaceInvalidXMLCharacters, CopiesOfTheArrayKeepTheirUnits) {
     replaceInvalidXMLCharacters(units, "");
     EXPECT_THAT(copy, ElementsAre(0x41, 0x01));
     EXPECT_THAT(units, ElementsAre(0x41, 0xFFFD));
+}
+
+// The array is about to be written, so it is detached before anything is known of its units.
+TEST(ReplaceInvalidXMLCharacters, DetachesEvenWhenNothingIsInvalid) {
+    Array<unsigned short> units{0x41, 0x42};
+    Array<unsigned short> const copy = units;
+    ASSERT_EQ(copy.cbegin(), units.cbegin());
+    replaceInvalidXMLCharacters(units, "");
+    EXPECT_NE(copy.cbegin(), units.cbegin());
+    EXPECT_EQ(units, copy);
+}
+
+/// Copies an array at each message.
+class WatchingAppender : public zeb::foundation::LogAppender {
+public:
+    explicit WatchingAppender(Array<unsigned short> const& units) : units_(units) {}
+    void append(zeb::foundation::LogMessage const&) override {
+        std::vector<unsigned short> const now(units_.cbegin(), units_.cend());
+        seen.push_back(now);
+    }
+    std::vector<std::vector<unsigned short>> seen;
+
+private:
+    Array<unsigned short> const& units_;
+};
+
+TEST(ReplaceInvalidXMLCharacters, StoresEachUnitBeforeItSaysSo) {
+    Array<unsigned short> units{0x01, 0x41, 0x02};
+    zeb::foundation::IntrusiveReference<WatchingAppender> const appender(
+        new WatchingAppender(units));
+    Logger::setDefault(
+        Logger::DEBUG_LEVEL,
+        zeb::foundation::IntrusiveReference<zeb::foundation::LogAppender>(appender.get()));
+    replaceInvalidXMLCharacters(units, "");
+    Logger::setDefault(Logger::NO_LEVEL,
+                       zeb::foundation::IntrusiveReference<zeb::foundation::LogAppender>());
+    EXPECT_THAT(appender->seen,
+                ElementsAre(ElementsAre(0xFFFD, 0x41, 0x02), ElementsAre(0xFFFD, 0x41, 0xFFFD)));
 }
 
 TEST(ReplaceInvalidXMLCharacters, KeepsErrno) {

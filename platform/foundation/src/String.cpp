@@ -2,6 +2,7 @@
 
 #include <zeb/foundation/Exception.hpp>
 #include <zeb/foundation/Format.hpp>
+#include <zeb/foundation/TwoWaySearch.hpp>
 
 #ifdef __i386__
 #include <fpu_control.h>
@@ -185,7 +186,20 @@ std::size_t String::lastIndexOf(char wanted, std::size_t from) const noexcept {
 }
 
 std::size_t String::lastIndexOf(std::string_view wanted, std::size_t from) const noexcept {
-    return std::string_view(*this).rfind(wanted, from);
+    std::string_view const text = *this;
+    if (wanted.empty()) {
+        return std::min(from, text.size());
+    }
+    if (wanted.size() > text.size()) {
+        return npos;
+    }
+    // What starts at or before `from` ends before this.
+    std::size_t const end = std::min(from, text.size() - wanted.size()) + wanted.size();
+    auto const length = static_cast<std::ptrdiff_t>(end);
+    auto const wantedLength = static_cast<std::ptrdiff_t>(wanted.size());
+    std::ptrdiff_t const fromEnd = detail::firstOccurrence(
+        detail::Reversed(text.substr(0, end)), length, detail::Reversed(wanted), wantedLength);
+    return fromEnd < 0 ? npos : static_cast<std::size_t>(length - wantedLength - fromEnd);
 }
 
 String String::substring(std::size_t start, std::size_t count) const {

@@ -136,7 +136,7 @@ public:
     [[nodiscard]] std::size_t lastIndexOf(char wanted, std::size_t from = npos) const noexcept;
     /// Offset of the last occurrence of `wanted` that starts at or before `from`; `npos` when there
     /// is none. An empty `wanted` is found at the smaller of `from` and `length()`.
-    /// @par Complexity the product of both lengths at worst
+    /// @par Complexity linear in both texts
     [[nodiscard]] std::size_t lastIndexOf(std::string_view wanted,
                                           std::size_t from = npos) const noexcept;
 
