@@ -1,7 +1,9 @@
 # EXPAT::EXPAT, for the word size of the build.
 #
 # A 32-bit build on x86-64 takes Debian's 32-bit package as tools/fetch-i386 unpacks it: no foreign architecture need be
-# added to the machine.
+# added to the machine. Such a machine may have no 32-bit libexpat for the programs that use the library either, so a copy
+# is installed with it, in a folder that only libzeb_xmltoolkit.so looks into: ZEB_EXPAT_COPY is the file then. Whoever
+# installs without run paths, as packages do, depends on the system's libexpat instead.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_HOST_SYSTEM_PROCESSOR STREQUAL x86_64)
     set(ZEB_I386_ROOT ${PROJECT_SOURCE_DIR}/build/i386 CACHE PATH "What tools/fetch-i386 has unpacked")
     find_library(
@@ -11,12 +13,22 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_HOST_SYSTEM_PROCESSOR STREQUAL x86_64)
     if(NOT ZEB_I386_EXPAT)
         message(FATAL_ERROR "No 32-bit libexpat in ${ZEB_I386_ROOT}: run tools/fetch-i386")
     endif()
+    # The build has its copy where the installed tree has it, so that no run path leads out of the build.
+    set(expat ${PROJECT_BINARY_DIR}/lib/zeb_text/libexpat.so.1)
+    file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/lib/zeb_text)
+    file(COPY_FILE ${ZEB_I386_EXPAT} ${expat} ONLY_IF_DIFFERENT)
     add_library(EXPAT::EXPAT UNKNOWN IMPORTED)
     set_target_properties(
         EXPAT::EXPAT
-        PROPERTIES IMPORTED_LOCATION ${ZEB_I386_EXPAT}
+        PROPERTIES IMPORTED_LOCATION ${expat}
                    INTERFACE_INCLUDE_DIRECTORIES
                    "${ZEB_I386_ROOT}/usr/include;${ZEB_I386_ROOT}/usr/include/i386-linux-gnu")
+    if(NOT CMAKE_SKIP_INSTALL_RPATH)
+        set(ZEB_EXPAT_COPY ${expat})
+    endif()
 else()
-    find_package(EXPAT REQUIRED)
+    find_package(EXPAT)
+    if(NOT EXPAT_FOUND)
+        message(FATAL_ERROR "libexpat is missing: install libexpat1-dev (its name in Debian)")
+    endif()
 endif()

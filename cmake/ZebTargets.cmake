@@ -10,13 +10,11 @@ endif()
 function(zeb_configure_target target)
     target_compile_options(
         ${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow -Wpedantic $<$<BOOL:${ZEB_WERROR}>:-Werror>
-                          -fstack-protector-strong)
+                          ${ZEB_HARDENING})
+    # No file name in an object tells where the sources were; a debug build is for the one who has them there.
+    target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)
     # The 32-bit build opens large files and knows dates behind 2038; on x86-64 both change nothing.
     target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
-    # _FORTIFY_SOURCE warns without optimisation and hides errors from the sanitizers.
-    if(NOT ZEB_SANITIZE)
-        target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
-    endif()
     target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now)
 endfunction()
 
@@ -33,6 +31,14 @@ function(zeb_configure_library_code target)
     target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
     # No program replaces a function of these libraries, so they may inline what they export; clang++ does so anyway.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+endfunction()
+
+# Stops when what a part of the build needs is missing, and says how to get it or to do without it.
+function(zeb_require found what package option)
+    if(NOT ${found})
+        message(FATAL_ERROR "${what} is missing: install ${package} (its name in Debian), or leave out what needs it "
+                            "by -D${option}=OFF")
+    endif()
 endfunction()
 
 # zeb_add_library(<target> ALIAS zeb::<x> SOVERSION <n> SOURCES <file>... INCLUDE_DIR <dir>
