@@ -29,22 +29,12 @@ CLI::callback_t store(Value& value) {
     };
 }
 
-/// CLI11 takes "--name=" for "--name" and would then swallow the next word as its value.
-Words splitEmptyValues(Words const& words) {
-    Words result;
-    bool options = true;
-    for (std::string const& word : words) {
-        options = options && word != "--";
-        if (options && word.size() > 3 && word.compare(0, 2, "--") == 0 &&
-            word.find('=') == word.size() - 1) {
-            result.push_back(word.substr(0, word.size() - 1));
-            result.emplace_back();
-        } else {
-            result.push_back(word);
-        }
-    }
-    return result;
-}
+/// Thrown by `parse` instead of doing its work while `describing` is set.
+struct OptionsDescribed {
+    std::vector<DescribedOption> options;
+};
+
+bool describing = false;  // there is one thread
 
 }  // namespace
 
@@ -66,6 +56,10 @@ void Arguments::word(char const* name, std::string& value, char const* descripti
     app_->add_option(name, store(value), description)->required();
 }
 
+void Arguments::word(char const* name, std::optional<std::string>& value, char const* description) {
+    app_->add_option(name, store(value), description);
+}
+
 // CLI11 would take a word such as "[a,b]" of a list apart, so it gets this argument for its help
 // text only: with no word expected it leaves all of them over.
 void Arguments::rest(char const* name, Words& values, char const* description) {
@@ -82,6 +76,27 @@ void Arguments::option(char const* name, char const* label, std::string& value,
 void Arguments::option(char const* name, char const* label, std::optional<std::string>& value,
                        char const* description) {
     app_->add_option(name, store(value), description)->type_name(label);
+}
+
+void Arguments::option(char const* name, char const* label, Words& values,
+                       char const* description) {
+    // A value such as "[a,b]" is one.
+    app_->add_option(
+            name,
+            [&values](CLI::results_t const& results) {
+                values = results;
+                return true;
+            },
+            description)
+        ->type_name(label)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->allow_extra_args(false);
+}
+
+void Arguments::option(char const* name, char const* label, char const* standard,
+                       std::optional<std::string>& value, char const* description) {
+    optionals_.push_back({name, standard});
+    option(name, label, value, description);
 }
 
 void Arguments::option(char const* name, Words const& choices, std::string& value,
@@ -115,9 +130,47 @@ void Arguments::exclusive(std::initializer_list<char const*> names) {
     }
 }
 
-void Arguments::parse(Words const& words) {
+std::vector<DescribedOption> Arguments::described(std::function<void()> const& command) {
+    describing = true;
     try {
-        Words lastFirst = splitEmptyValues(words);
+        command();
+    } catch (OptionsDescribed const& result) {
+        describing = false;
+        return result.options;
+    }
+    throw std::logic_error("a command without arguments");
+}
+
+std::vector<DescribedOption> Arguments::options() const {
+    std::vector<DescribedOption> list;
+    for (CLI::Option const* const option : app_->get_options()) {
+        if (option->get_positional()) {
+            continue;
+        }
+        DescribedOption described{};
+        for (std::string const& name : option->get_snames()) {
+            described.names.push_back("-" + name);
+        }
+        for (std::string const& name : option->get_lnames()) {
+            described.names.push_back("--" + name);
+        }
+        described.label = option->get_items_expected_max() > 0 ? option->get_type_name() : "";
+        described.optional = std::any_of(
+            optionals_.begin(), optionals_.end(),
+            [&](Optional const& known) { return known.name == described.names.back(); });
+        described.repeated = option->get_multi_option_policy() == CLI::MultiOptionPolicy::TakeAll;
+        described.description = option->get_description();
+        list.push_back(described);
+    }
+    return list;
+}
+
+void Arguments::parse(Words const& words) {
+    if (describing) {
+        throw OptionsDescribed{options()};
+    }
+    try {
+        Words lastFirst = withAllValues(words);
         std::reverse(lastFirst.begin(), lastFirst.end());
         app_->parse(lastFirst);
     } catch (CLI::CallForHelp const&) {
@@ -129,6 +182,30 @@ void Arguments::parse(Words const& words) {
     takeRest();
     chooseColors(color_);
     startTrace();
+}
+
+// CLI11 takes "--name=" for "--name" and would then swallow the next word as its value, as it would
+// where the value is left out.
+Words Arguments::withAllValues(Words const& words) const {
+    Words result;
+    bool options = true;
+    for (std::string const& word : words) {
+        options = options && word != "--";
+        auto const optional =
+            std::find_if(optionals_.begin(), optionals_.end(),
+                         [&word](Optional const& known) { return known.name == word; });
+        if (options && word.size() > 3 && word.compare(0, 2, "--") == 0 &&
+            word.find('=') == word.size() - 1) {
+            result.push_back(word.substr(0, word.size() - 1));
+            result.emplace_back();
+        } else if (options && optional != optionals_.end()) {
+            result.push_back(word);
+            result.push_back(optional->standard);
+        } else {
+            result.push_back(word);
+        }
+    }
+    return result;
 }
 
 // What CLI11 leaves over are words, unknown options and the mark "--".

@@ -2,11 +2,13 @@
 
 #include "Streams.hpp"
 
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -19,10 +21,20 @@ struct HelpRequest : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// What is to be known of an option by those who complete command lines.
+struct DescribedOption {
+    std::vector<std::string> names;  ///< with their hyphens, short ones first
+    std::string label;               ///< of the value, or the choices with "|" between them
+    bool optional;                   ///< whether the value may be left out
+    bool repeated;
+    std::string description;
+};
+
 /// What the arguments of one subcommand mean.
 ///
 /// Declare the arguments, each with the variable that it sets, then `parse`. Every subcommand has
-/// the options `--help`, `--color` and `--trace` as well. All values arrive byte for byte as the
+/// the options `--help`, `--color` and `--trace` as well. A name such as "-i,--ignore-case" gives
+/// an option a short form. All values arrive byte for byte as the
 /// shell passed them; a word that begins with '-' and is no option comes behind `--`.
 class Arguments {
 public:
@@ -34,6 +46,8 @@ public:
 
     /// A word that must be there; they are taken in the order of declaration.
     void word(char const* name, std::string& value, char const* description);
+    /// A word that may be absent; no other is declared behind it but `rest`.
+    void word(char const* name, std::optional<std::string>& value, char const* description);
     /// All words behind those declared with `word`, if any.
     void rest(char const* name, Words& values, char const* description);
     /// An option with a value, which the help text calls `label`.
@@ -41,6 +55,11 @@ public:
     /// The same for one that may be absent, which is not the same as empty.
     void option(char const* name, char const* label, std::optional<std::string>& value,
                 char const* description);
+    /// An option that may be given several times.
+    void option(char const* name, char const* label, Words& values, char const* description);
+    /// An option whose value may be left out, which gives it `standard`; it stands behind a `=`.
+    void option(char const* name, char const* label, char const* standard,
+                std::optional<std::string>& value, char const* description);
     /// An option whose value is one of `choices`.
     void option(char const* name, Words const& choices, std::string& value,
                 char const* description);
@@ -53,13 +72,29 @@ public:
     /// @throws Failure when the words do not fit
     void parse(Words const& words);
 
+    /// Whether the library's messages are wanted.
+    [[nodiscard]] bool traced() const { return !trace_.empty(); }
+
     /// Has the library's messages of the level of `--trace`, if any, written to standard error.
     void startTrace() const;
+
+    /// The options that a subcommand declares.
+    /// @param command runs it without words
+    [[nodiscard]] static std::vector<DescribedOption> described(
+        std::function<void()> const& command);
 
     /// @throws Failure that says why and where the help is
     [[noreturn]] void fail(std::string const& reason) const;
 
 private:
+    /// An option whose value may be left out, and the word that says so.
+    struct Optional {
+        std::string name;
+        std::string standard;
+    };
+
+    [[nodiscard]] std::vector<DescribedOption> options() const;
+    [[nodiscard]] Words withAllValues(Words const& words) const;
     void refuseUnknownOptions() const;
     void takeRest();
 
@@ -67,6 +102,7 @@ private:
     std::string color_ = "auto";
     std::string trace_;
     std::unique_ptr<CLI::App> app_;
+    std::vector<Optional> optionals_;
     Words* rest_ = nullptr;
 };
 

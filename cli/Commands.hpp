@@ -45,7 +45,8 @@ struct Syntax {
     bool ignoreCase = false;
     bool basic = false;
 
-    void declare(Arguments& arguments);
+    /// @param ignoreCaseName of the option to ignore the case, with its short form if any
+    void declare(Arguments& arguments, char const* ignoreCaseName);
     [[nodiscard]] ZEBNS2::RegularExpression::CompilationOptions options() const;
 };
 

@@ -36,20 +36,6 @@ std::string& colorChoice() {
     return choice;
 }
 
-std::string systemReason(int error) { return std::generic_category().message(error); }
-
-/// Bytes from where the file stands to its end; 0 where that is not known, as for a pipe.
-std::uint64_t remainingSize(int descriptor) {
-    struct stat status{};
-    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
-        return 0;
-    }
-    off_t const position = ::lseek(descriptor, 0, SEEK_CUR);
-    return position >= 0 && position < status.st_size
-               ? static_cast<std::uint64_t>(status.st_size - position)
-               : 0;
-}
-
 /// All bytes up to the end of the file.
 /// @param what begins the message of a failure
 String readAll(int descriptor, std::string const& name, std::string const& what) {
@@ -78,16 +64,8 @@ String readInput(std::string const& name) {
     if (name == "-") {
         return readAll(STDIN_FILENO, name, "-: ");
     }
-    std::string const what = "Cannot read file " + name + ": ";
-    int const descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
-        throw Failure(what + systemReason(errno));
-    }
-    struct Closer {
-        ~Closer() { ::close(descriptor); }
-        int descriptor;
-    } const closer{descriptor};
-    return readAll(descriptor, name, what);
+    Descriptor const file = openForReading(name);
+    return readAll(file.get(), name, "Cannot read file " + name + ": ");
 }
 
 void writeAll(std::string_view bytes) {
@@ -104,6 +82,27 @@ void writeAll(std::string_view bytes) {
 }
 
 }  // namespace
+
+std::string systemReason(int error) { return std::generic_category().message(error); }
+
+std::uint64_t remainingSize(int descriptor) {
+    struct stat status{};
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return 0;
+    }
+    off_t const position = ::lseek(descriptor, 0, SEEK_CUR);
+    return position >= 0 && position < status.st_size
+               ? static_cast<std::uint64_t>(status.st_size - position)
+               : 0;
+}
+
+Descriptor openForReading(std::string const& name) {
+    Descriptor file(::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.isOpen()) {
+        throw Failure("Cannot read file " + name + ": " + systemReason(errno));
+    }
+    return file;
+}
 
 void chooseColors(std::string const& when) { colorChoice() = when; }
 

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "Descriptor.hpp"
+
 #include <zeb/foundation/String.hpp>
 
 #include <nlohmann/json_fwd.hpp>
 
+#include <cstdint>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -92,6 +95,15 @@ bool forEachInput(
 /// Calls `work` for each of `names`, as `forEachInput` does, and reads nothing.
 bool forEachName(Output& out, Words const& names,
                  std::function<void(std::string const& name)> const& work);
+
+/// The system's text for an error number.
+[[nodiscard]] std::string systemReason(int error);
+
+/// Bytes from where the file stands to its end; 0 where that is not known, as for a pipe.
+[[nodiscard]] std::uint64_t remainingSize(int descriptor);
+
+/// @throws Failure "Cannot read file NAME: reason"
+[[nodiscard]] Descriptor openForReading(std::string const& name);
 
 /// The exit status of a command that looks for something.
 [[nodiscard]] Status searchStatus(bool allWell, bool found);

@@ -1,11 +1,9 @@
-// The commands that search and edit by regular expressions.
+// The command that searches by regular expressions.
 
 #include "Commands.hpp"
 #include "Faults.hpp"
 
 #include <OrventoTextOperations.hpp>
-
-#include <zeb/foundation/FileSystem.hpp>
 
 #include <unistd.h>
 
@@ -17,7 +15,6 @@
 
 namespace zeb::cli {
 
-using foundation::FileInformation;
 using nlohmann::ordered_json;
 using ZEBNS2::Array;
 using ZEBNS2::OffsetPair;
@@ -27,19 +24,8 @@ using ZEBNS2::StringArray;
 
 namespace {
 
-namespace FileSystem = foundation::FileSystem;
-
 StringArray splitLines(String const& text) {
     return text.tokenize("\n", String::DISCARD_DELIMITERS, String::RETURN_EMPTY_TOKENS);
-}
-
-/// What unprivilegedSed makes of a file's text.
-String edited(String const& text, RegularExpression const& expression, String const& replacement) {
-    StringArray lines = splitLines(text);
-    for (String& line : lines) {
-        line = ZEBNS2::sed(line, expression, replacement);
-    }
-    return ZEBNS2::untokenize(lines, "\n");
 }
 
 /// What `match` prints, and of which lines.
@@ -158,75 +144,14 @@ ordered_json jsonOf(RegularExpression const& expression, String const& line) {
 
 }  // namespace
 
-void Syntax::declare(Arguments& arguments) {
-    arguments.flag("--ignore-case", ignoreCase, "Match letters of either case");
+void Syntax::declare(Arguments& arguments, char const* ignoreCaseName) {
+    arguments.flag(ignoreCaseName, ignoreCase, "Match letters of either case");
     arguments.flag("--basic", basic, "The expression is in POSIX basic syntax, not extended");
 }
 
 RegularExpression::CompilationOptions Syntax::options() const {
     return (ignoreCase ? RegularExpression::CASE_INSENSITIVE : RegularExpression::EXTENDED_SYNTAX) |
            (basic ? RegularExpression::BASIC_SYNTAX : RegularExpression::EXTENDED_SYNTAX);
-}
-
-Status edit(Words const& words, Output& out) {
-    Arguments arguments("edit",
-                        "Applies one sed command to every line and prints the edited text.\n"
-                        "COMMAND is s/EXPRESSION/REPLACEMENT/ or s/EXPRESSION/REPLACEMENT/g (with "
-                        "any delimiter;\n\\0 is the match, \\1 to \\9 are its groups), "
-                        "/EXPRESSION/d or /FROM/,/TO/d.",
-                        "  zeb-text edit 's/([a-z]+)=([0-9]+)/\\2=\\1/g' settings\n"
-                        "  zeb-text edit --ignore-case '/^debug:/d' <log\n"
-                        "  zeb-text edit '/BEGIN TRACE/,/END TRACE/d' log\n");
-    std::string command;
-    Words files;
-    Syntax syntax;
-    arguments.word("COMMAND", command, "The sed command");
-    arguments.rest("FILE", files, "Files to read; without one, standard input");
-    syntax.declare(arguments);
-    arguments.parse(words);
-
-    requireSedCommand(command, syntax.options());
-    arguments.startTrace();
-    bool const allWell = forEachInput(out, files, [&](std::string const&, String const& text) {
-        out.write(ZEBNS2::realSed(text, command, syntax.options()));
-    });
-    return allWell ? DONE : FAILED;
-}
-
-Status replace(Words const& words, Output& out) {
-    Arguments arguments("replace",
-                        "Rewrites files in place: in each line the first match of EXPRESSION "
-                        "becomes TEMPLATE,\nin which %0 is the match, %1 to %9 are its groups and "
-                        "%% is a percent sign.",
-                        "  zeb-text replace '^timeout=.*' 'timeout=30' service.conf\n"
-                        "  zeb-text replace '([a-z]+)\\.old' '%1.new' *.list\n");
-    std::string pattern;
-    std::string replacement;
-    std::string file;
-    Words files;
-    Syntax syntax;
-    arguments.word("EXPRESSION", pattern, "What to look for in each line");
-    arguments.word("TEMPLATE", replacement, "What the match becomes");
-    arguments.word("FILE", file, "A file to rewrite");
-    arguments.rest("FILES", files, "More files to rewrite");
-    syntax.declare(arguments);
-    arguments.parse(words);
-
-    files.insert(files.begin(), file);
-    RegularExpression const expression = compiled(pattern, syntax.options());
-    bool const allWell = forEachName(out, files, [&](std::string const& name) {
-        // unprivilegedSed does not look whether its writing succeeds, which it does not on a full
-        // disk. What is no regular file is left to it: it refuses that, reading it might never end.
-        bool const regular =
-            FileSystem::getFileInformation(name).type == FileInformation::REGULAR_FILE;
-        String const expected =
-            regular ? edited(FileSystem::getFileContents(name), expression, replacement) : String();
-        ZEBNS2::unprivilegedSed(name, expression, replacement);
-        if (FileSystem::getFileContents(name) != expected) {
-            throw Failure(name + ": could not be written completely");
-        }
-    });
-    return allWell ? DONE : FAILED;
 }
 
 Status match(Words const& words, Output& out) {
@@ -252,7 +177,7 @@ Status match(Words const& words, Output& out) {
                    "groups (of the first match)");
     arguments.exclusive({"--only", "--groups", "--json"});
     arguments.exclusive({"--invert", "--only", "--groups"});
-    syntax.declare(arguments);
+    syntax.declare(arguments, "-i,--ignore-case");
     arguments.parse(words);
 
     selection.colored = isColored(STDOUT_FILENO);

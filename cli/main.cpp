@@ -1,6 +1,5 @@
-#include "Commands.hpp"
-
-#include <OrventoTextOperations.hpp>
+#include "Arguments.hpp"
+#include "CommandTable.hpp"
 
 #include <csignal>
 #include <new>
@@ -9,80 +8,57 @@ namespace zeb::cli {
 
 namespace {
 
-struct Command {
-    char const* name;
-    char const* summary;
-    Status (*run)(Words const& words, Output& out);
-};
-
-constexpr Command COMMANDS[] = {
-    {"edit", "edit lines by one sed command", edit},
-    {"replace", "replace the first match of each line, in files", replace},
-    {"match", "print lines that match, or what matches", match},
-    {"wildcard", "turn a wildcard pattern into an expression", wildcard},
-    {"escape", "turn literal text into an expression", escape},
-    {"search-replace", "replace every occurrence of a text", searchReplace},
-    {"tokens", "split text into tokens, quotes respected", tokens},
-    {"flatten", "join arguments into one command line", flatten},
-    {"unquote", "remove one pair of quotes", unquote},
-    {"pad", "pad text to a width", pad},
-    {"number", "read a number", number},
-    {"unit", "print the bytes of a size unit", unit},
-    {"date", "find the first date", date},
-    {"env", "find a variable in an environment block", environment},
-    {"utf8", "turn UTF-16 into UTF-8", toUtf8},
-    {"xml-fix", "replace characters that XML forbids", xmlFix},
-    {"xml check", "tell whether files are well-formed XML", xmlCheck},
-    {"xml find", "find an element by a query", xmlFind},
-};
-
-std::string help() {
-    std::string text =
-        "Text services on the command line: files or standard input in, standard output out.\n"
-        "Usage: zeb-text COMMAND [ARGUMENT...]\n"
-        "       zeb-text COMMAND --help\n"
-        "       zeb-text --version\n"
-        "\n"
-        "Commands:\n";
-    for (Command const& command : COMMANDS) {
-        text += "  ";
-        text += ZEBNS2::leftText(command.name, /*width=*/16, ' ');
-        text += command.summary;
-        text += '\n';
+/// What `words`, which follow "help", ask for.
+Status help(Words words, Output& out) {
+    if (words.empty()) {
+        out.write(usage());
+        return DONE;
     }
-    return text +
-           "\n"
-           "A FILE of - is standard input. The exit status is 0, or 1 when nothing was found,\n"
-           "or 2 after an error. The manual, zeb-text(1), tells more.\n"
-           "\n"
-           "Example:\n"
-           "  zeb-text match --numbers 'error|warning' log\n";
+    if (std::string const group = groupUsage(words[0]); words.size() == 1 && !group.empty()) {
+        out.write(group);
+        return DONE;
+    }
+    return takeCommand(words).run({"--help"}, out);
+}
+
+Status completion(Words const& words, Output& out) {
+    if (words.size() == 1 && words[0] == "bash") {
+        out.write(bashCompletion(out));
+    } else if (words.size() == 1 && words[0] == "zsh") {
+        out.write(zshCompletion(out));
+    } else {
+        throw Failure("--completion takes bash or zsh (see zeb-text --help)");
+    }
+    return DONE;
 }
 
 Status run(Words words, Output& out) {
     if (words.empty()) {
         throw Failure("COMMAND is required (see zeb-text --help)");
     }
-    if (words[0] == "--help" || words[0] == "-h") {
-        out.write(help());
-        return DONE;
+    std::string const first = words[0];
+    Words const others(words.begin() + 1, words.end());
+    if (first == "--help" || first == "-h") {
+        return help({}, out);
     }
-    if (words[0] == "--version") {
+    if (first == "help") {
+        return help(others, out);
+    }
+    if (first == "--version" || first == "-V") {
         out.line("zeb-text " ZEB_TEXT_VERSION);
         return DONE;
     }
-    // The names of some commands are two words.
-    if (words[0] == "xml" && words.size() > 1) {
-        words[0] += " " + words[1];
-        words.erase(words.begin() + 1);
+    if (first == "--completion") {
+        return completion(others, out);
     }
-    for (Command const& command : COMMANDS) {
-        if (words[0] == command.name) {
-            words.erase(words.begin());
-            return command.run(words, out);
+    if (others.empty() || others == Words{"--help"}) {
+        if (std::string const group = groupUsage(first); !group.empty()) {
+            out.write(group);
+            return DONE;
         }
     }
-    throw Failure("unknown command " + words[0] + " (see zeb-text --help)");
+    Command const& command = takeCommand(words);
+    return command.run(words, out);
 }
 
 Status runAndFinish(Words const& words) {
@@ -116,5 +92,9 @@ Status runAndFinish(Words const& words) {
 int main(int argc, char** argv) {
     // A reader that has gone away is an error of writing like any other.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    // So is a file that may not grow.
+    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
+    // It tells that another program waits for a file that is just being replaced.
+    static_cast<void>(std::signal(SIGIO, SIG_IGN));
     return zeb::cli::runAndFinish(zeb::cli::Words(argv + (argc > 0 ? 1 : 0), argv + argc));
 }

@@ -1,23 +1,29 @@
 # Completion of zeb-text in bash.
+# Made by zeb-text --completion from its own table of commands.
 
 _zeb_text() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-    local command=${COMP_WORDS[1]}
-    local commands='edit replace match wildcard escape search-replace tokens flatten unquote pad
-        number unit date env utf8 xml-fix xml'
-    local values='' options=''
+    local command=${COMP_WORDS[1]} first=1
+    local seconds='' values='' options=''
     COMPREPLY=()
 
-    if [ "$COMP_CWORD" -eq 1 ]; then
-        mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$current")
+    if [ "$command" = help ] && [ "$COMP_CWORD" -gt 1 ]; then
+        command=${COMP_WORDS[2]} first=2
+    fi
+    if [ "$COMP_CWORD" -eq "$first" ]; then
+        mapfile -t COMPREPLY < <(compgen -W 'edit replace match wildcard escape search-replace tokens flatten unquote pad number unit date env utf8 xml-fix xml help --help --version --completion' -- "$current")
         return
     fi
-    if [ "$command" = xml ]; then
-        if [ "$COMP_CWORD" -eq 2 ]; then
-            mapfile -t COMPREPLY < <(compgen -W 'check find' -- "$current")
+    case $command in
+        xml) seconds='check find' ;;
+        --completion) seconds='bash zsh' ;;
+    esac
+    if [ -n "$seconds" ]; then
+        if [ "$COMP_CWORD" -eq $((first + 1)) ]; then
+            mapfile -t COMPREPLY < <(compgen -W "$seconds" -- "$current")
             return
         fi
-        command="xml ${COMP_WORDS[2]}"
+        command="$command ${COMP_WORDS[first + 1]}"
     fi
 
     # bash takes --name=value apart into three words.
@@ -26,11 +32,18 @@ _zeb_text() {
     elif [ "$previous" = = ]; then
         previous=${COMP_WORDS[COMP_CWORD - 2]}
     fi
-    case $previous in
-        --color) values='auto always never' ;;
-        --trace) values='debug debug2 debug3' ;;
-        --type) values='int8 int16 int32 int64 uint8 uint16 uint32 uint64 real32 real64' ;;
-        --attribute | --base | --center | --delimiters | --fill | --left | --right) return ;;
+    case $command:$previous in
+        *:--color) values='auto always never' ;;
+        *:--trace) values='debug debug2 debug3' ;;
+        'edit:-e' | 'edit:--expression') return ;;
+        'tokens:--delimiters') return ;;
+        'pad:--left') return ;;
+        'pad:--right') return ;;
+        'pad:--center') return ;;
+        'pad:--fill') return ;;
+        'number:--base') return ;;
+        'number:--type') values='int8 int16 int32 int64 uint8 uint16 uint32 uint64 real32 real64' ;;
+        'xml find:--attribute') return ;;
     esac
     if [ -n "$values" ]; then
         mapfile -t COMPREPLY < <(compgen -W "$values" -- "$current")
@@ -38,14 +51,18 @@ _zeb_text() {
     fi
 
     case $command in
-        edit | replace) options='--ignore-case --basic' ;;
-        match) options='--invert --numbers --only --groups --json --ignore-case --basic' ;;
-        wildcard) options='--win32 --re --basic' ;;
-        escape) options='--basic' ;;
-        tokens) options='--delimiters --json' ;;
-        pad) options='--left --right --center --fill' ;;
-        number) options='--base --type --json' ;;
-        unit | date | env | 'xml check') options='--json' ;;
+        'edit') options='-e --expression -i --in-place --backup --in-place-write --diff --dry-run -I --ignore-case --basic' ;;
+        'replace') options='-g --all --backup --in-place-write --diff --dry-run -I --ignore-case --basic' ;;
+        'match') options='--invert --numbers --only --groups --json -i --ignore-case --basic' ;;
+        'wildcard') options='--win32 --re --basic' ;;
+        'escape') options='--basic' ;;
+        'tokens') options='--delimiters --json' ;;
+        'pad') options='--left --right --center --fill' ;;
+        'number') options='--base --type --json' ;;
+        'unit') options='--json' ;;
+        'date') options='--json' ;;
+        'env') options='--json' ;;
+        'xml check') options='--json' ;;
         'xml find') options='--text --attribute --json' ;;
     esac
     if [[ $current == -* ]]; then

@@ -33,16 +33,21 @@ std::vector<std::string> commands() {
     return names;
 }
 
-/// All words of a text that begin with two hyphens and a letter.
+/// All words of a text that begin with a hyphen or two, and a letter.
 Names optionsIn(std::string const& text) {
     Names names;
-    for (std::size_t at = text.find("--"); at != std::string::npos; at = text.find("--", at + 2)) {
-        std::size_t end = at + 2;
+    for (std::size_t at = text.find('-'); at != std::string::npos; at = text.find('-', at + 1)) {
+        if (at > 0 &&
+            (std::isalnum(static_cast<unsigned char>(text[at - 1])) != 0 || text[at - 1] == '-')) {
+            continue;
+        }
+        std::size_t const begin = std::min(text.find_first_not_of('-', at), text.size());
+        std::size_t end = begin;
         while (end < text.size() &&
                (std::isalnum(static_cast<unsigned char>(text[end])) != 0 || text[end] == '-')) {
             ++end;
         }
-        if (end > at + 2) {
+        if (end > begin) {
             names.insert(text.substr(at, end - at));
         }
     }
@@ -55,8 +60,11 @@ Names optionsOf(std::string const& command) {
     std::istringstream lines(help.substr(help.find("\nOptions:\n")));
     Names names;
     for (std::string line; std::getline(lines, line);) {
-        if (line.rfind("  --", 0) == 0) {
-            names.insert(line.substr(2, line.find(' ', 2) - 2));
+        if (line.rfind("  -", 0) == 0) {
+            std::istringstream list(line.substr(2, line.find(' ', 2) - 2));
+            for (std::string name; std::getline(list, name, ',');) {
+                names.insert(name);
+            }
         }
     }
     return names;
@@ -152,7 +160,7 @@ std::vector<std::string> wordsOf(std::string const& text) {
 }
 
 TEST(BashCompletion, OffersEveryCommand) {
-    Names first{"--help", "--version"};
+    Names first{"help", "--help", "--version", "--completion"};
     Names second;
     for (std::string const& command : commands()) {
         std::vector<std::string> const words = wordsOf(command);
@@ -163,6 +171,8 @@ TEST(BashCompletion, OffersEveryCommand) {
     }
     EXPECT_EQ(offeredByBash({""}), first);
     EXPECT_EQ(offeredByBash({"xml", ""}), second);
+    EXPECT_EQ(offeredByBash({"help", "xml", ""}), second);
+    EXPECT_EQ(offeredByBash({"--completion", ""}), (Names{"bash", "zsh"}));
     EXPECT_EQ(offeredByBash({"un"}), (Names{"unit", "unquote"}));
 }
 
@@ -170,7 +180,7 @@ TEST(BashCompletion, OffersTheOptionsOfEachCommand) {
     for (std::string const& command : commands()) {
         SCOPED_TRACE(command);
         std::vector<std::string> words = wordsOf(command);
-        words.emplace_back("--");
+        words.emplace_back("-");
         EXPECT_EQ(offeredByBash(words), optionsOf(command));
     }
 }
@@ -191,34 +201,73 @@ TEST(BashCompletion, OffersFiles) {
               Names{ZEB_SOURCE_DIR "/README.md"});
 }
 
-/// What the function for zsh offers: the builtins that add to the list tell what they were given.
-Names offeredByZsh(std::string const& command, int current) {
+TEST(Completion, TheScriptsAreThoseOfThisProgram) {
+    EXPECT_EQ(zebText({"--completion", "bash"}), prints(fileContents("completions/zeb-text.bash")));
+    EXPECT_EQ(zebText({"--completion", "zsh"}), prints(fileContents("completions/_zeb-text")));
+    EXPECT_EQ(zebText({"--completion"}),
+              failsWith("--completion takes bash or zsh (see zeb-text --help)"));
+    EXPECT_EQ(zebText({"--completion", "fish"}).status, 2);
+}
+
+/// What the function for zsh offers: the functions that add to the list print what they were given.
+std::vector<std::string> givenByZsh(std::string const& command, int current) {
     ProcessResult const result = runProcess(
         {"zsh", "-f", "-c",
-         "compadd() { shift; print -l -- \"$@\"; }; _arguments() { print -l -- \"$@\"; }; "
+         "_describe() { print -rl -- $commands; }; _arguments() { print -rl -- \"$@\"; }; "
          "words=(zeb-text ${=1}); CURRENT=$2; . \"$0\"",
          ZEB_SOURCE_DIR "/completions/_zeb-text", command, std::to_string(current)});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
     std::istringstream lines(result.out);
-    Names names;
+    std::vector<std::string> given;
     for (std::string line; std::getline(lines, line);) {
-        names.insert(line.substr(0, line.find('=')));
+        given.push_back(line);
+    }
+    return given;
+}
+
+/// The names among it, which a description follows.
+Names offeredByZsh(std::string const& command, int current) {
+    Names names;
+    for (std::string line : givenByZsh(command, current)) {
+        if (line == "*:file:_files") {
+            continue;
+        }
+        // "(-a --all)-a[..." or "*-e+[..." or "command:..."
+        line.erase(0, line[0] == '(' ? line.find(')') + 1 : line[0] == '*' ? 1 : 0);
+        std::size_t const end = line.find_first_of("=+[:");
+        EXPECT_LT(end + 4, line.size()) << "no description: " << line;
+        names.insert(line.substr(0, end));
     }
     return names;
 }
 
-TEST(ZshCompletion, OffersCommandsAndTheirOptions) {
+TEST(ZshCompletion, OffersCommandsAndTheirOptionsWithDescriptions) {
     if (shell("command -v zsh").status != 0) {
         GTEST_SKIP() << "zsh is not installed";
     }
     EXPECT_EQ(offeredByZsh("", 2), offeredByBash({""}));
     EXPECT_EQ(offeredByZsh("xml", 3), offeredByBash({"xml", ""}));
+    EXPECT_EQ(offeredByZsh("help xml", 4), offeredByBash({"xml", ""}));
     for (std::string const& command : commands()) {
         SCOPED_TRACE(command);
-        Names expected = optionsOf(command);
-        expected.insert("*:file:_files");
-        EXPECT_EQ(offeredByZsh(command, static_cast<int>(wordsOf(command).size()) + 2), expected);
+        EXPECT_EQ(offeredByZsh(command, static_cast<int>(wordsOf(command).size()) + 2),
+                  optionsOf(command));
+    }
+}
+
+// What is in brackets, and a colon, must not end the description.
+TEST(ZshCompletion, IsUnderstoodByZsh) {
+    if (shell("command -v zsh").status != 0) {
+        GTEST_SKIP() << "zsh is not installed";
+    }
+    EXPECT_EQ(shell("zsh -f -n \"$1\"", ZEB_SOURCE_DIR "/completions/_zeb-text"), prints(""));
+    for (std::string const& line : givenByZsh("match", 3)) {
+        SCOPED_TRACE(line);
+        for (std::size_t at = line.find('['); at < line.size() && line[at] != ']'; ++at) {
+            at += line[at] == '\\' ? 1 : 0;
+            EXPECT_TRUE(line[at] != ':' || line[at - 1] == '\\');
+        }
     }
 }
 
