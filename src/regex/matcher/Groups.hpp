@@ -1,0 +1,66 @@
+#pragma once
+
+#include <regex.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "Automaton.hpp"
+#include "Positions.hpp"
+
+/// @file
+/// The groups of a match whose span is known.
+///
+/// It serves unambiguous patterns: those in which each match can come about in one way only, so
+/// that no order of preference matters. A pattern is unambiguous when in each state of the
+/// automaton, a position that can come next has one predecessor at most, and so has the end of the
+/// match. (If there were two ways, look where they last differ: both positions are in the state,
+/// and have the same successor. The reverse is true as well, since each position can be reached and
+/// left.)
+///
+/// So the way is found from its end, along the states that the automaton noted: `([a-z]+)=([0-9]*)`
+/// on "ab=7" ends in the state {4}, whose only position 4 took the 7; before it stood {3}, the =,
+/// before that {2} twice. What starts and ends at each step is noted at the edges; of a group that
+/// is repeated, the last time counts, which is met first. A stretch of the text in which neither
+/// the state nor the position changes is passed over in one step.
+///
+/// Cost: the number of changes of state; memory for states times positions, at most MAX_CELLS.
+
+namespace ZEBNS2 {
+
+class Groups {
+public:
+    static constexpr std::size_t MAX_CELLS = 65536;
+
+    /// @return nothing when the pattern is ambiguous or the bounds do not suffice
+    /// @throws std::bad_alloc
+    static std::optional<Groups> of(Positions const& positions, Automaton const& automaton);
+
+    /// Writes the groups of a match.
+    /// @param trail of its states; it must be complete
+    /// @param end where the match ends
+    /// @param slots from the whole match on; the first is left alone; those that no group fills may
+    ///   be left alone from the second of them on
+    void find(Automaton const& automaton, Trail& trail, std::size_t end, regmatch_t* slots,
+              std::size_t slotCount) const noexcept;
+
+private:
+    Groups() = default;
+
+    using Cell = std::uint16_t;  ///< index of an edge
+
+    /// The edge to a position, from the one of a state's positions that it can follow.
+    Positions::Edge const& edgeTo(Positions::Index target, std::size_t state) const noexcept {
+        return edges_[cells_[state * positionCount_ + target]];
+    }
+
+    std::vector<Positions::Edge> edges_;
+    std::vector<Positions::Tag> tags_;
+    std::vector<Cell> cells_;
+    std::size_t positionCount_ = 0;
+    std::size_t groupCount_ = 0;
+};
+
+}  // namespace ZEBNS2

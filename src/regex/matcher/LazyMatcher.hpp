@@ -1,0 +1,62 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "LibcAtoms.hpp"
+#include "Matcher.hpp"
+
+/// @file
+/// A matcher that is made when it pays.
+
+namespace ZEBNS2 {
+
+/// Making a matcher takes libc's time for a few hundred lines, so an expression that is used once
+/// has none. It is made by the search that brings the subjects searched so far to WORTHWHILE bytes;
+/// searches of other threads go on meanwhile as before. Where memory is exhausted, it is tried
+/// again after as many bytes.
+/// @par Thread safety any number of threads may ask at once; none waits.
+class LazyMatcher {
+public:
+    /// Bytes of subjects after which a matcher is made. Each search counts SEARCH more.
+    static constexpr std::int32_t WORTHWHILE = 2048;
+    static constexpr std::int32_t SEARCH = 64;
+
+    /// @param pattern bytes up to its NUL, which regcomp has accepted in the current locale
+    /// @param flags flags of regcomp
+    /// @throws std::bad_alloc
+    LazyMatcher(std::string_view pattern, int flags)
+        : pattern_(pattern), flags_(flags), closed_(!isOn()) {}
+    LazyMatcher(LazyMatcher const&) = delete;
+    LazyMatcher& operator=(LazyMatcher const&) = delete;
+    ~LazyMatcher();
+
+    /// The matcher, null while there is none.
+    /// @param length of the subject that is to be searched
+    Matcher const* get(std::size_t length) const noexcept {
+        Matcher const* const matcher = matcher_.load(std::memory_order_acquire);
+        return matcher != nullptr || closed_.load(std::memory_order_relaxed) ? matcher
+                                                                             : count(length);
+    }
+
+    /// For tests: whether expressions made from now on have matchers.
+    static void turnOn(bool on) noexcept;
+
+private:
+    static bool isOn() noexcept;
+    Matcher const* count(std::size_t length) const noexcept;
+    Matcher const* make() const noexcept;
+
+    std::string pattern_;
+    int flags_;
+    LocaleMark locale_ = LocaleMark::current();
+    mutable std::atomic<Matcher const*> matcher_{nullptr};
+    mutable std::atomic<std::int32_t> credit_{
+        WORTHWHILE};                    ///< it may count some searches of several threads as one
+    mutable std::atomic<bool> closed_;  ///< one is being made, or there is none for this pattern
+};
+
+}  // namespace ZEBNS2
