@@ -16,15 +16,8 @@ namespace zeb::xmltoolkit {
 /// fit, its name; for a reference in a value of an attribute, the tag; for anything in the text of
 /// an entity, the reference to that. The locale has no influence; cost and NUL bytes are as of
 /// `foundation::Exception`.
-/// ```cpp
-/// try {
-///     static_cast<void>(XMLParserDOM::parse("<a>\n<b></a>"));
-/// } catch (DOMException const& exception) {
-///     exception.what() == "line 2, column 6: mismatched tag"
-///     exception.getTextLine() == 2 && exception.getTextColumn() == 6
-///     exception.getReason() == "mismatched tag"
-/// }
-/// ```
+/// Of `XMLParserDOM::parse("<a>\n<b></a>")`, `what()` is "line 2, column 6: mismatched tag",
+/// `getTextLine()` 2, `getTextColumn()` 6 and `getReason()` "mismatched tag".
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT DOMException : public foundation::Exception {
 public:
