@@ -275,8 +275,9 @@ public:
 
     // ---------------------------------------------------------------- not API
 
+    class Search;  ///< of the library itself
+
 private:
-    friend class GroupSearch;
     class Compiled;
 
     String pattern_;

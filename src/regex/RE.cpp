@@ -1,6 +1,6 @@
 #include "RE.hpp"
 
-#include "CompileExpression.hpp"
+#include "CompiledExpression.hpp"
 
 #include <zeb/foundation/StringBuffer.hpp>
 

@@ -7,7 +7,7 @@
 #include <functional>
 #include <vector>
 
-#include "../foundation/TemporaryDirectory.hpp"
+#include "TemporaryDirectory.hpp"
 
 /// @file
 /// One use, at least, of each public function: what tests of faults, and of what calls leave behind

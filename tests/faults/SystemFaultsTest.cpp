@@ -34,8 +34,8 @@
 #include <zeb/foundation/FileSystem.hpp>
 #include <zeb/foundation/Logger.hpp>
 
-#include "../foundation/TemporaryDirectory.hpp"
 #include "Sanitized.hpp"
+#include "TemporaryDirectory.hpp"
 
 namespace {
 

@@ -179,7 +179,7 @@ TEST_F(LibcCalls, AllMatchesAsksOnceForAllSlots) {
 }
 
 TEST_F(LibcCalls, OtherMembersAskForOneSlot) {
-    RegularExpression const expression("(a)", 0);
+    RegularExpression const expression("([a])", 0);
     StringArray const lines{"a", "b"};
     EXPECT_TRUE(expression.matches("a"));
     EXPECT_EQ(expression.matching_substring("a"), "a");
@@ -226,7 +226,7 @@ TEST_F(LibcCalls, DeletionTestsEachLineOnce) {
     compiled.clear();
 }
 
-TEST_F(LibcCalls, SubjectWithoutTheRequiredTextIsNotSearched) {
+TEST_F(LibcCalls, SubjectWithoutTheRequiredLiteralIsNotSearched) {
     RegularExpression const expression("x=[0-9]+", 0);
     forget();
     EXPECT_FALSE(expression.matches("y=1"));

@@ -1,13 +1,16 @@
-// The private parts that the sed engine stands on, compiled into this program.
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <string_view>
 #include <thread>
 #include <type_traits>
 #include <vector>
 
-#include "regex/OrventoCommonRegex.cpp"
+#include "regex/GroupSearch.hpp"
+#include "regex/Lines.hpp"
+#include "regex/SedCommand.hpp"
+#include "regex/SedOperations.hpp"
 
 namespace ZEBNS2 {
 namespace {
@@ -123,8 +126,11 @@ TEST(SedLazyGlobalsConcurrent, AreBuiltOnceByThreadsAtOnce) {
             while (!go) {
                 std::this_thread::yield();
             }
-            deleted[i] += realSed("x\ny", "/x/d", 0) == "y" ? 1 : 0;
-            deleted[i] += realSed("a\nb\nc", "/a/,/b/d", 0) == "c" ? 1 : 0;
+            SedOperationMode mode = SED_SEARCH;
+            String first;
+            String second;
+            deleted[i] += parseSedDelete("/x/d", mode, first, second) ? 1 : 0;
+            deleted[i] += parseSedDelete("/a/,/b/d", mode, first, second) ? 1 : 0;
             seen[i] = &SED_DELETE_EXPR.get();
         });
     }

@@ -1,5 +1,3 @@
-// What the sed commands do to lines: private functions, compiled into this program.
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -9,35 +7,7 @@
 #include <vector>
 
 #include "LogCapture.hpp"
-#include "OrventoCommonRegex.hpp"
-
-// All headers of the unit come first, so that only its own text sees the other name.
-#include <zeb/foundation/Format.hpp>
-#include <zeb/foundation/LazyGlobal.hpp>
-#include <zeb/foundation/Logger.hpp>
-
-namespace zeb::foundation {
-
-/// A format that counts how many texts are formatted.
-class CountingFormat : public Format {
-public:
-    static inline int formatted = 0;
-
-    template <typename... Arguments>
-    explicit CountingFormat(std::string_view text, Arguments const&... arguments)
-        : Format(text, arguments...) {
-        ++formatted;
-    }
-
-protected:
-    CountingFormat() = default;
-};
-
-}  // namespace zeb::foundation
-
-#define Format CountingFormat
-#include "regex/OrventoCommonRegex.cpp"
-#undef Format
+#include "regex/SedOperations.hpp"
 
 namespace ZEBNS2 {
 namespace {
@@ -45,7 +15,6 @@ namespace {
 using namespace std::string_view_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using zeb::foundation::CountingFormat;
 using zeb::test::LogCapture;
 
 std::string debug3(std::string const& text) { return "DEBUG3 zeb.common.regex: regex: " + text; }
@@ -346,26 +315,6 @@ void useAll() {
     static_cast<void>(realSed("a\nb\na", "/a/d", 0));
     static_cast<void>(realSed("a\nb\na", "/a/,/b/d", 0));
     static_cast<void>(realSed("a\nb\na", "unknown", 0));
-}
-
-TEST(SedLogging, NothingIsFormattedWhenItIsOff) {
-    useAll();  // builds the expressions for commands
-    CountingFormat::formatted = 0;
-    useAll();
-    EXPECT_EQ(CountingFormat::formatted, 0);
-    {
-        LogCapture const log;
-        useAll();
-        EXPECT_EQ(CountingFormat::formatted, static_cast<int>(log.messages().size()));
-        EXPECT_GT(CountingFormat::formatted, 50);
-    }
-    CountingFormat::formatted = 0;
-    {
-        LogCapture const log(zeb::foundation::Logger::DEBUG_LEVEL);
-        useAll();
-        EXPECT_EQ(CountingFormat::formatted, static_cast<int>(log.messages().size()))
-            << "only what the level lets through";
-    }
 }
 
 TEST(SedLogging, LevelAdmitsItsCategoryAndThoseBelow) {

@@ -1,5 +1,3 @@
-// How a sed command is taken apart: private functions, compiled into this program.
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -7,7 +5,7 @@
 #include <vector>
 
 #include "LogCapture.hpp"
-#include "regex/OrventoCommonRegex.cpp"
+#include "regex/SedCommand.hpp"
 
 namespace ZEBNS2 {
 namespace {

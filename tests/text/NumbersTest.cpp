@@ -17,9 +17,9 @@
 #include <system_error>
 #include <type_traits>
 
-#include "../foundation/TemporaryDirectory.hpp"
 #include "Random.hpp"
 #include "RunProcess.hpp"
+#include "TemporaryDirectory.hpp"
 
 namespace {
 

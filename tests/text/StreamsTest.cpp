@@ -18,8 +18,8 @@
 #include <utility>
 #include <vector>
 
-#include "../foundation/TemporaryDirectory.hpp"
 #include "LogCapture.hpp"
+#include "TemporaryDirectory.hpp"
 
 namespace {
 

@@ -1,5 +1,4 @@
-// The unit under test, with what it keeps in its unnamed namespace.
-#include "OrventoXMLOperations.cpp"
+#include <zeb/xmltoolkit/XMLParserDOM.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,6 +9,7 @@
 
 #include "LogCapture.hpp"
 #include "Random.hpp"
+#include "xml/XMLQuery.hpp"
 
 namespace ZEBNS2 {
 
@@ -19,6 +19,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using zeb::test::LogCapture;
 using zeb::test::Random;
+using zeb::xmltoolkit::XMLParserDOM;
 
 std::string rendered(XMLQueryEntry const& entry) {
     std::ostringstream stream;

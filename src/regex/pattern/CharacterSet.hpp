@@ -20,17 +20,16 @@ class CharacterSet {
 public:
     static CharacterSet all() noexcept {
         CharacterSet set;
-        set.ascii_[0] = set.ascii_[1] = ~std::uint64_t{0};
-        set.others_ = true;
+        set.bits_[0] = set.bits_[1] = ~std::uint64_t{0};
         return set;
     }
 
     /// All but the characters of ASCII in `bytes`, of letters those of the very case.
     static CharacterSet without(std::bitset<128> const& bytes) noexcept {
         CharacterSet set = all();
-        for (std::size_t byte = 0; byte < bytes.size(); ++byte) {
+        for (std::size_t byte = 1; byte < bytes.size(); ++byte) {
             if (bytes[byte]) {
-                set.ascii_[byte / 64] &= ~(std::uint64_t{1} << byte % 64);
+                set.bits_[byte / 64] &= ~(std::uint64_t{1} << byte % 64);
             }
         }
         return set;
@@ -39,7 +38,7 @@ public:
     /// @param byte of ASCII, or one of another character
     void add(unsigned char byte) noexcept {
         if (byte >= 128) {
-            others_ = true;
+            set(OTHERS);
             return;
         }
         set(byte);
@@ -47,29 +46,31 @@ public:
         if (lower >= 'a' && lower <= 'z') {
             set(lower);
             set(static_cast<unsigned char>(lower ^ 0x20));
-            others_ = others_ || lower == 'i' || lower == 'k' || lower == 's';
+            if (lower == 'i' || lower == 'k' || lower == 's') {
+                set(OTHERS);
+            }
         }
     }
 
-    bool empty() const noexcept { return (ascii_[0] | ascii_[1]) == 0 && !others_; }
+    bool empty() const noexcept { return (bits_[0] | bits_[1]) == 0; }
 
     bool meets(CharacterSet const& other) const noexcept {
-        return ((ascii_[0] & other.ascii_[0]) | (ascii_[1] & other.ascii_[1])) != 0 ||
-               (others_ && other.others_);
+        return ((bits_[0] & other.bits_[0]) | (bits_[1] & other.bits_[1])) != 0;
     }
 
     friend CharacterSet operator|(CharacterSet a, CharacterSet const& b) noexcept {
-        a.ascii_[0] |= b.ascii_[0];
-        a.ascii_[1] |= b.ascii_[1];
-        a.others_ = a.others_ || b.others_;
+        a.bits_[0] |= b.bits_[0];
+        a.bits_[1] |= b.bits_[1];
         return a;
     }
 
 private:
-    void set(unsigned char byte) noexcept { ascii_[byte / 64] |= std::uint64_t{1} << byte % 64; }
+    /// The bit of NUL, which is in no pattern and in no subject, is that of all others.
+    static constexpr unsigned char OTHERS = 0;
 
-    std::uint64_t ascii_[2] = {};
-    bool others_ = false;
+    void set(unsigned char byte) noexcept { bits_[byte / 64] |= std::uint64_t{1} << byte % 64; }
+
+    std::uint64_t bits_[2] = {};
 };
 
 /// What a bracket lists.
@@ -122,7 +123,11 @@ public:
     /// What may be any character.
     void addUnknown() noexcept { most_ = CharacterSet::all(); }
 
+    /// Empty unless somebody asks.
     CharacterSet characters(bool negated) const noexcept {
+        if (!wanted_) {
+            return {};
+        }
         return negated ? CharacterSet::without(least_) : most_;
     }
 

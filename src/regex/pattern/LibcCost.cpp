@@ -75,7 +75,7 @@ Fragment LibcCost::bracket(std::string_view /*text*/, Members const& members) no
 
 Fragment LibcCost::classEscape(char letter) noexcept {
     bool const word = letter == 'w' || letter == 'W';
-    ListedCharacters listed(wantsMembers_);
+    ListedCharacters listed(mayRefer_);
     listed.addClass(word ? "alnum" : "space");
     if (word) {
         listed.addRange('_', '_');
@@ -129,7 +129,7 @@ LibcCost::Group LibcCost::openGroup(Group const& outer, Fragment const& before,
 /// lower_subexp puts a node at each end of a group.
 Fragment LibcCost::closeGroup(Group const& group, Fragment const& inner) noexcept {
     Fragment part = sequence(sequence(epsilonNode(), inner), epsilonNode());
-    if (group.number <= MAX_REFERENCED) {
+    if (mayRefer_ && group.number <= MAX_REFERENCED) {
         std::uint32_t const bit = 1U << group.number;
         part.groups |= bit;
         bool const variablePlace =
@@ -145,22 +145,34 @@ Fragment LibcCost::closeGroup(Group const& group, Fragment const& inner) noexcep
 // ---- sequences and choices: parse_branch, parse_reg_exp; calc_eclosure
 
 Fragment LibcCost::sequence(Fragment const& a, Fragment const& b) noexcept {
+    // Nothing comes before the first item of a branch.
+    return a.nodes == 0 ? first(b) : joined(a, b);
+}
+
+/// What a sequence of nothing and `a` adds up to.
+Fragment LibcCost::first(Fragment const& a) noexcept {
+    checkBackReferences(a);
+    Fragment part = a;
+    part.isBackReference = false;
+    return part;
+}
+
+Fragment LibcCost::joined(Fragment const& a, Fragment const& b) noexcept {
     Fragment part;
     part.nodes = a.nodes + b.nodes;
     part.multibyteNodes = a.multibyteNodes + b.multibyteNodes;
     part.backReferences = a.backReferences + b.backReferences;
     part.variableBackReferences = a.variableBackReferences + b.variableBackReferences;
-    if (part.backReferences > LibcLimits::MAX_BACK_REFERENCES ||
-        part.variableBackReferences > LibcLimits::MAX_VARIABLE_BACK_REFERENCES) {
-        refuse(PatternHazard::BACK_REFERENCES);
-    }
+    checkBackReferences(part);
     part.hasBackReferenceStar = a.hasBackReferenceStar || b.hasBackReferenceStar;
     part.needsBackReference = a.needsBackReference || b.needsBackReference;
-    part.length = a.length + b.length;
-    part.alphabet = a.alphabet | b.alphabet;
-    part.endUncertainty = uncertaintyAfter(a.endUncertainty, b);
-    part.groups = a.groups | b.groups;
-    part.referencedGroups = a.referencedGroups | b.referencedGroups;
+    if (mayRefer_) {
+        part.length = a.length + b.length;
+        part.alphabet = a.alphabet | b.alphabet;
+        part.endUncertainty = uncertaintyAfter(a.endUncertainty, b);
+        part.groups = a.groups | b.groups;
+        part.referencedGroups = a.referencedGroups | b.referencedGroups;
+    }
     part.entryClosure = inClosures(a.entryClosure + product(a.emptyPaths, b.entryClosure));
     part.emptyPaths = inClosures(product(a.emptyPaths, b.emptyPaths));
     part.exitPaths = inClosures(b.exitPaths + product(a.exitPaths, b.emptyPaths));
@@ -184,6 +196,13 @@ Fragment LibcCost::sequence(Fragment const& a, Fragment const& b) noexcept {
     return part;
 }
 
+void LibcCost::checkBackReferences(Fragment const& part) noexcept {
+    if (part.backReferences > LibcLimits::MAX_BACK_REFERENCES ||
+        part.variableBackReferences > LibcLimits::MAX_VARIABLE_BACK_REFERENCES) {
+        refuse(PatternHazard::BACK_REFERENCES);
+    }
+}
+
 /// `a|b`, or `a?` when b is nothing: one OP_ALT node.
 Fragment LibcCost::choice(Fragment const& a, Fragment const& b) noexcept {
     addNodes(1);
@@ -194,13 +213,15 @@ Fragment LibcCost::choice(Fragment const& a, Fragment const& b) noexcept {
     part.variableBackReferences = a.variableBackReferences + b.variableBackReferences;
     part.hasBackReferenceStar = a.hasBackReferenceStar || b.hasBackReferenceStar;
     part.needsBackReference = a.needsBackReference && b.needsBackReference;
-    part.length = a.length;
-    part.alphabet = a.alphabet | b.alphabet;
-    if (!a.endUncertainty.empty() || !b.endUncertainty.empty() || a.length != b.length) {
-        part.endUncertainty = part.alphabet;
+    if (mayRefer_) {
+        part.length = a.length;
+        part.alphabet = a.alphabet | b.alphabet;
+        if (!a.endUncertainty.empty() || !b.endUncertainty.empty() || a.length != b.length) {
+            part.endUncertainty = part.alphabet;
+        }
+        part.groups = a.groups | b.groups;
+        part.referencedGroups = a.referencedGroups | b.referencedGroups;
     }
-    part.groups = a.groups | b.groups;
-    part.referencedGroups = a.referencedGroups | b.referencedGroups;
     part.entryClosure = inClosures(std::uint64_t{1} + a.entryClosure + b.entryClosure);
     part.emptyPaths = inClosures(std::uint64_t{a.emptyPaths} + b.emptyPaths);
     part.exitPaths = inClosures(std::uint64_t{a.exitPaths} + b.exitPaths + part.emptyPaths);
@@ -409,7 +430,7 @@ PatternHazard patternHazard(char const* pattern, PatternSyntax syntax, bool* rec
         return PatternHazard::LENGTH;
     }
     std::string_view const text(pattern, length);
-    LibcCost cost(mayHoldBackReference(text));
+    LibcCost cost(/*mayRefer=*/mayHoldBackReference(text));
     Fragment whole;
     if (PatternReader<LibcCost>(text, syntax, cost).read(whole) == PatternEnd::COMPLETE) {
         cost.finish(whole);

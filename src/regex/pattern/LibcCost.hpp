@@ -116,9 +116,9 @@ public:
         bool multibyte_;
     };
 
-    /// @param wantsMembers whether anything depends on what brackets list: not in a pattern without
-    ///   back-references
-    explicit LibcCost(bool wantsMembers) noexcept : wantsMembers_(wantsMembers) {}
+    /// @param mayRefer whether there may be back-references; without them nothing depends on which
+    ///   characters a fragment takes and how many, and these sums are left out
+    explicit LibcCost(bool mayRefer) noexcept : mayRefer_(mayRefer) {}
 
     /// The first limit that was exceeded. From then on the sums are of no use.
     PatternHazard hazard() const noexcept { return hazard_; }
@@ -129,7 +129,7 @@ public:
     bool stopped() const noexcept { return hazard_ != PatternHazard::NONE; }
     Fragment character(std::string_view bytes, bool escaped) noexcept;
     Fragment period() noexcept;
-    Members openBracket(bool negated) const noexcept { return {negated, wantsMembers_}; }
+    Members openBracket(bool negated) const noexcept { return {negated, mayRefer_}; }
     Fragment bracket(std::string_view text, Members const& members) noexcept;
     Fragment classEscape(char letter) noexcept;
     Fragment anchor(PatternAnchor kind) noexcept;
@@ -151,10 +151,13 @@ private:
     Fragment characterNode(CharacterSet const& characters, std::uint32_t bytes = 1) noexcept;
     Fragment bracketNodes(CharacterSet const& characters, bool multibyte) noexcept;
     Fragment epsilonNode() noexcept;
+    Fragment first(Fragment const& a) noexcept;
+    Fragment joined(Fragment const& a, Fragment const& b) noexcept;
     Fragment anchorNode() noexcept;
     Fragment copy(Fragment const& a) noexcept;
     Fragment expanded(Fragment const& a, int least, int most) noexcept;
     Fragment star(Fragment const& a) noexcept;
+    void checkBackReferences(Fragment const& part) noexcept;
     void checkStarOverBackReferences(Fragment const& body) noexcept;
     void checkNullableStar(Fragment const& body) noexcept;
     void addNodes(std::uint32_t nodes) noexcept;
@@ -165,7 +168,7 @@ private:
     std::uint32_t inAnchorClosures(std::uint64_t value) noexcept;
     std::uint32_t inDepth(std::uint32_t value) noexcept;
 
-    bool wantsMembers_;
+    bool mayRefer_;
     PatternHazard hazard_ = PatternHazard::NONE;
     std::uint32_t nodes_ = 0;  ///< all that libc makes; it keeps those of `a{0}` too
     std::uint32_t nullableStars_ = 0;

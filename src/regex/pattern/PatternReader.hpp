@@ -158,7 +158,8 @@ private:
 
     /// Operators in extended syntax, and after a backslash in basic syntax.
     static bool isOperator(char byte) noexcept {
-        return std::string_view("()|+?{").find(byte) != std::string_view::npos;
+        return byte == '(' || byte == ')' || byte == '|' || byte == '+' || byte == '?' ||
+               byte == '{';
     }
 
     bool atEnd() const noexcept { return at_ == pattern_.size(); }

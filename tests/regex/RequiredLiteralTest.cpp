@@ -1,4 +1,4 @@
-#include <OrventoCommonRegex.hpp>
+#include "regex/pattern/RequiredLiteral.hpp"
 
 #include <gtest/gtest.h>
 #include <regex.h>
@@ -11,11 +11,11 @@
 #include <utility>
 #include <vector>
 
-#include "../foundation/TemporaryDirectory.hpp"
+#include "OrventoCommonRegex.hpp"
 #include "Random.hpp"
 #include "RunProcess.hpp"
+#include "TemporaryDirectory.hpp"
 #include "WithLocale.hpp"
-#include "regex/RequiredText.hpp"
 
 namespace {
 
@@ -23,25 +23,27 @@ using zeb::test::Random;
 using zeb::test::WithLocale;
 using ZEBNS2::Array;
 using ZEBNS2::OffsetPair;
+using ZEBNS2::PatternSyntax;
 using ZEBNS2::RegularExpression;
 using ZEBNS2::RegularExpressionException;
-using ZEBNS2::RequiredText;
+using ZEBNS2::RequiredLiteral;
 using ZEBNS2::String;
 
 struct Row {
     std::string_view pattern;
     std::string_view text;
     bool isWhole = false;
+    PatternSyntax syntax = PatternSyntax::EXTENDED;
 
     friend std::ostream& operator<<(std::ostream& out, Row const& row) {
         return out << row.pattern;
     }
 };
 
-class RequiredTextOf : public testing::TestWithParam<Row> {};
+class RequiredLiteralOf : public testing::TestWithParam<Row> {};
 
-TEST_P(RequiredTextOf, Pattern) {
-    RequiredText const required(GetParam().pattern);
+TEST_P(RequiredLiteralOf, Pattern) {
+    RequiredLiteral const required(GetParam().pattern, GetParam().syntax);
     EXPECT_EQ(required.text(), GetParam().text);
     EXPECT_EQ(required.isWhole(), GetParam().isWhole);
 }
@@ -58,54 +60,85 @@ constexpr Row LITERALS[] = {
     {"a\xC3\xA9xyz", "xyz"},
     {"\xC3\xA9", ""},
 };
-INSTANTIATE_TEST_SUITE_P(Literals, RequiredTextOf, testing::ValuesIn(LITERALS));
+INSTANTIATE_TEST_SUITE_P(Literals, RequiredLiteralOf, testing::ValuesIn(LITERALS));
 
 constexpr Row OPERATORS[] = {
     {"^#", "#"},
     {"end$", "end"},
-    {"ab{0\\,}", ""},     // libc takes an escaped comma in braces for a comma
-    {"ab{\\0,1}cd", ""},  // and an escaped zero for a zero
     {"a.bc.d", "bc"},
     {"zebra[0-9]+", "zebra"},
     {"[A-Z]+_[0-9]+", "_"},
     {"([a-z]+)=([0-9]+)", "="},
-    {"()", ""},
-    {"(quiet)", ""},
-    {"(a|b)c", "c"},
     {"a|b", ""},
     {"abc|", ""},
-    {"abc)", ""},
+    {"abc)", "abc)", true},
     {"\\w+ab\\b", "ab"},
     {"(x)\\1ab", "ab"},
-    {"\\<ab\\>", "ab"},
-    {"ab\\", "ab"},  // libc refuses it
+    {"\\<ab\\> cd", "ab cd"},  // an anchor takes nothing
+    {"a\\-b", "a-b", true},
+    {"ab\\", ""},  // libc refuses it, as it does these
     {"(ab", ""},
     {"[ab", ""},
-    {"ab[", "ab"},
-    {"ab[[", "ab"},
+    {"ab[", ""},
 };
-INSTANTIATE_TEST_SUITE_P(Operators, RequiredTextOf, testing::ValuesIn(OPERATORS));
+INSTANTIATE_TEST_SUITE_P(Operators, RequiredLiteralOf, testing::ValuesIn(OPERATORS));
 
 constexpr Row REPEATS[] = {
-    {"ab*c", "a"},  {"abc?de", "ab"},   {"ab+cd", "ab"},       {"ab+*cd", "cd"},
-    {"ab++", "a"},  {"xab{2}c", "xa"},  {"ab{0,1}cde", "cde"}, {"ab{", ""},
-    {"a{2", ""},    {"(abc)*de", "de"}, {"[abc]{3}de", "de"},  {".*ab", "ab"},
-    {"^*ab", "ab"}, {"a{x|y}b", ""},  // no interval; libc refuses it
+    {"ab*c", "a"},         {"abc?de", "ab"},      {"ab+cd", "bcd"},  // the last of the b
+    {"ab+", "ab"},         {"ab+*cd", "cd"},      {"ab++c", "ab"},
+    {"xab{2}c", "xab"},    {"xa{2}b{1}c", "abc"}, {"ab{0,1}cde", "cde"},
+    {"ab{0}c", "a"},       {"ab{0\\,}", "a"},  // libc takes an escaped comma in braces for a comma
+    {"ab{\\0,1}cd", "cd"},                     // and an escaped zero for a zero
+    {"ab{", ""},           {"(abc)*de", "de"},    {"[abc]{3}de", "de"},
+    {".*ab", "ab"},        {"a{x|y}b", ""},  // no interval; libc refuses it
 };
-INSTANTIATE_TEST_SUITE_P(Repeats, RequiredTextOf, testing::ValuesIn(REPEATS));
+INSTANTIATE_TEST_SUITE_P(Repeats, RequiredLiteralOf, testing::ValuesIn(REPEATS));
+
+constexpr Row GROUPS[] = {
+    {"()", ""},
+    {"(quiet)", "quiet"},
+    {"a(b)c", "abc"},
+    {"a(b.*c)d", "ab"},
+    {"a(.*bc)d", "bcd"},
+    {"((ab)(ef))cd", "abefcd"},
+    {"(a|b)c", "c"},
+    {"x(a|b)cd", "cd"},
+    {"x(ab|cd)", "x"},
+    {"(abc)+d", "abcd"},
+    {"x(ab)+", "xab"},
+    {"x(ab){2,}y", "xab"},
+    {"(ab)?c", "c"},
+    {"(x|(abc))d", "d"},
+    {"(a|bcd)e(.)fg", "fg"},
+    {"([)]ab)cd", "abcd"},
+    {"(\\(ab)cd", "(abcd"},
+};
+INSTANTIATE_TEST_SUITE_P(Groups, RequiredLiteralOf, testing::ValuesIn(GROUPS));
 
 constexpr Row BRACKETS[] = {
     {"[]ab]cd", "cd"},     {"[^]ab]cd", "cd"},    {"[[:alpha:]ab]cd", "cd"},
     {"[[.].]ab]cd", "cd"}, {"[[=]=]ab]cd", "cd"}, {"[a[]cd", "cd"},
-    {"[[]cd", "cd"},       {"[\\]cd", "cd"},  // the backslash is a member
-    {"[[:ab]cd", ""},                         // libc refuses it
-    {"([)]ab)cd", "cd"},   {"(\\(ab)cd", "cd"},   {"((ab)(ef))cd", "cd"},
-    {"[|]cd", "cd"},
+    {"[[]cd", "cd"},       {"[|]cd", "cd"},       {"[\\]cd", "cd"},  // the backslash is a member
+    {"[[:ab]cd", ""},                                                // libc refuses it
 };
-INSTANTIATE_TEST_SUITE_P(Brackets, RequiredTextOf, testing::ValuesIn(BRACKETS));
+INSTANTIATE_TEST_SUITE_P(Brackets, RequiredLiteralOf, testing::ValuesIn(BRACKETS));
 
-TEST(RequiredText, FindsTheFirstOccurrence) {
-    RequiredText const required("an e");
+constexpr PatternSyntax BASIC = PatternSyntax::BASIC;
+constexpr Row BASIC_SYNTAX[] = {
+    {"a+b?(c){1}|d", "a+b?(c){1}|d", true, BASIC},
+    {"a\\(b\\)c\\+", "abc", false, BASIC},
+    {"ab\\|cd", "", false, BASIC},
+    {"ab*cd", "cd", false, BASIC},
+    {"*ab", "*ab", true, BASIC},
+    {"a^b$c", "a^b$c", true, BASIC},
+    {"^ab$", "ab", false, BASIC},
+    {"ab\\{2\\}c", "ab", false, BASIC},
+    {"ab\\{", "", false, BASIC},
+};
+INSTANTIATE_TEST_SUITE_P(BasicSyntax, RequiredLiteralOf, testing::ValuesIn(BASIC_SYNTAX));
+
+TEST(RequiredLiteral, FindsTheFirstOccurrence) {
+    RequiredLiteral const required("an e", PatternSyntax::EXTENDED);
     EXPECT_EQ(required.find("an e"), 0u);
     EXPECT_EQ(required.find("an an e an e"), 3u);
     EXPECT_EQ(required.find("can e"), 1u);
@@ -115,7 +148,7 @@ TEST(RequiredText, FindsTheFirstOccurrence) {
     EXPECT_EQ(required.find(""), std::string_view::npos);
 }
 
-TEST(RequiredText, NothingIsRequiredWhereACharacterMayEndLikeAnother) {
+TEST(RequiredLiteral, NothingIsRequiredWhereACharacterMayEndLikeAnother) {
     zeb::test::TemporaryDirectory const directory;
     std::string const path(std::string_view(directory.path("ja_JP.SJIS")));
     try {
@@ -131,7 +164,7 @@ TEST(RequiredText, NothingIsRequiredWhereACharacterMayEndLikeAnother) {
             ::unsetenv("LOCPATH");
             GTEST_SKIP() << "the sources of the locale ja_JP are not installed";
         }
-        EXPECT_EQ(RequiredText("quiet").text(), "");
+        EXPECT_EQ(RequiredLiteral("quiet", PatternSyntax::EXTENDED).text(), "");
     }
     ::unsetenv("LOCPATH");
 }
@@ -153,15 +186,15 @@ std::vector<OffsetPair> plainMatches(regex_t const& compiled, std::string const&
     return ranges;
 }
 
-class RequiredTextIn : public testing::TestWithParam<char const*> {};
+class RequiredLiteralIn : public testing::TestWithParam<char const*> {};
 
 /// The pieces are put together blindly, so that operators stand where nobody would write them.
-TEST_P(RequiredTextIn, LocaleChangesNoMatch) {
+TEST_P(RequiredLiteralIn, LocaleChangesNoMatch) {
     constexpr std::string_view PIECES[] = {
-        "a",           "b",     "ab",   "c",   "aa",  ".",        "*",       "+",    "?",
-        "{2}",         "{0,1}", "{1,}", "(",   ")",   "[ab]",     "[^a]",    "[]a]", "|",
-        "[[:alpha:]]", "^",     "$",    "\\1", "\\.", "\\w",      "\\b",     "\\(",  "\\\\",
-        "{",           "}",     "]",    "\\<", "\\n", "\xC3\xA9", "[[=a=]b]"};
+        "a",     "b",    "ab",       "c",        "aa",   ".",    "*",    "+", "?",           "{2}",
+        "{0,1}", "{1,}", "(",        ")",        "[ab]", "[^a]", "[]a]", "|", "[[:alpha:]]", "^",
+        "$",     "\\1",  "\\.",      "\\w",      "\\b",  "\\(",  "\\\\", "{", "}",           "]",
+        "\\<",   "\\n",  "\xC3\xA9", "[[=a=]b]", "\\|",  "\\)",  "\\+"};
     constexpr std::string_view BYTES[] = {"a",    "b",    "c",  ".",  "(",  "{",
                                           "}",    "]",    "|",  " ",  "\n", "\xC3\xA9",
                                           "\xC3", "\xA9", "\\", "aa", "ab"};
@@ -177,15 +210,22 @@ TEST_P(RequiredTextIn, LocaleChangesNoMatch) {
         for (std::size_t i = random.between(1, 7); i > 0; --i) {
             pattern += random.pick(PIECES);
         }
+        bool const basic = random.oneIn(3);
+        bool const newline = random.oneIn(4);
         RegularExpression expression(nullptr, 0);
         try {
-            expression.replace(pattern, RegularExpression::EXTENDED_SYNTAX);
+            expression.replace(pattern, (basic ? RegularExpression::BASIC_SYNTAX : 0) |
+                                            (newline ? RegularExpression::NO_NEWLINE : 0));
         } catch (RegularExpressionException const&) {
             continue;
         }
         regex_t compiled;
-        ASSERT_EQ(::regcomp(&compiled, pattern.c_str(), REG_EXTENDED), 0) << pattern;
-        RequiredText const required(pattern);
+        ASSERT_EQ(::regcomp(&compiled, pattern.c_str(),
+                            (basic ? 0 : REG_EXTENDED) | (newline ? REG_NEWLINE : 0)),
+                  0)
+            << pattern;
+        RequiredLiteral const required(pattern,
+                                       basic ? PatternSyntax::BASIC : PatternSyntax::EXTENDED);
         for (int i = 0; i < 6; ++i, ++cases) {
             std::string subject;
             for (std::size_t j = random.below(9); j > 0; --j) {
@@ -204,6 +244,6 @@ TEST_P(RequiredTextIn, LocaleChangesNoMatch) {
     EXPECT_GT(decided, cases / 4) << "cases that libc was not asked about";
 }
 
-INSTANTIATE_TEST_SUITE_P(Locale, RequiredTextIn, testing::Values("C", "C.UTF-8"));
+INSTANTIATE_TEST_SUITE_P(Locale, RequiredLiteralIn, testing::Values("C", "C.UTF-8"));
 
 }  // namespace

@@ -40,7 +40,7 @@ void inThread(std::size_t stack, Work work) {
     ASSERT_EQ(::pthread_join(thread, nullptr), 0);
 }
 
-TEST(DeepSearch, AnswersDoNotDependOnTheLength) {
+TEST(OwnStackSearch, AnswersDoNotDependOnTheLength) {
     RegularExpression const run("(.)\\1+", 0);
     RegularExpression const words("([a-z]+)( \\1)+", 0);
     for (int const length : {2, 128, 255, 256, 257, 258, 1000, 3000}) {
@@ -53,14 +53,14 @@ TEST(DeepSearch, AnswersDoNotDependOnTheLength) {
     EXPECT_EQ(run.first_match(repeat("ab", 1000).c_str()), NONE);
 }
 
-TEST(DeepSearch, SmallStackOfTheCallerSuffices) {
+TEST(OwnStackSearch, SmallStackOfTheCallerSuffices) {
     inThread(256 * 1024, [] {
         std::string const text = std::string(3000, 'a') + "bcc\n" + std::string(256, 'd');
         EXPECT_EQ(ZEBNS2::realSed(text, "s/(.)\\1+/<\\1>/g", 0), "<a>b<c>\n<d>");
     });
 }
 
-TEST(DeepSearch, LocaleIsTheCallers) {
+TEST(OwnStackSearch, LocaleIsTheCallers) {
     inThread(256 * 1024, [] {
         locale_t const utf8 = ::newlocale(LC_ALL_MASK, "C.UTF-8", nullptr);
         ASSERT_NE(utf8, nullptr);
@@ -72,7 +72,7 @@ TEST(DeepSearch, LocaleIsTheCallers) {
     });
 }
 
-TEST(DeepSearch, NothingIsFoundWhereTheStackWouldBeTooLarge) {
+TEST(OwnStackSearch, NothingIsFoundWhereTheStackWouldBeTooLarge) {
     std::size_t const longest =
         (sizeof(void*) == 4 ? std::size_t{256} : std::size_t{1024}) * 1024 * 1024 / 512;
     RegularExpression const expression("(.)\\1+", 0);
@@ -96,14 +96,14 @@ TEST(DeepSearch, NothingIsFoundWhereTheStackWouldBeTooLarge) {
     std::exit(sound ? 0 : 1);  // which lets a coverage build write its counts
 }
 
-TEST(DeepSearch, NothingIsFoundWhereThereIsNoStack) {
+TEST(OwnStackSearch, NothingIsFoundWhereThereIsNoStack) {
     if (zeb::test::SANITIZED) {
         GTEST_SKIP() << "a sanitizer needs the addresses";
     }
     EXPECT_EXIT(exitWithoutAStack(), testing::ExitedWithCode(0), "");
 }
 
-TEST(DeepSearch, SignalsStayWithTheCaller) {
+TEST(OwnStackSearch, SignalsStayWithTheCaller) {
     // They come while the search stands on its own stack.
     static pthread_t handledBy;
     struct sigaction action{};

@@ -1,0 +1,233 @@
+#pragma once
+
+#include <string_view>
+
+#include "GroupSearch.hpp"
+#include "Lines.hpp"
+#include "SedCommand.hpp"
+
+/// @file
+/// What the sed commands do to the lines of a text. A part of Sed.cpp, as SedCommand.hpp is.
+
+namespace ZEBNS2 {
+namespace {
+
+/// A format filled from an array: `%0` is its first element. A placeholder without an element
+/// vanishes.
+class ArrayFormat : public Format {
+public:
+    ArrayFormat(String const& format, Array<String> const& arguments) {
+        std::string_view text = format;
+        std::size_t const highest = arguments.empty() ? 0 : arguments.size() - 1;
+        while (!text.empty()) {
+            std::size_t const index = process(text, 0, highest, CONSUME_PLACEHOLDER);
+            if (index < arguments.size()) {
+                put(arguments[index]);
+            }
+        }
+    }
+};
+
+/// An expression and what replaces its matches.
+class Replacer {
+public:
+    /// @param replacement template for ArrayFormat
+    Replacer(RegularExpression const& expression, String const& replacement)
+        : replacement_(replacement),
+          isLiteral_(replacement.indexOf('%') == String::npos),
+          search_(expression) {}
+
+    /// Whether there is a match in `subject`, which holds no NUL.
+    bool find(std::string_view subject) noexcept { return search_.find(subject); }
+
+    /// The match found last.
+    OffsetPair match() const noexcept { return search_.match(); }
+
+    String const& replacement() const noexcept { return replacement_; }
+
+    /// What replaces the match found last; `subject` is where it was found.
+    String text(std::string_view subject) const {
+        if (isLiteral_) {
+            return replacement_;
+        }
+        return ArrayFormat(replacement_, getAllSubstrings(subject, search_.groups()));
+    }
+
+private:
+    String const& replacement_;
+    bool isLiteral_;
+    /// With the groups even where the replacement uses none: some expressions, such as `(^a)+`,
+    /// match in libc's eyes until it is asked for their groups.
+    RegularExpression::Search search_;
+};
+
+/// Appends `text` with its first match replaced; when there is none, nothing.
+/// @return whether there is a match
+inline bool appendWithReplacement(StringBuffer& out, std::string_view text, Replacer& replacer) {
+    if (!replacer.find(upToNul(text))) {
+        return false;
+    }
+    auto const [start, end] = replacer.match();
+    out.append(text.substr(0, start));
+    out.append(replacer.text(text));
+    out.append(text.substr(end));
+    return true;
+}
+
+inline String doSedDelete(String const& text, String const& /*sedString*/,
+                          RegularExpression::CompilationOptions options, SedOperationMode /*mode*/,
+                          String const& expression) {
+    Logger const logger(COMPONENT);
+    ZEB_LOG_DEBUG3(logger, UNIT,
+                   Format("regex: Performing sed delete for all single lines matching \"%1\" in "
+                          "\"%2\"",
+                          expression, text));
+    RegularExpression const compiled(expression, options);
+    RegularExpression::Search search(compiled, 1);
+    LineWriter kept(text.length());
+    for (LineReader lines(text); lines.next();) {
+        if (search.find(upToNul(lines.line()))) {
+            ZEB_LOG_DEBUG3(
+                logger, UNIT,
+                Format("regex: Deleting line (%1) \"%2\"", lines.number(), lines.line()));
+        } else {
+            kept.addLine(lines.line());
+        }
+    }
+    return kept.releaseText();
+}
+
+inline String doSedDeleteRange(String const& text, String const& /*sedString*/,
+                               RegularExpression::CompilationOptions options,
+                               SedOperationMode /*mode*/, String const& startExpression,
+                               String const& endExpression) {
+    Logger const logger(COMPONENT);
+    ZEB_LOG_DEBUG3(logger, UNIT,
+                   Format("regex: Performing sed delete for all lines between \"%1\" and \"%2\" in "
+                          "\"%3\"",
+                          startExpression, endExpression, text));
+    RegularExpression const compiledStart(startExpression, options);
+    RegularExpression const compiledEnd(endExpression, options);
+    RegularExpression::Search start(compiledStart, 1);
+    RegularExpression::Search end(compiledEnd, 1);
+    LineWriter kept(text.length());
+    bool mayStart = true;
+    for (LineReader lines(text); lines.next();) {
+        if (!mayStart || !start.find(upToNul(lines.line()))) {
+            kept.addLine(lines.line());
+            continue;
+        }
+        LineReader ahead = lines;
+        bool ended = false;
+        while (!ended && ahead.next()) {
+            ended = end.find(upToNul(ahead.line()));
+        }
+        if (ended) {
+            ZEB_LOG_DEBUG3(logger, UNIT,
+                           Format("regex: Deleting between line %1 (%2) and line %3 (%4)",
+                                  lines.number(), lines.line(), ahead.number(), ahead.line()));
+            lines = ahead;
+        } else {
+            ZEB_LOG_DEBUG3(logger, UNIT,
+                           Format("regex: Start sequence matches line %1, but no end was found.",
+                                  lines.number()));
+            kept.addLine(lines.line());
+            mayStart = false;
+        }
+    }
+    return kept.releaseText();
+}
+
+/// Replaces the matches in the rest of a line behind its first match; each rest is searched as a
+/// line of its own.
+/// @param position end of the first match
+/// @param function whose messages these are
+/// @return where the trailing text begins
+inline std::size_t replaceFurtherMatches(StringBuffer& edited, std::string_view line,
+                                         std::size_t position, Replacer& replacer,
+                                         Logger const& logger, char const* function) {
+    std::size_t matchEnd = position;
+    std::size_t seenEnd = upToNul(line).size();
+    for (;;) {
+        if (position > seenEnd) {
+            seenEnd = position + upToNul(line.substr(position)).size();
+        }
+        std::string_view const rest = line.substr(position, seenEnd - position);
+        if (!replacer.find(rest)) {
+            return position;
+        }
+        std::size_t const start = position + replacer.match().first;
+        std::size_t const end = position + replacer.match().second;
+        if (end == matchEnd) {
+            // An empty match directly behind the one before. Without a step the loop would not end.
+            if (position == line.size()) {
+                return position;
+            }
+            edited.append(line[position]);
+            ++position;
+            continue;
+        }
+        std::string_view const leading = line.substr(position, start - position);
+        ZEB_LOG_AS(logger, DEBUG3, UNIT, function,
+                   Format("regex: Adding inner match leading text (%1-%2) \"%3\"", position, start,
+                          leading));
+        edited.append(leading);
+        String const expanded = replacer.text(rest);
+        ZEB_LOG_AS(logger, DEBUG3, UNIT, function,
+                   Format("regex: Adding inner match replacement text (%1-%2) for \"%3\" to \"%4\"",
+                          start, end, replacer.replacement(), expanded));
+        edited.append(expanded);
+        position = end;
+        matchEnd = end;
+    }
+}
+
+inline String doSedSearch(String const& text, String const& /*sedString*/,
+                          RegularExpression::CompilationOptions options, SedOperationMode mode,
+                          String const& searchExpression, String const& replacement) {
+    Logger const logger(COMPONENT);
+    RegularExpression const compiled(searchExpression, options);
+    Replacer replacer(compiled, replacement);
+    LineWriter result(text.length());
+    for (LineReader lines(text); lines.next();) {
+        std::string_view const line = lines.line();
+        ZEB_LOG_DEBUG3(
+            logger, UNIT,
+            Format("regex: Applying sed search \"%1\" to line \"%2\"", searchExpression, line));
+        if (!replacer.find(upToNul(line))) {
+            ZEB_LOG_DEBUG3(
+                logger, UNIT,
+                Format("regex: Search text \"%1\" did not match line %2", searchExpression, line));
+            result.addLine(line);
+            continue;
+        }
+        StringBuffer& edited = result.beginLine();
+        std::size_t const begin = edited.length();
+        auto const [start, end] = replacer.match();
+        std::string_view const leading = line.substr(0, start);
+        ZEB_LOG_DEBUG3(logger, UNIT,
+                       Format("regex: Adding leading text (%1-%2) \"%3\"", 0, start, leading));
+        edited.append(leading);
+        String const expanded = replacer.text(line);
+        ZEB_LOG_DEBUG3(logger, UNIT,
+                       Format("regex: Adding match replacement text (%1-%2) for \"%3\" to \"%4\"",
+                              start, end, replacement, expanded));
+        edited.append(expanded);
+        std::size_t const position =
+            mode == SED_GLOBAL_SEARCH
+                ? replaceFurtherMatches(edited, line, end, replacer, logger, __PRETTY_FUNCTION__)
+                : end;
+        std::string_view const trailing = line.substr(position);
+        ZEB_LOG_DEBUG3(
+            logger, UNIT,
+            Format("regex: Adding trailing text (%1-%2) \"%3\"", position, line.size(), trailing));
+        edited.append(trailing);
+        ZEB_LOG_DEBUG3(logger, UNIT,
+                       Format("regex: Resulting line with replacements is \"%1\"",
+                              std::string_view(edited).substr(begin)));
+    }
+    return result.releaseText();
+}
+
+}  // namespace
+}  // namespace ZEBNS2
