@@ -1,10 +1,53 @@
 #include <zeb/foundation/Memory.hpp>
 
+#include <malloc.h>
+#include <sys/mman.h>
+
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <new>
 
 namespace zeb::foundation::detail {
+
+namespace {
+
+constexpr std::size_t PAGE = 4096;
+constexpr std::size_t HUGE_PAGE = std::size_t{2} << 20;
+
+/// Blocks of this size and above are asked for in huge pages: half a page wasted at the end of the
+/// block is then an eighth of it at most.
+constexpr std::size_t LARGE = 4 * HUGE_PAGE;
+
+/// What libc puts around a block that it maps: with a size of some huge pages less these bytes the
+/// mapping has just these pages, which is the condition for the kernel to align it to them.
+constexpr std::size_t MAPPING_OVERHEAD = 64;
+
+/// `size`, or a little more for a whole number of huge pages.
+std::size_t mappedSize(std::size_t size) {
+    if (size < LARGE || size > static_cast<std::size_t>(PTRDIFF_MAX) - 2 * HUGE_PAGE) {
+        return size;
+    }
+    return (size + MAPPING_OVERHEAD + HUGE_PAGE - 1) / HUGE_PAGE * HUGE_PAGE - MAPPING_OVERHEAD;
+}
+
+/// Asks the kernel for huge pages for a block that libc has mapped for it alone. That is advice:
+/// the administrator's setting decides, and where it is "never" nothing happens.
+void adviseHugePages(void* block) noexcept {
+    auto const address = reinterpret_cast<std::uintptr_t>(block);
+    std::uintptr_t const start = address & ~(PAGE - 1);
+    std::size_t const length = address - start + ::malloc_usable_size(block);
+    // A mapped block fills its pages. One in the heap does so by chance at most, and no harm.
+    if (length % PAGE != 0) {
+        return;
+    }
+    // All of the mapping, since libc moves it as one when it grows, which needs one kind of pages.
+    int const saved = errno;
+    (void)::madvise(reinterpret_cast<void*>(start), length, MADV_HUGEPAGE);
+    errno = saved;
+}
+
+}  // namespace
 
 void throwBadAlloc() { throw std::bad_alloc(); }
 
@@ -15,9 +58,12 @@ void* resizeBlock(void* block, std::size_t size) {
     if (size > static_cast<std::size_t>(PTRDIFF_MAX)) {
         throwBadAlloc();
     }
-    void* const resized = std::realloc(block, size);
+    void* const resized = std::realloc(block, mappedSize(size));
     if (resized == nullptr) {
         throwBadAlloc();
+    }
+    if (size >= LARGE) {
+        adviseHugePages(resized);
     }
     return resized;
 }
