@@ -262,6 +262,39 @@ TEST(StringLastIndexOf, Text) {
     }
 }
 
+// Long enough for vectors of places, and for what is left of them.
+TEST(StringIndexOf, AgreesWithTheStandardStringOnLongRandomTexts) {
+    zeb::test::Random random(9);
+    std::size_t found = 0;
+    for (int i = 0; i < 30'000; ++i) {
+        std::string_view const alphabet = random.oneIn(2) ? "ab"sv : "abcdefghijklmnop"sv;
+        std::string const text = random.text(alphabet, random.below(300));
+        std::string wanted = random.text(alphabet, random.between(1, 24));
+        if (random.oneIn(2) && !text.empty()) {
+            wanted = text.substr(random.below(text.size()), wanted.size());
+        }
+        std::size_t const from = random.oneIn(2) ? 0 : random.below(text.size() + 1);
+        std::size_t const index = String(text).indexOf(wanted, from);
+        ASSERT_EQ(index, text.find(wanted, from)) << text << ' ' << wanted << ' ' << from;
+        found += index != npos;
+    }
+    EXPECT_GT(found, 10'000u);
+}
+
+// Both ends of what is wanted are at every place, so that another search takes over.
+TEST(StringIndexOf, GivesUpOnCandidatesThatFail) {
+    for (std::size_t const length : {100u, 1000u, 20'000u}) {
+        std::string const text(length, 'a');
+        std::string wanted = std::string(20, 'a') + 'b' + std::string(20, 'a');
+        EXPECT_EQ(String(text).indexOf(wanted), npos);
+        EXPECT_EQ(String(text + wanted + wanted).indexOf(wanted), length);
+        EXPECT_EQ(String("x" + text + wanted + text).indexOf(wanted, 3), length + 1);
+    }
+    std::size_t const half = 1 << 20;
+    std::string const wanted = std::string(half / 2, 'a') + 'b' + std::string(half / 2, 'a');
+    EXPECT_EQ(String(std::string(2 * half, 'a')).indexOf(wanted), npos);
+}
+
 // The search compares parts of periodic texts once; so all short ones of two letters are tried.
 TEST(StringLastIndexOf, AgreesWithTheStandardStringOnAllShortTextsOfTwoLetters) {
     auto const textOf = [](std::size_t length, std::size_t bits) {

@@ -19,6 +19,7 @@
 #include <ostream>
 #include <system_error>
 
+#include "ByteSearch.hpp"
 #include "VisibleNul.hpp"
 
 namespace zeb::foundation {
@@ -175,10 +176,8 @@ std::size_t String::indexOf(std::string_view wanted, std::size_t from) const noe
     if (wanted.empty()) {
         return from;
     }
-    char const* const start = c_str();
-    // memmem is linear in the worst case too, which std::string_view::find is not.
-    void const* const hit = ::memmem(start + from, length() - from, wanted.data(), wanted.size());
-    return hit == nullptr ? npos : static_cast<std::size_t>(static_cast<char const*>(hit) - start);
+    std::size_t const found = detail::findBytes(std::string_view(*this).substr(from), wanted);
+    return found == npos ? npos : from + found;
 }
 
 std::size_t String::lastIndexOf(char wanted, std::size_t from) const noexcept {
