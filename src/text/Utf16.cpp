@@ -9,11 +9,12 @@
 #include <cstring>
 
 // Text is converted in one pass, from the units in memory to what is asked for; neither the
-// regrouped units nor the code points of a conversion to UTF-8 are ever held. Blocks of eight units
-// are looked at first: where all of them are ASCII, or none is a surrogate, they are written
-// without a decision for each. What is left goes through `decode`, the only place that knows what
-// is malformed. So the text "ab<D83D><DE00><DC00>c" gives the points 61, 62, 1F600, FFFD, 63 and
-// one report, for DC00.
+// regrouped units nor the code points of a conversion to UTF-8 are ever held. A kernel takes what
+// it can of a text to be encoded, and stops in front of what is malformed. Elsewhere blocks of
+// eight units are looked at first: where all of them are ASCII, or none is a surrogate, they are
+// written without a decision for each. What is left goes through `decode`, the only place that
+// knows what is malformed. So the text "ab<D83D><DE00><DC00>c" gives the points 61, 62, 1F600,
+// FFFD, 63 and one report, for DC00.
 //
 // UTF-8 is written into room for three bytes a unit, which no text exceeds: a pair takes four bytes
 // for two units. Pieces of 4,096 units keep that room small; a pair may reach one unit into the
@@ -116,17 +117,20 @@ bool decode(Text<ORDER> text, std::size_t& index, unsigned int& point, Repairs& 
 /// @return the end of what was written
 template <ByteOrder ORDER>
 char* encodePiece(Text<ORDER> text, std::size_t& index, std::size_t end, char* out,
-                  Repairs& repairs) {
+                  Repairs& repairs, Kernel kernel) {
     while (index < end) {
-        if (end - index >= BLOCK && text.isASCIIBlock(index)) {
+        Progress const progress = kernel({text.bytes + 2 * index, end - index, ORDER}, out);
+        out = progress.out;
+        index += progress.units;
+        // What the kernel has stopped at is in the next block.
+        std::size_t const blockEnd = index + std::min(end - index, BLOCK);
+        if (blockEnd - index == BLOCK && text.isASCIIBlock(index)) {
             for (std::size_t i = 0; i < BLOCK; ++i) {
                 out[i] = static_cast<char>(text[index + i]);
             }
             out += BLOCK;
-            index += BLOCK;
-            continue;
+            index = blockEnd;
         }
-        std::size_t const blockEnd = index + std::min(end - index, BLOCK);
         while (index < blockEnd) {
             unsigned int point = 0;
             if (decode(text, index, point, repairs)) {
@@ -168,16 +172,16 @@ std::size_t toUTF32(Units units, unsigned int* out, Repairs& repairs) {
     });
 }
 
-zeb::foundation::String toUTF8(Units units, Repairs& repairs) {
+zeb::foundation::String toUTF8(Units units, Repairs& repairs, Kernel kernel) {
     static constexpr std::size_t PIECE = 4096;
-    static constexpr std::size_t SPARE = 1;
+    static constexpr std::size_t SPARE = 1 + KERNEL_OVERRUN;
     StringBuffer buffer(units.count + 2 * std::min(units.count, PIECE) + SPARE);
-    withOrder(units, [&buffer, &repairs](auto text) {
+    withOrder(units, [&buffer, &repairs, kernel](auto text) {
         for (std::size_t index = 0; index < text.count;) {
             std::size_t const pieceEnd = index + std::min(text.count - index, PIECE);
             std::size_t const room = 3 * (pieceEnd - index) + SPARE;
             char* const start = buffer.prepare(room);
-            char* const end = encodePiece(text, index, pieceEnd, start, repairs);
+            char* const end = encodePiece(text, index, pieceEnd, start, repairs, kernel);
             auto const written = static_cast<std::size_t>(end - start);
             assert(written <= room);
             buffer.commit(written);

@@ -53,9 +53,25 @@ void regroup(Units units, unsigned short* out) noexcept;
 /// @return how many there are
 std::size_t toUTF32(Units units, unsigned int* out, Repairs& repairs);
 
+/// How far an encoder got.
+struct Progress {
+    std::size_t units;  ///< read
+    char* out;          ///< end of what was written
+};
+
+/// Encodes units from the first on, for as long as it likes and all is well. It never stops between
+/// the units of a pair, and what it leaves is encoded unit by unit.
+/// @param out has room for three bytes a unit and `KERNEL_OVERRUN` more, all of which it may write
+using Kernel = Progress (*)(Units units, char* out) noexcept;
+constexpr std::size_t KERNEL_OVERRUN = 16;
+
+/// The fastest kernel for this processor. Thread-safe.
+Kernel bestKernel() noexcept;
+
 /// The text in UTF-8. Memory is taken piece by piece, for what the text needs rather than for the
 /// longest encoding of as many units.
+/// @param kernel any that this processor can run; the result does not depend on it
 /// @throws std::bad_alloc and what `repairs` throws
-zeb::foundation::String toUTF8(Units units, Repairs& repairs);
+zeb::foundation::String toUTF8(Units units, Repairs& repairs, Kernel kernel = bestKernel());
 
 }  // namespace ZEBNS2::utf16

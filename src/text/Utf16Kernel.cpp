@@ -1,0 +1,216 @@
+#include "Utf16Kernel.hpp"
+
+#include <cpuid.h>
+#include <immintrin.h>
+
+#include <array>
+#include <cstdint>
+
+// Eight units at a time, each in a lane of 16 bits. A block of ASCII is packed into bytes. In any
+// other each lane is made into three bytes, first to third, of which the last one, two or three
+// are its encoding:
+//
+//     unit               first        second                  third              kept
+//     below 0x80         -            -                       unit               1
+//     below 0x800        -            C0 | unit >> 6          80 | unit & 3F     2
+//     others             E0 | u >> 12 80 | unit >> 6 & 3F     80 | unit & 3F     3
+//     high surrogate     -            F0 | high >> 8          80 | high >> 2 & 3F 2
+//     low surrogate      -            80 | high << 4 & 30 | unit >> 6 & F   80 | unit & 3F   2
+//
+// A pair is two lanes of two bytes each: `high` is the ten bits of the high surrogate plus 0x40,
+// for the 0x10000 that they lack. Its second lane needs two bits of the lane before it.
+//
+// Shuffles of four lanes then move the kept bytes together; a table has one for each of the
+// combinations of lengths. For "aé€b" the lanes hold --61, -C3A9, E282AC, --62, the lengths are
+// 1, 2, 3, 1, and the shuffle takes the bytes 2 | 5 6 | 8 9 10 | 14 of them, counting four to a
+// lane. It always writes 16 bytes; what is beyond the sum of the lengths is overwritten by the
+// next.
+//
+// A high surrogate in the last lane is written like others, and the next block must begin with a
+// low one; so all blocks are eight units apart and none waits for the one before. Where it does
+// not, the two bytes are taken back. Cost: about eight instructions a unit, whatever the text, and
+// under one for ASCII.
+
+namespace ZEBNS2::utf16 {
+
+namespace {
+
+#define ZEB_SSSE3 [[gnu::target("ssse3")]]
+
+constexpr std::size_t BLOCK = 8;
+constexpr std::size_t LANES = 4;  // that one shuffle moves
+
+/// Where the bytes of a shuffled vector come from: indexes of bytes, or `NOWHERE`. The last entry
+/// counts the others that are indexes; 12 bytes are the most.
+struct Shuffle {
+    alignas(16) std::uint8_t from[16];
+};
+constexpr std::uint8_t NOWHERE = 0x80;
+constexpr std::size_t LENGTH = 15;
+
+/// The shuffles by the lengths of four lanes: bit i of the index is set when lane i takes more than
+/// one byte, bit i + 4 when it takes three.
+constexpr std::array<Shuffle, 256> makeShuffles() {
+    std::array<Shuffle, 256> shuffles{};
+    for (std::size_t lengths = 0; lengths < shuffles.size(); ++lengths) {
+        auto& from = shuffles[lengths].from;
+        std::size_t count = 0;
+        for (std::size_t lane = 0; lane < LANES; ++lane) {
+            std::size_t const dropped = 2 - (lengths >> lane & 1) - (lengths >> (lane + LANES) & 1);
+            for (std::size_t byte = dropped; byte < 3; ++byte) {
+                from[count++] = static_cast<std::uint8_t>(4 * lane + byte);
+            }
+        }
+        for (std::size_t i = count; i < LENGTH; ++i) {
+            from[i] = NOWHERE;
+        }
+        from[LENGTH] = static_cast<std::uint8_t>(count);
+    }
+    return shuffles;
+}
+
+constexpr std::array<Shuffle, 256> SHUFFLES = makeShuffles();
+static_assert(SHUFFLES[0x46].from[LENGTH] == 1 + 2 + 3 + 1, "the example above");
+
+/// All lanes with the same bits.
+ZEB_SSSE3 inline __m128i all(unsigned int bits) { return _mm_set1_epi16(static_cast<short>(bits)); }
+
+/// All bits of each lane that is zero, none of the others.
+ZEB_SSSE3 inline __m128i whereZero(__m128i lanes) {
+    return _mm_cmpeq_epi16(lanes, _mm_setzero_si128());
+}
+
+/// Two bits for each lane of a mask of whole lanes.
+ZEB_SSSE3 inline unsigned int bitsOf(__m128i mask) {
+    return static_cast<unsigned int>(_mm_movemask_epi8(mask));
+}
+constexpr unsigned int ALL_LANES = 0xFFFF;
+
+ZEB_SSSE3 inline __m128i select(__m128i mask, __m128i where, __m128i elsewhere) {
+    return _mm_or_si128(_mm_and_si128(mask, where), _mm_andnot_si128(mask, elsewhere));
+}
+
+template <ByteOrder ORDER>
+ZEB_SSSE3 inline __m128i load(char const* bytes) {
+    __m128i const lanes = _mm_loadu_si128(reinterpret_cast<__m128i const*>(bytes));
+    return ORDER == ByteOrder::BIG
+               ? _mm_or_si128(_mm_slli_epi16(lanes, 8), _mm_srli_epi16(lanes, 8))
+               : lanes;
+}
+
+ZEB_SSSE3 inline void store(char* out, __m128i bytes) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes);
+}
+
+ZEB_SSSE3 inline bool isASCII(__m128i units) {
+    return bitsOf(whereZero(_mm_and_si128(units, all(0xFF80)))) == ALL_LANES;
+}
+
+/// Writes the kept bytes of four lanes of 32 bits.
+ZEB_SSSE3 inline char* writeLanes(__m128i lanes, unsigned int lengths, char* out) {
+    Shuffle const& shuffle = SHUFFLES[lengths];
+    auto const* const from = reinterpret_cast<__m128i const*>(shuffle.from);
+    store(out, _mm_shuffle_epi8(lanes, _mm_load_si128(from)));
+    return out + shuffle.from[LENGTH];
+}
+
+/// The three bytes of each of eight units, and which of them are kept.
+struct Encoded {
+    __m128i firstAndSecond;  ///< in the low and the high byte of each lane
+    __m128i third;
+    __m128i isShort;    ///< lanes of one byte
+    __m128i isNotLong;  ///< lanes of one or two bytes
+};
+
+/// Puts the surrogates of `units` into `encoded`, all of which belong to pairs.
+/// @param before the units of the block before, whose last is the high surrogate of a first low one
+ZEB_SSSE3 inline void encodePairs(__m128i units, __m128i before, __m128i isSurrogate,
+                                  __m128i isHigh, Encoded& encoded) {
+    __m128i const high = _mm_add_epi16(_mm_and_si128(units, all(0x3FF)), all(0x40));
+    __m128i const highSecond = _mm_or_si128(_mm_and_si128(high, all(0xFF00)), all(0xF000));
+    __m128i const highThird =
+        _mm_or_si128(_mm_and_si128(_mm_srli_epi16(high, 2), all(0x3F)), all(0x80));
+    __m128i const preceding = _mm_alignr_epi8(units, before, 14);
+    __m128i const lowSecond = _mm_or_si128(
+        _mm_or_si128(_mm_slli_epi16(_mm_and_si128(preceding, all(3)), 12), all(0x8000)),
+        _mm_and_si128(_mm_slli_epi16(units, 2), all(0x0F00)));
+    encoded.firstAndSecond =
+        select(isSurrogate, select(isHigh, highSecond, lowSecond), encoded.firstAndSecond);
+    encoded.third = select(isHigh, highThird, encoded.third);
+    encoded.isNotLong = _mm_or_si128(encoded.isNotLong, isSurrogate);
+}
+
+/// Encodes all units as if none were a surrogate.
+ZEB_SSSE3 inline Encoded encodeUnits(__m128i units) {
+    __m128i const isShort = whereZero(_mm_and_si128(units, all(0xFF80)));
+    __m128i const isNotLong = whereZero(_mm_and_si128(units, all(0xF800)));
+    __m128i const second = _mm_or_si128(_mm_and_si128(_mm_slli_epi16(units, 2), all(0x3F00)),
+                                        _mm_and_si128(isNotLong, all(0x4000)));
+    __m128i const first = _mm_or_si128(_mm_srli_epi16(units, 12), all(0x80E0));
+    __m128i const third = _mm_or_si128(_mm_and_si128(units, all(0x3F)), all(0x80));
+    return {_mm_or_si128(first, second), select(isShort, units, third), isShort, isNotLong};
+}
+
+template <ByteOrder ORDER>
+ZEB_SSSE3 Progress encode(char const* bytes, std::size_t count, char* out) noexcept {
+    static constexpr unsigned int PENDING = 3;  // a high surrogate in the last lane, as `bitsOf`
+    unsigned int pending = 0;
+    __m128i before = _mm_setzero_si128();
+    std::size_t index = 0;
+    while (count - index >= BLOCK) {
+        __m128i const units = load<ORDER>(bytes + 2 * index);
+        if (pending == 0 && isASCII(units)) {
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(units, units));
+            out += BLOCK;
+            index += BLOCK;
+            continue;
+        }
+        Encoded encoded = encodeUnits(units);
+        __m128i const isSurrogate = _mm_cmpeq_epi16(_mm_and_si128(units, all(0xF800)), all(0xD800));
+        unsigned int const surrogates = bitsOf(isSurrogate);
+        if ((surrogates | pending) != 0) {
+            __m128i const isHigh = _mm_cmpeq_epi16(_mm_and_si128(units, all(0xFC00)), all(0xD800));
+            unsigned int const highs = bitsOf(isHigh);
+            if (((highs << 2 | pending) & ALL_LANES) != (surrogates ^ highs)) {
+                break;
+            }
+            encodePairs(units, before, isSurrogate, isHigh, encoded);
+            pending = highs >> 14;
+            before = units;
+        }
+        unsigned int const kept =
+            ~bitsOf(_mm_packs_epi16(encoded.isShort, encoded.isNotLong)) & ALL_LANES;
+        __m128i const firstAndSecond = encoded.firstAndSecond;
+        out = writeLanes(_mm_unpacklo_epi16(firstAndSecond, encoded.third),
+                         (kept & 0x0F) | (kept >> 4 & 0xF0), out);
+        out = writeLanes(_mm_unpackhi_epi16(firstAndSecond, encoded.third),
+                         (kept >> 4 & 0x0F) | (kept >> 8 & 0xF0), out);
+        index += BLOCK;
+    }
+    return pending == PENDING ? Progress{index - 1, out - 2} : Progress{index, out};
+}
+
+#undef ZEB_SSSE3
+
+}  // namespace
+
+Progress encodeBySSSE3(Units units, char* out) noexcept {
+    return units.order == ByteOrder::BIG ? encode<ByteOrder::BIG>(units.bytes, units.count, out)
+                                         : encode<ByteOrder::LITTLE>(units.bytes, units.count, out);
+}
+
+Progress encodeNothing(Units, char* out) noexcept { return {0, out}; }
+
+bool hasSSSE3() noexcept {
+    // Asked at the first use, since a hypervisor may take microseconds to answer for the processor.
+    static bool const has = [] {
+        unsigned int features[4] = {};
+        return __get_cpuid(1, &features[0], &features[1], &features[2], &features[3]) != 0 &&
+               (features[2] & bit_SSSE3) != 0;
+    }();
+    return has;
+}
+
+Kernel bestKernel() noexcept { return hasSSSE3() ? encodeBySSSE3 : encodeNothing; }
+
+}  // namespace ZEBNS2::utf16
