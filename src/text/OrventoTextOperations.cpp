@@ -67,21 +67,24 @@ bool skipQuoted(std::string_view text, std::size_t& pos) {
     return false;
 }
 
+void appendQuoted(StringBuffer& out, std::string_view argument) {
+    out.append(QUOTE);
+    std::size_t start = 0;
+    for (std::size_t quote = argument.find(QUOTE); quote != std::string_view::npos;
+         quote = argument.find(QUOTE, start)) {
+        out.append(argument.substr(start, quote - start)).append("\\\"");
+        start = quote + 1;
+    }
+    out.append(argument.substr(start)).append(QUOTE);
+}
+
 /// Appends `argument` as `escapeArgument` returns it.
 void appendEscaped(StringBuffer& out, String const& argument) {
     if (indexOfSet(argument.c_str(), QUOTING_SET) == -1) {
         out.append(argument);
-        return;
+    } else {
+        appendQuoted(out, argument);
     }
-    std::string_view const bytes = argument;
-    out.append(QUOTE);
-    std::size_t start = 0;
-    for (std::size_t quote = bytes.find(QUOTE); quote != std::string_view::npos;
-         quote = bytes.find(QUOTE, start)) {
-        out.append(bytes.substr(start, quote - start)).append("\\\"");
-        start = quote + 1;
-    }
-    out.append(bytes.substr(start)).append(QUOTE);
 }
 
 struct SizeUnit {
@@ -118,10 +121,10 @@ String padded(std::size_t before, String const& text, std::size_t after, char fi
     }
     std::size_t const length = before + text.length() + after;
     StringBuffer line(length);
-    char* out = line.prepare(length);
-    out = std::fill_n(out, before, fill);
-    out = std::copy_n(text.c_str(), text.length(), out);
-    std::fill_n(out, after, fill);
+    char* const start = line.prepare(length);
+    // One fill, also of what the text then covers: two of a few bytes take longer.
+    std::memset(start, fill, length);
+    std::memcpy(start + before, text.c_str(), text.length());
     line.commit(length);
     return line.releaseString();
 }
@@ -518,7 +521,9 @@ String search_replace(String const& text, String const& search, String const& re
         logger, UNIT,
         Format("search_replace: Replacing '%1' with '%2' in '%3' .", search, replacement, text));
     std::string_view const bytes = text;
-    StringBuffer replaced(bytes.size());
+    // A short text with some longer replacements need not grow.
+    static constexpr std::size_t SURPLUS = 64;
+    StringBuffer replaced(bytes.size() + SURPLUS);
     std::size_t pos = 0;
     while (pos < bytes.size()) {
         std::size_t const index = text.indexOf(search, pos);

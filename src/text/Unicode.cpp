@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "TextUnit.hpp"
 #include "Utf16.hpp"
@@ -115,6 +116,21 @@ constexpr CharacterRange invalidXMLCharacters[] = {
     {0x0000, 0x0008}, {0x000B, 0x000B}, {0x000E, 0x001F}, {0xD800, 0xDFFF}, {0xFFFE, 0xFFFF},
 };
 
+/// Whether `unit` lies where nearly all text does, so that it need not be compared with each range.
+bool isPlain(unsigned short unit) { return static_cast<unsigned short>(unit - 0x20) < 0xD7E0; }
+
+/// Units that are looked at together.
+constexpr std::size_t BLOCK = 16;
+
+/// Whether a whole block is plain; written for the compiler to make vectors of it.
+bool isPlainBlock(unsigned short const* units) {
+    unsigned int others = 0;
+    for (std::size_t i = 0; i < BLOCK; ++i) {
+        others |= isPlain(units[i]) ? 0U : 1U;
+    }
+    return others == 0;
+}
+
 }  // namespace
 
 // ------------------------------------------------------------------------ Byte order and Unicode
@@ -192,8 +208,7 @@ String convertToUTF8(Array<char> const& data) {
 // ----------------------------------------------------------------------------- Characters of XML
 
 bool isValidXMLCharacter(unsigned short unit) noexcept {
-    // Nearly all text stands here and need not be compared with each range.
-    if (unit >= 0x20 && unit < 0xD800) {
+    if (isPlain(unit)) {
         return true;
     }
     for (CharacterRange const& range : invalidXMLCharacters) {
@@ -206,16 +221,21 @@ bool isValidXMLCharacter(unsigned short unit) noexcept {
 
 void replaceInvalidXMLCharacters(Array<unsigned short>& units, String const& prefix) {
     Logger const logger = makeLogger();
-    for (unsigned short& unit : units) {
-        if (isValidXMLCharacter(unit)) {
+    unsigned short* const begin = units.data();
+    unsigned short* const end = begin + units.size();
+    for (unsigned short* unit = begin; unit != end;) {
+        if (static_cast<std::size_t>(end - unit) >= BLOCK && isPlainBlock(unit)) {
+            unit += BLOCK;
             continue;
         }
-        unsigned short const old = unit;
-        unit = utf16::REPLACEMENT;
-        ZEB_LOG_DEBUG(
-            logger, UNIT,
-            Format("XML Fixup: %1Replaced invalid XML character 0x%2 with 0x%3", prefix,
-                   Hexify<unsigned short>(old, false), Hexify<unsigned short>(unit, false)));
+        if (!isValidXMLCharacter(*unit)) {
+            unsigned short const old = std::exchange(*unit, utf16::REPLACEMENT);
+            ZEB_LOG_DEBUG(
+                logger, UNIT,
+                Format("XML Fixup: %1Replaced invalid XML character 0x%2 with 0x%3", prefix,
+                       Hexify<unsigned short>(old, false), Hexify<unsigned short>(*unit, false)));
+        }
+        ++unit;
     }
 }
 
