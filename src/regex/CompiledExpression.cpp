@@ -34,7 +34,7 @@ CompilationError compilationError(int code, regex_t const& compiled) noexcept {
     return text;
 }
 
-CompiledExpression::CompiledExpression(char const* pattern, int flags) {
+CompiledExpression::CompiledExpression(char const* pattern, int flags) : matcher_(pattern, flags) {
     PatternSyntax const syntax = syntaxOf(flags);
     if (patternHazard(pattern, syntax, &recurses_) != PatternHazard::NONE) {
         error_ = REG_ESPACE;
@@ -72,13 +72,28 @@ bool CompiledExpression::search(std::string_view subject, regmatch_t* slots, std
             return true;
         }
     }
-    return searchByLibc(subject, slots, slotCount, flags);
+    std::size_t start = 0;
+    if (Matcher const* const matcher = matcher_.get(subject.size())) {
+        switch (matcher->search(subject, slots, slotCount, flags)) {
+            case Matcher::Answer::NO_MATCH:
+                return false;
+            case Matcher::Answer::MATCH:
+                return true;
+            case Matcher::Answer::ASK_GROUPS:
+                start = static_cast<std::size_t>(slots[0].rm_so);
+                break;
+            case Matcher::Answer::ASK_LIBC:
+                break;
+        }
+    }
+    return searchByLibc(subject, start, slots, slotCount, flags);
 }
 
-bool CompiledExpression::searchByLibc(std::string_view subject, regmatch_t* slots,
-                                      std::size_t slotCount, int flags) const noexcept {
+bool CompiledExpression::searchByLibc(std::string_view subject, std::size_t start,
+                                      regmatch_t* slots, std::size_t slotCount,
+                                      int flags) const noexcept {
     auto const length = static_cast<regoff_t>(subject.size());
-    slots[0].rm_so = 0;
+    slots[0].rm_so = static_cast<regoff_t>(start);
     slots[0].rm_eo = length;
     flags |= REG_STARTEND;
     std::uint64_t const stack = std::uint64_t{subject.size()} * LibcLimits::LOOP_STACK_PER_BYTE;

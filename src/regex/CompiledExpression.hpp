@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "matcher/LazyMatcher.hpp"
 #include "pattern/RequiredLiteral.hpp"
 
 /// @file
@@ -30,8 +31,8 @@ CompilationError compilationError(int code, regex_t const& compiled) noexcept;
 
 /// A pattern made ready to be searched for.
 ///
-/// A search asks whoever answers fastest first: does the subject hold the required literal; then
-/// libc.
+/// A search asks whoever answers fastest first: does the subject hold the required literal; does
+/// the matcher, once there is one, know the answer; then libc.
 /// @par Thread safety any number of threads may search at once.
 class CompiledExpression {
 public:
@@ -62,11 +63,13 @@ public:
                 int flags) const noexcept;
 
 private:
-    bool searchByLibc(std::string_view subject, regmatch_t* slots, std::size_t slotCount,
-                      int flags) const noexcept;
+    /// @param start no match begins before this offset
+    bool searchByLibc(std::string_view subject, std::size_t start, regmatch_t* slots,
+                      std::size_t slotCount, int flags) const noexcept;
 
     int error_ = 0;
     RequiredLiteral literal_;
+    LazyMatcher matcher_;
     bool recurses_ = false;  ///< libc's search takes LibcLimits::LOOP_STACK_PER_BYTE
     regex_t expression_{};
 };

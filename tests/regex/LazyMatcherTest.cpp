@@ -43,14 +43,18 @@ TEST(LazyMatcherMaking, IsNotTriedAgainForAPatternThatIsLibcs) {
     }
 }
 
-TEST(LazyMatcherMaking, CanBeTurnedOff) {
-    LazyMatcher::turnOn(false);
-    LazyMatcher const off("[a-z]=", REG_EXTENDED);
-    LazyMatcher::turnOn(true);
-    LazyMatcher const on("[a-z]=", REG_EXTENDED);
-    EXPECT_EQ(off.get(ENOUGH), nullptr);
-    EXPECT_EQ(off.get(ENOUGH), nullptr);
-    EXPECT_NE(on.get(ENOUGH), nullptr);
+TEST(LazyMatcherMaking, CanBeChosen) {
+    LazyMatcher::setMaking(LazyMatcher::Making::NEVER);
+    LazyMatcher const never("[a-z]=", REG_EXTENDED);
+    LazyMatcher::setMaking(LazyMatcher::Making::AT_ONCE);
+    LazyMatcher const atOnce("[a-z]=", REG_EXTENDED);
+    LazyMatcher::setMaking(LazyMatcher::Making::WHEN_IT_PAYS);
+    LazyMatcher const later("[a-z]=", REG_EXTENDED);
+    EXPECT_NE(atOnce.get(0), nullptr);
+    EXPECT_EQ(later.get(0), nullptr);
+    EXPECT_NE(later.get(ENOUGH), nullptr);
+    EXPECT_EQ(never.get(ENOUGH), nullptr);
+    EXPECT_EQ(never.get(ENOUGH), nullptr);
 }
 
 TEST(LazyMatcherMaking, WaitsForTheLocaleOfTheExpression) {

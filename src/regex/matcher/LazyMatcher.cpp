@@ -9,13 +9,17 @@ namespace ZEBNS2 {
 
 namespace {
 
-std::atomic<bool> on{true};
+std::atomic<LazyMatcher::Making> currentMaking{LazyMatcher::Making::WHEN_IT_PAYS};
 
 }  // namespace
 
-void LazyMatcher::turnOn(bool wanted) noexcept { on.store(wanted, std::memory_order_relaxed); }
+void LazyMatcher::setMaking(Making making) noexcept {
+    currentMaking.store(making, std::memory_order_relaxed);
+}
 
-bool LazyMatcher::isOn() noexcept { return on.load(std::memory_order_relaxed); }
+LazyMatcher::Making LazyMatcher::making() noexcept {
+    return currentMaking.load(std::memory_order_relaxed);
+}
 
 LazyMatcher::~LazyMatcher() { delete matcher_.load(std::memory_order_acquire); }
 

@@ -25,11 +25,16 @@ public:
     static constexpr std::int32_t WORTHWHILE = 2048;
     static constexpr std::int32_t SEARCH = 64;
 
+    enum class Making { NEVER, WHEN_IT_PAYS, AT_ONCE };
+
     /// @param pattern bytes up to its NUL, which regcomp has accepted in the current locale
     /// @param flags flags of regcomp
     /// @throws std::bad_alloc
     LazyMatcher(std::string_view pattern, int flags)
-        : pattern_(pattern), flags_(flags), closed_(!isOn()) {}
+        : pattern_(pattern),
+          flags_(flags),
+          credit_(making() == Making::AT_ONCE ? 0 : WORTHWHILE),
+          closed_(making() == Making::NEVER) {}
     LazyMatcher(LazyMatcher const&) = delete;
     LazyMatcher& operator=(LazyMatcher const&) = delete;
     ~LazyMatcher();
@@ -42,11 +47,11 @@ public:
                                                                              : count(length);
     }
 
-    /// For tests: whether expressions made from now on have matchers.
-    static void turnOn(bool on) noexcept;
+    /// For tests: when expressions that are compiled from now on get their matchers.
+    static void setMaking(Making making) noexcept;
 
 private:
-    static bool isOn() noexcept;
+    static Making making() noexcept;
     Matcher const* count(std::size_t length) const noexcept;
     Matcher const* make() const noexcept;
 
@@ -54,8 +59,8 @@ private:
     int flags_;
     LocaleMark locale_ = LocaleMark::current();
     mutable std::atomic<Matcher const*> matcher_{nullptr};
-    mutable std::atomic<std::int32_t> credit_{
-        WORTHWHILE};                    ///< it may count some searches of several threads as one
+    /// Bytes that are still to be searched. It may count searches of several threads as one.
+    mutable std::atomic<std::int32_t> credit_;
     mutable std::atomic<bool> closed_;  ///< one is being made, or there is none for this pattern
 };
 
