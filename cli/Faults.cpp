@@ -11,6 +11,7 @@
 
 #include "Excerpt.hpp"
 #include "Streams.hpp"
+#include "regex/pattern/PatternReader.hpp"
 
 #include <zeb/foundation/Logger.hpp>
 
@@ -64,23 +65,45 @@ bool compiles(std::string const& pattern, Options options) {
     }
 }
 
-std::size_t count(std::string const& text, std::string_view part) {
-    std::size_t result = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos;
-         at = text.find(part, at + part.size())) {
-        ++result;
+/// Reads a pattern for the sake of its groups alone.
+struct GroupReader : ZEBNS2::PatternBuilder {
+    struct Fragment {};
+    struct Group {};
+
+    static Fragment character(std::string_view /*bytes*/, bool /*escaped*/) { return {}; }
+    static Fragment period() { return {}; }
+    static Fragment bracket(std::string_view /*text*/, Members /*members*/) { return {}; }
+    static Fragment classEscape(char /*letter*/) { return {}; }
+    static Fragment anchor(ZEBNS2::PatternAnchor /*kind*/) { return {}; }
+    static Fragment backReference(std::uint32_t /*number*/) { return {}; }
+    static Group openGroup(Group /*outer*/, Fragment /*before*/, std::uint32_t /*number*/) {
+        return {};
     }
-    return result;
+    static Fragment closeGroup(Group /*group*/, Fragment /*inner*/) { return {}; }
+    static Fragment sequence(Fragment /*first*/, Fragment /*second*/) { return {}; }
+    static Fragment choice(Fragment /*first*/, Fragment /*second*/) { return {}; }
+    static Fragment repeat(Fragment /*item*/, int /*least*/, int /*most*/) { return {}; }
+};
+
+/// The groups that are open at the end of a pattern, or where it goes wrong.
+struct OpenGroups {
+    std::size_t count;
+    std::size_t outermost;  ///< offset of the first of them
+};
+
+OpenGroups openGroups(std::string const& pattern, bool basic) {
+    GroupReader builder;
+    GroupReader::Fragment whole;
+    ZEBNS2::PatternReader reader(
+        pattern, basic ? ZEBNS2::PatternSyntax::BASIC : ZEBNS2::PatternSyntax::EXTENDED, builder);
+    static_cast<void>(reader.read(whole));
+    return {reader.openGroups(), reader.outermostOpening()};
 }
 
-/// What closes the groups that are open. In extended syntax a parenthesis too many is an ordinary
-/// character, so there is no need to know how many are closed already; in basic syntax it is an
-/// error.
+/// What closes the groups that are open.
 std::string groupClosers(std::string const& pattern, bool basic) {
-    std::size_t const opened = count(pattern, basic ? "\\(" : "(");
-    std::size_t const closed = basic ? std::min(opened, count(pattern, "\\)")) : 0;
     std::string closers;
-    for (std::size_t i = closed; i < opened; ++i) {
+    for (std::size_t i = openGroups(pattern, basic).count; i > 0; --i) {
         closers += basic ? "\\)" : ")";
     }
     return closers;
@@ -110,7 +133,7 @@ std::optional<std::size_t> faultOf(std::string const& pattern, Options options) 
     if (!sound || *sound < pattern.size()) {
         return sound;
     }
-    return groupsClosed(pattern) ? longestPrefix(pattern, alone)
+    return groupsClosed(pattern) ? openGroups(pattern, basic).outermost
                                  : longestPrefix(pattern, groupsClosed);
 }
 
