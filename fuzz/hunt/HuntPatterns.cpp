@@ -30,7 +30,7 @@
 #include <string>
 #include <vector>
 
-#include "../../src/regex/pattern/LibcCost.hpp"
+#include "regex/pattern/LibcCost.hpp"
 
 // The functions of libc below ours, which count the memory in use. A failed allocation counts as a
 // kill: libc may crash on it, or call it "no match".
@@ -545,7 +545,10 @@ int runHunt(std::uint64_t seed, long seconds, char const* locale,
                 (unsigned long long)shared->refused, (unsigned long long)shared->invalid,
                 (unsigned long long)shared->compiled, (unsigned long long)shared->matches);
     std::printf("refusals by hazard:");
-    for (std::uint64_t n : shared->refusals) std::printf(" %llu", (unsigned long long)n);
+    for (std::size_t i = 0; i < std::size(shared->refusals); ++i) {
+        std::printf(" %s=%llu", ZEBNS2::PATTERN_HAZARD_NAMES[i],
+                    static_cast<unsigned long long>(shared->refusals[i]));
+    }
     std::printf("\ncrashes %llu, out of memory %llu, slow compile %llu, slow match %llu\n",
                 (unsigned long long)toll.crashes, (unsigned long long)toll.memory,
                 (unsigned long long)toll.slowCompile, (unsigned long long)toll.slowMatch);
