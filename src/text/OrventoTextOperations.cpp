@@ -79,7 +79,7 @@ void appendQuoted(StringBuffer& out, std::string_view argument) {
 }
 
 /// Appends `argument` as `escapeArgument` returns it.
-void appendEscaped(StringBuffer& out, String const& argument) {
+inline void appendEscaped(StringBuffer& out, String const& argument) {
     if (indexOfSet(argument.c_str(), QUOTING_SET) == -1) {
         out.append(argument);
     } else {

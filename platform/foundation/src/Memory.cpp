@@ -15,21 +15,13 @@ namespace {
 constexpr std::size_t PAGE = 4096;
 constexpr std::size_t HUGE_PAGE = std::size_t{2} << 20;
 
-/// Blocks of this size and above are asked for in huge pages: half a page wasted at the end of the
-/// block is then an eighth of it at most.
+/// Blocks of this size and above are asked for in huge pages. Half a page is wasted on average at
+/// the end of a block, an eighth of the smallest.
 constexpr std::size_t LARGE = 4 * HUGE_PAGE;
 
 /// What libc puts around a block that it maps: with a size of some huge pages less these bytes the
 /// mapping has just these pages, which is the condition for the kernel to align it to them.
 constexpr std::size_t MAPPING_OVERHEAD = 64;
-
-/// `size`, or a little more for a whole number of huge pages.
-std::size_t mappedSize(std::size_t size) {
-    if (size < LARGE || size > static_cast<std::size_t>(PTRDIFF_MAX) - 2 * HUGE_PAGE) {
-        return size;
-    }
-    return (size + MAPPING_OVERHEAD + HUGE_PAGE - 1) / HUGE_PAGE * HUGE_PAGE - MAPPING_OVERHEAD;
-}
 
 /// Asks the kernel for huge pages for a block that libc has mapped for it alone. That is advice:
 /// the administrator's setting decides, and where it is "never" nothing happens.
@@ -47,6 +39,22 @@ void adviseHugePages(void* block) noexcept {
     errno = saved;
 }
 
+/// Resizes a block to `size` bytes, at least `LARGE`; apart, so that smaller ones pay nothing.
+[[gnu::noinline]] void* resizeLargeBlock(void* block, std::size_t size) {
+    // Larger blocks would make pointer differences inside them undefined.
+    if (size > static_cast<std::size_t>(PTRDIFF_MAX)) {
+        throwBadAlloc();
+    }
+    // No sum here wraps around: `size` is at most half of what its type holds.
+    std::size_t const pages = (size + MAPPING_OVERHEAD + HUGE_PAGE - 1) / HUGE_PAGE;
+    void* const resized = std::realloc(block, pages * HUGE_PAGE - MAPPING_OVERHEAD);
+    if (resized == nullptr) {
+        throwBadAlloc();
+    }
+    adviseHugePages(resized);
+    return resized;
+}
+
 }  // namespace
 
 void throwBadAlloc() { throw std::bad_alloc(); }
@@ -54,16 +62,12 @@ void throwBadAlloc() { throw std::bad_alloc(); }
 void* allocateBlock(std::size_t size) { return resizeBlock(nullptr, size); }
 
 void* resizeBlock(void* block, std::size_t size) {
-    // Larger blocks would make pointer differences inside them undefined.
-    if (size > static_cast<std::size_t>(PTRDIFF_MAX)) {
-        throwBadAlloc();
+    if (size >= LARGE) {
+        return resizeLargeBlock(block, size);
     }
-    void* const resized = std::realloc(block, mappedSize(size));
+    void* const resized = std::realloc(block, size);
     if (resized == nullptr) {
         throwBadAlloc();
-    }
-    if (size >= LARGE) {
-        adviseHugePages(resized);
     }
     return resized;
 }
