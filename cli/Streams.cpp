@@ -1,6 +1,7 @@
 #include "Streams.hpp"
 
 #include "Excerpt.hpp"
+#include "Json.hpp"
 #include "Progress.hpp"
 
 #include <zeb/foundation/Exception.hpp>
@@ -60,14 +61,6 @@ String readAll(int descriptor, std::string const& name, std::string const& what)
     }
 }
 
-String readInput(std::string const& name) {
-    if (name == "-") {
-        return readAll(STDIN_FILENO, name, "-: ");
-    }
-    Descriptor const file = openForReading(name);
-    return readAll(file.get(), name, "Cannot read file " + name + ": ");
-}
-
 void writeAll(std::string_view bytes) {
     while (!bytes.empty()) {
         ssize_t const put = ::write(STDOUT_FILENO, bytes.data(), bytes.size());
@@ -102,6 +95,14 @@ Descriptor openForReading(std::string const& name) {
         throw Failure("Cannot read file " + name + ": " + systemReason(errno));
     }
     return file;
+}
+
+String readInput(std::string const& name) {
+    if (name == "-") {
+        return readAll(STDIN_FILENO, name, "-: ");
+    }
+    Descriptor const file = openForReading(name);
+    return readAll(file.get(), name, "Cannot read file " + name + ": ");
 }
 
 void chooseColors(std::string const& when) { colorChoice() = when; }
@@ -149,8 +150,18 @@ void Output::line(std::string_view text) {
 }
 
 void Output::json(nlohmann::ordered_json const& object) {
-    line(object.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
-                     nlohmann::ordered_json::error_handler_t::replace));
+    std::string text = "{";
+    for (auto const& [name, value] : object.items()) {
+        text += text.size() > 1 ? "," : "";
+        if (value.is_string()) {
+            appendJsonMember(text, name.c_str(), value.get_ref<std::string const&>());
+        } else {
+            appendJson(text, name);
+            text += ":" + value.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
+                                     nlohmann::ordered_json::error_handler_t::replace);
+        }
+    }
+    line(text + "}");
 }
 
 void Output::flush() {

@@ -71,7 +71,8 @@ class Output {
 public:
     void write(std::string_view bytes);
     void line(std::string_view text);
-    /// Writes an object as one line of JSON, each malformed piece of UTF-8 in it as U+FFFD.
+    /// Writes an object as one line of JSON, each malformed piece of UTF-8 in it as U+FFFD. Behind
+    /// such a member there is one with its bytes in base64, as `appendJsonMember` makes it.
     void json(nlohmann::ordered_json const& object);
     /// Writes what is left; afterwards there is no standard output any more.
     void finish();
@@ -101,6 +102,9 @@ bool forEachName(Output& out, Words const& names,
 
 /// Bytes from where the file stands to its end; 0 where that is not known, as for a pipe.
 [[nodiscard]] std::uint64_t remainingSize(int descriptor);
+
+/// The contents of a file; of standard input for "-". @throws Failure
+[[nodiscard]] foundation::String readInput(std::string const& name);
 
 /// @throws Failure "Cannot read file NAME: reason"
 [[nodiscard]] Descriptor openForReading(std::string const& name);

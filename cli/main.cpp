@@ -1,6 +1,7 @@
 #include "Arguments.hpp"
 #include "CommandTable.hpp"
 
+#include <clocale>
 #include <csignal>
 #include <new>
 
@@ -90,6 +91,8 @@ Status runAndFinish(Words const& words) {
 }  // namespace zeb::cli
 
 int main(int argc, char** argv) {
+    // Characters are those of the user; numbers and messages stay as they are.
+    static_cast<void>(std::setlocale(LC_CTYPE, ""));
     // A reader that has gone away is an error of writing like any other.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     // So is a file that may not grow.

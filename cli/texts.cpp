@@ -1,15 +1,112 @@
 // The commands that cut, join and replace texts.
 
 #include "Commands.hpp"
+#include "Json.hpp"
+#include "Reader.hpp"
 
 #include <OrventoTextOperations.hpp>
 
-#include <nlohmann/json.hpp>
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <string_view>
 
 namespace zeb::cli {
 
 using ZEBNS2::String;
 using ZEBNS2::StringArray;
+
+namespace {
+
+/// Finds out how much of a text that is still being read can be split into tokens already: up to a
+/// delimiter outside of quotes. A quote whose end has not been read keeps all behind it, for
+/// without an end it is no quote.
+class TokenBoundary {
+public:
+    explicit TokenBoundary(std::string const& delimiters) {
+        for (char const byte : delimiters) {
+            delimiter_[static_cast<unsigned char>(byte)] = true;
+        }
+    }
+
+    /// Goes on where the last call stopped.
+    /// @param text begins where the last boundary was
+    /// @return length of the part that can be split; 0 when there is none yet
+    std::size_t find(std::string_view text) {
+        for (; position_ < text.size(); ++position_) {
+            char const byte = text[position_];
+            if (byte == '"') {
+                std::size_t const end = closingQuote(text);
+                if (end == std::string_view::npos) {
+                    break;
+                }
+                position_ = end;
+                searched_ = 0;
+            } else if (delimiter_[static_cast<unsigned char>(byte)]) {
+                boundary_ = position_ + 1;
+            }
+        }
+        return boundary_;
+    }
+
+    /// Takes the part away.
+    void pass() {
+        position_ -= boundary_;
+        searched_ -= searched_ == 0 ? 0 : boundary_;
+        boundary_ = 0;
+    }
+
+private:
+    /// The quote that ends the one at position_; a backslash before it makes it none.
+    std::size_t closingQuote(std::string_view text) {
+        std::size_t at = text.find('"', searched_ == 0 ? position_ + 1 : searched_);
+        while (at != std::string_view::npos && text[at - 1] == '\\') {
+            at = text.find('"', at + 1);
+        }
+        searched_ = text.size();
+        return at;
+    }
+
+    bool delimiter_[0x100] = {};
+    std::size_t position_ = 0;  ///< what is before it has been looked at
+    std::size_t searched_ = 0;  ///< behind an open quote; 0 without one
+    std::size_t boundary_ = 0;
+};
+
+/// Reads text to its end.
+/// @param boundary of what has been read, how much can be worked on without the rest
+void forEachPart(Reader& input, std::function<std::size_t(std::string_view)> const& boundary,
+                 std::function<void(String const&)> const& work) {
+    bool any = false;
+    while (input.more()) {
+        std::string_view const text(input.data(), input.size());
+        std::size_t const length = input.atEnd() ? text.size() : boundary(text);
+        if (length > 0 || (input.atEnd() && !any)) {
+            any = true;
+            work(String(text.substr(0, length)));
+        }
+        input.consume(length);
+    }
+}
+
+/// How much of a text can be searched without the rest: no occurrence begins in it and ends behind
+/// it.
+std::size_t searchableLength(std::string_view text, std::string const& search) {
+    std::size_t end = 0;
+    for (;;) {
+        void const* const found =
+            ::memmem(text.data() + end, text.size() - end, search.data(), search.size());
+        if (found == nullptr || search.empty()) {
+            break;
+        }
+        end =
+            static_cast<std::size_t>(static_cast<char const*>(found) - text.data()) + search.size();
+    }
+    std::size_t const kept = search.empty() ? 0 : search.size() - 1;
+    return std::max(end, text.size() - std::min(text.size(), kept));
+}
+
+}  // namespace
 
 Status flatten(Words const& words, Output& out) {
     Arguments arguments("flatten",
@@ -56,16 +153,29 @@ Status tokens(Words const& words, Output& out) {
     arguments.parse(words);
 
     bool found = false;
-    bool const allWell = forEachInput(out, files, [&](std::string const& name, String const& text) {
-        StringArray const list = ZEBNS2::quoted_string_tokenization(text, delimiters.c_str());
-        found = found || !list.empty();
-        for (String const& token : list) {
-            if (json) {
-                out.json({{"file", name}, {"token", std::string(token)}});
-            } else {
-                out.line(token);
+    bool const allWell = forEachStream(out, files, [&](std::string const& name, Reader& input) {
+        TokenBoundary tokenBoundary(delimiters);
+        auto const boundary = [&tokenBoundary](std::string_view text) {
+            std::size_t const length = tokenBoundary.find(text);
+            tokenBoundary.pass();
+            return length;
+        };
+        std::string object;
+        forEachPart(input, boundary, [&](String const& text) {
+            StringArray const list = ZEBNS2::quoted_string_tokenization(text, delimiters.c_str());
+            found = found || !list.empty();
+            for (String const& token : list) {
+                if (json) {
+                    object = "{";
+                    appendJsonMember(object, "file", name);
+                    object += ',';
+                    appendJsonMember(object, "token", token);
+                    out.line(object += '}');
+                } else {
+                    out.line(token);
+                }
             }
-        }
+        });
     });
     return searchStatus(allWell, found);
 }
@@ -83,9 +193,22 @@ Status searchReplace(Words const& words, Output& out) {
     arguments.rest("FILE", files, "Files to read; without one, standard input");
     arguments.parse(words);
 
-    bool const allWell = forEachInput(out, files, [&](std::string const&, String const& text) {
+    auto const work = [&](String const& text) {
         out.write(ZEBNS2::search_replace(text, search, replacement));
-    });
+    };
+    bool allWell = false;
+    if (arguments.traced()) {
+        // The library tells what it does to the whole text.
+        allWell = forEachInput(out, files,
+                               [&work](std::string const&, String const& text) { work(text); });
+    } else {
+        auto const boundary = [&search](std::string_view text) {
+            return searchableLength(text, search);
+        };
+        allWell = forEachStream(out, files, [&](std::string const&, Reader& input) {
+            forEachPart(input, boundary, work);
+        });
+    }
     return allWell ? DONE : FAILED;
 }
 

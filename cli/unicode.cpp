@@ -1,11 +1,16 @@
 // The commands that convert and repair characters.
 
 #include "Commands.hpp"
+#include "Reader.hpp"
 
 #include <OrventoTextOperations.hpp>
 
 #include <zeb/foundation/StringBuffer.hpp>
 #include <zeb/foundation/UTF8Utils.hpp>
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
 
 namespace zeb::cli {
 
@@ -55,6 +60,97 @@ String withoutForbiddenCharacters(String const& text) {
         "\xEF\xBF\xBF", replacement);
 }
 
+/// The same for a text that comes in pieces, of which none may end within a character.
+class XmlFixer {
+public:
+    explicit XmlFixer(Output& out) : out_(out) {
+        for (unsigned short byte = 0; byte < std::size(forbidden_); ++byte) {
+            forbidden_[byte] = !ZEBNS2::isValidXMLCharacter(byte);
+        }
+    }
+
+    void add(std::string_view text, bool last) {
+        text_ += text;
+        // The non-characters are EF BF BE and EF BF BF.
+        std::size_t open = 0;
+        if (!last && !text_.empty()) {
+            bool const two =
+                text_.size() > 1 && text_.compare(text_.size() - 2, 2, "\xEF\xBF") == 0;
+            open = two ? 2 : text_.back() == '\xEF' ? 1 : 0;
+        }
+        std::size_t const length = text_.size() - open;
+        std::string_view const whole(text_.data(), length);
+        bool const sound = whole.find("\xEF\xBF") == std::string_view::npos &&
+                           std::none_of(whole.begin(), whole.end(), [this](char byte) {
+                               return forbidden_[static_cast<unsigned char>(byte)];
+                           });
+        if (sound) {
+            out_.write(whole);
+        } else {
+            out_.write(withoutForbiddenCharacters(whole));
+        }
+        text_.erase(0, length);
+    }
+
+private:
+    Output& out_;
+    bool forbidden_[0x100];
+    std::string text_;
+};
+
+/// How many bytes of UTF-16 can be converted without those that follow: no unit is cut, nor is one
+/// left at the end that waits for its partner. Of a row of high surrogates each one takes the next
+/// as its partner, so that the last of an even number waits for none.
+std::size_t completeLength(char const* data, std::size_t size, BOMTypes order) {
+    std::size_t const length = size - size % 2;
+    auto const isHigh = [data, order](std::size_t unit) {
+        char const byte = data[unit + (order == ZEBNS2::BOM_UTF16_LE ? 1 : 0)];
+        return (static_cast<unsigned char>(byte) & 0xFCU) == 0xD8;
+    };
+    std::size_t start = length;
+    while (start > 0 && isHigh(start - 2)) {
+        start -= 2;
+    }
+    return (length - start) / 2 % 2 == 0 ? length : length - 2;
+}
+
+/// Reads UTF-16 to its end.
+/// @param sink gets the text in UTF-8, piece by piece
+void readUtf16(Reader& input, BOMTypes order, std::function<void(String const&)> const& sink) {
+    for (bool first = true;; first = false) {
+        std::size_t const size =
+            input.atEnd() ? input.size() : completeLength(input.data(), input.size(), order);
+        char* begin = input.data();
+        if (!first) {
+            // A mark would be taken away where the text goes on with one; this one is, instead.
+            begin -= 2;
+            begin[order == ZEBNS2::BOM_UTF16_LE ? 0 : 1] = '\xFF';
+            begin[order == ZEBNS2::BOM_UTF16_LE ? 1 : 0] = '\xFE';
+        }
+        sink(ZEBNS2::UTF16ToUTF8(Array<char>(begin, input.data() + size), order));
+        input.consume(size);
+        if (!input.more()) {
+            return;
+        }
+    }
+}
+
+/// Reads at least so many bytes, unless the input has fewer.
+void readAtLeast(Reader& input, std::size_t count) {
+    while (input.size() < count && input.more()) {
+    }
+}
+
+/// The byte order as the library judges it by the first bytes of the whole text.
+BOMTypes orderOf(Reader& input, std::size_t count) {
+    readAtLeast(input, count);
+    std::size_t const known = std::min(input.size(), count);
+    return ZEBNS2::autodetectByteOrder(Array<char>(input.data(), input.data() + known));
+}
+
+/// Bytes by which a text without a mark is judged, and one that they must be fewer than.
+constexpr std::size_t JUDGED_BYTES = 11;
+
 }  // namespace
 
 // A text of two bytes is judged by its mark alone: the contents prove nothing where stray NUL bytes
@@ -74,12 +170,29 @@ Status toUtf8(Words const& words, Output& out) {
     arguments.rest("FILE", files, "Files to read; without one, standard input");
     arguments.parse(words);
 
-    bool const allWell = forEachInput(out, files, [&](std::string const& name, String const& text) {
-        Array<char> const bytes = bytesOf(text);
-        note(name + ": " + nameOf(ZEBNS2::autodetectByteOrder(bytes)));
-        if (!bytes.empty()) {
-            out.write(ZEBNS2::convertToUTF8(bytes));
+    if (arguments.traced()) {
+        // The library tells what it does to the whole text.
+        bool const traced =
+            forEachInput(out, files, [&](std::string const& name, String const& text) {
+                Array<char> const bytes = bytesOf(text);
+                note(name + ": " + nameOf(ZEBNS2::autodetectByteOrder(bytes)));
+                if (!bytes.empty()) {
+                    out.write(ZEBNS2::convertToUTF8(bytes));
+                }
+            });
+        return traced ? DONE : FAILED;
+    }
+    bool const allWell = forEachStream(out, files, [&](std::string const& name, Reader& input) {
+        BOMTypes const order = orderOf(input, JUDGED_BYTES);
+        note(name + ": " + nameOf(order));
+        if (order != ZEBNS2::BOM_UNKNOWN) {
+            readUtf16(input, order, [&out](String const& text) { out.write(text); });
+            return;
         }
+        do {
+            out.write({input.data(), input.size()});
+            input.consume(input.size());
+        } while (input.more());
     });
     return allWell ? DONE : FAILED;
 }
@@ -94,8 +207,24 @@ Status xmlFix(Words const& words, Output& out) {
     arguments.rest("FILE", files, "Files to read; without one, standard input");
     arguments.parse(words);
 
-    bool const allWell = forEachInput(out, files, [&](std::string const&, String const& text) {
-        out.write(withoutForbiddenCharacters(utf8ByMark(text)));
+    if (arguments.traced()) {
+        bool const traced = forEachInput(out, files, [&](std::string const&, String const& text) {
+            out.write(withoutForbiddenCharacters(utf8ByMark(text)));
+        });
+        return traced ? DONE : FAILED;
+    }
+    bool const allWell = forEachStream(out, files, [&](std::string const&, Reader& input) {
+        XmlFixer fixer(out);
+        BOMTypes const order = orderOf(input, /*count=*/2);
+        if (order != ZEBNS2::BOM_UNKNOWN) {
+            readUtf16(input, order, [&fixer](String const& text) { fixer.add(text, false); });
+            fixer.add({}, /*last=*/true);
+            return;
+        }
+        do {
+            fixer.add({input.data(), input.size()}, input.atEnd());
+            input.consume(input.size());
+        } while (input.more());
     });
     return allWell ? DONE : FAILED;
 }

@@ -36,6 +36,10 @@ _zeb_text() {
         *:--color) values='auto always never' ;;
         *:--trace) values='debug debug2 debug3' ;;
         'edit:-e' | 'edit:--expression') return ;;
+        'match:-e' | 'match:--expression') return ;;
+        'match:-A' | 'match:--after') return ;;
+        'match:-B' | 'match:--before') return ;;
+        'match:-C' | 'match:--context') return ;;
         'tokens:--delimiters') return ;;
         'pad:--left') return ;;
         'pad:--right') return ;;
@@ -53,7 +57,7 @@ _zeb_text() {
     case $command in
         'edit') options='-e --expression -i --in-place --backup --in-place-write --diff --dry-run -I --ignore-case --basic' ;;
         'replace') options='-g --all --backup --in-place-write --diff --dry-run -I --ignore-case --basic' ;;
-        'match') options='--invert --numbers --only --groups --json -i --ignore-case --basic' ;;
+        'match') options='-e --expression -f --expressions-from -v --invert -n --numbers -o --only --groups --json -c --count -l --files -q --quiet -H --with-names -h --without-names -r --recursive -A --after -B --before -C --context -E --extended -i --ignore-case --basic' ;;
         'wildcard') options='--win32 --re --basic' ;;
         'escape') options='--basic' ;;
         'tokens') options='--delimiters --json' ;;

@@ -2,6 +2,7 @@
 
 #include "RunProcess.hpp"
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -14,6 +15,9 @@
 /// How the tests of zeb-text run the built program, and the files that they give it.
 
 namespace zeb::test {
+
+/// The tests give their own locale where they want another one.
+inline int const LOCALE = ::setenv("LC_ALL", "C", /*overwrite=*/1);
 
 /// Runs zeb-text.
 inline ProcessResult zebText(std::vector<std::string> arguments, std::string_view input = {}) {

@@ -48,18 +48,22 @@ TEST(Json, EachMalformedPieceIsOneReplacementCharacter) {
     struct Row {
         char const* bytes;
         char const* shown;
+        char const* base64;
     };
     constexpr Row ROWS[] = {
-        {"a\xFFz", "a\uFFFDz"},
-        {"a\xFF\xFEz", "a\uFFFD\uFFFDz"},
-        {"a\xE2\x82z", "a\uFFFDz"},        // a sequence that was cut
-        {"a\xC3", "a\uFFFD"},              // at the end
-        {"a\x80\xBFz", "a\uFFFD\uFFFDz"},  // continuation bytes alone
-        {"a\xC0\xAFz", "a\uFFFD\uFFFDz"},  // an overlong form
+        {"a\xFFz", "a\uFFFDz", "Yf96"},
+        {"a\xFF\xFEz", "a\uFFFD\uFFFDz", "Yf/+eg=="},
+        {"a\xE2\x82z", "a\uFFFDz", "YeKCeg=="},                        // a sequence that was cut
+        {"a\xC3", "a\uFFFD", "YcM="},                                  // at the end
+        {"a\x80\xBFz", "a\uFFFD\uFFFDz", "YYC/eg=="},                  // continuation bytes alone
+        {"a\xC0\xAFz", "a\uFFFD\uFFFDz", "YcCveg=="},                  // an overlong form
+        {"a\xED\xA0\x80", "a\uFFFD\uFFFD\uFFFD", "Ye2ggA=="},          // a surrogate
+        {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD", "9JCAgA=="},  // above U+10FFFF
     };
     for (Row const& row : ROWS) {
         EXPECT_EQ(zebText({"tokens", "--json"}, row.bytes),
-                  prints("{\"file\":\"-\",\"token\":\""s + row.shown + "\"}\n"));
+                  prints("{\"file\":\"-\",\"token\":\""s + row.shown + "\",\"tokenBase64\":\"" +
+                         row.base64 + "\"}\n"));
     }
 }
 
@@ -133,11 +137,10 @@ TEST(Json, JqReadsEveryByte) {
 TEST(Json, SeveralInputsGiveSeveralLines) {
     TemporaryFolder const folder;
     std::string const a = folder.file("a", "x y");
-    std::string const b = folder.file("b\xE4", "z");
+    std::string const b = folder.file("b\u00E4", "z");
     EXPECT_EQ(zebText({"tokens", "--json", a, b}),
               prints("{\"file\":\"" + a + "\",\"token\":\"x\"}\n{\"file\":\"" + a +
-                     "\",\"token\":\"y\"}\n{\"file\":\"" + folder.path("b") +
-                     "\uFFFD\",\"token\":\"z\"}\n"));
+                     "\",\"token\":\"y\"}\n{\"file\":\"" + b + "\",\"token\":\"z\"}\n"));
 }
 
 }  // namespace
