@@ -49,11 +49,11 @@ std::optional<ByteSet> LibcAtoms::ask(std::string const& text) const {
     bool answered = true;
     unsigned int const highest = locale_.isUTF8() ? 0x7F : 0xFF;
     for (unsigned int byte = 1; byte <= highest && answered; ++byte) {
-        char const subject = static_cast<char>(byte);
+        char const subject[] = {static_cast<char>(byte), '\0'};
         regmatch_t match;
         match.rm_so = 0;
         match.rm_eo = 1;
-        answered = ::regexec(&compiled, &subject, 1, &match, REG_STARTEND) == 0 &&
+        answered = ::regexec(&compiled, subject, 1, &match, REG_STARTEND) == 0 &&
                    match.rm_so == 0 && (match.rm_eo == 0 || match.rm_eo == 1);
         bytes[byte] = match.rm_eo == 1;
     }

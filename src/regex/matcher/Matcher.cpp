@@ -126,8 +126,9 @@ private:
     Fragment otherCharacter(std::string_view bytes) {
         std::mbstate_t state{};
         wchar_t code;
-        failed_ =
-            failed_ || std::mbrtowc(&code, bytes.data(), bytes.size(), &state) != bytes.size();
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): it is, with a state of its own
+        std::size_t const length = std::mbrtowc(&code, bytes.data(), bytes.size(), &state);
+        failed_ = failed_ || length != bytes.size();
         // Some have a case in ASCII: the long s, the sign of the kelvin.
         return foldsCase_ ? atom(bytes, /*beyondASCII=*/true)
                           : Fragment{tree_.atom({ByteSet(), /*beyondASCII=*/true})};

@@ -73,6 +73,8 @@ private:
         return node;
     }
 
+    // NOLINTBEGIN(misc-no-recursion): MAX_DEPTH bounds it
+
     /// Adds the steps of the tree below `index`, which lead on to `next`.
     /// @param entry set to the first of them
     void emit(SyntaxTree::Index index, Node next, Node& entry) {
@@ -170,6 +172,8 @@ private:
         graph_[choice].first = copy;
         return outermost;
     }
+
+    // NOLINTEND(misc-no-recursion)
 
     // ------------------------------------------------------------------------------- the edges
 
