@@ -19,7 +19,8 @@
 /// namespace because the log records their signatures.
 
 namespace ZEBNS2 {
-namespace {
+// Included by one source.
+namespace {  // NOLINT(cert-dcl59-cpp): the log records the signatures
 
 using zeb::foundation::Format;
 using zeb::foundation::LazyGlobal;

@@ -10,7 +10,8 @@
 /// What the sed commands do to the lines of a text. A part of Sed.cpp, as SedCommand.hpp is.
 
 namespace ZEBNS2 {
-namespace {
+// Included by one source.
+namespace {  // NOLINT(cert-dcl59-cpp): the log records the signatures
 
 /// A format filled from an array: `%0` is its first element. A placeholder without an element
 /// vanishes.

@@ -23,7 +23,8 @@
 /// an unnamed namespace because the log records their signatures.
 
 namespace ZEBNS2 {
-namespace {
+// Included by one source.
+namespace {  // NOLINT(cert-dcl59-cpp): the log records the signatures
 
 using zeb::foundation::Exception;
 using zeb::foundation::Format;
