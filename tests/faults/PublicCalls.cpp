@@ -608,6 +608,21 @@ std::vector<PublicCall> const STRING_CALLS = {
             bool const ended = attempt([&] { stream << in.text; });
             EXPECT_TRUE(!ended || !stream.good() || stream.str() == TEXT);
         }),
+    use("zeb::foundation::operator>>",
+        [](Attempt& attempt, Inputs const&) {
+            std::istringstream stream(std::string(100, 'x') + " y");
+            String word = "before";
+            bool const ended = attempt([&] { stream >> word; });
+            // A stream keeps the failure to itself, in its state.
+            EXPECT_EQ(word, ended && stream.good() ? std::string(100, 'x') : "before");
+        }),
+    use("zeb::foundation::getline",
+        [](Attempt& attempt, Inputs const&) {
+            std::istringstream stream(std::string(100, 'x') + "\ny");
+            String line = "before";
+            bool const ended = attempt([&] { getline(stream, line); });
+            EXPECT_EQ(line, ended && stream.good() ? std::string(100, 'x') : "before");
+        }),
     use("zeb::foundation::StringBuffer::append",
         [](Attempt& attempt, Inputs const&) {
             StringBuffer buffer(4);

@@ -14,9 +14,11 @@
 #include <climits>
 #include <cstring>
 #include <functional>
+#include <istream>
 #include <limits>
 #include <new>
 #include <ostream>
+#include <string>
 #include <system_error>
 
 #include "ByteSearch.hpp"
@@ -346,6 +348,22 @@ std::uint64_t String::toUInt64(int base) const {
 
 std::ostream& operator<<(std::ostream& out, String const& text) {
     return out << std::string_view(text);
+}
+
+std::istream& operator>>(std::istream& in, String& text) {
+    std::string word;
+    if (in >> word) {
+        text = word;
+    }
+    return in;
+}
+
+std::istream& getline(std::istream& in, String& text, char delimiter) {
+    std::string line;
+    if (std::getline(in, line, delimiter)) {
+        text = line;
+    }
+    return in;
 }
 
 }  // namespace zeb::foundation

@@ -3,6 +3,7 @@
 #include <zeb/foundation/Export.hpp>
 #include <zeb/foundation/Memory.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstring>
@@ -10,8 +11,10 @@
 #include <iterator>
 #include <memory>
 #include <new>
+#include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 /// @file
 /// The copy-on-write growable array of all lists that the library takes and returns.
@@ -60,6 +63,12 @@ public:
     using iterator = T*;
     /// A plain pointer.
     using const_iterator = T const*;
+    /// Type of differences of iterators.
+    using difference_type = std::ptrdiff_t;
+    /// From the last element to the first.
+    using reverse_iterator = std::reverse_iterator<iterator>;
+    /// From the last element to the first, for reading.
+    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
 
     /// An empty array; allocates nothing.
     Array() noexcept = default;
@@ -85,6 +94,26 @@ public:
         Builder building(static_cast<size_type>(std::distance(first, last)));
         for (; first != last; ++first) {
             building.add(*first);
+        }
+        block_ = building.release();
+    }
+
+    /// Copies of the elements of `elements`, in order.
+    explicit Array(std::vector<T> const& elements) : Array(elements.begin(), elements.end()) {}
+
+    /// The bytes of a text, for arrays of characters alone: what a reader gives as a text goes to
+    /// a converter that takes bytes.
+    /// ```cpp
+    /// convertToUTF8(Array<char>(String("\xFE\xFF\0A", 4))) == "A"
+    /// convertToUTF8(Array<char>(std::vector<char>{'\xFF', '\xFE'})) == ""
+    /// ```
+    template <typename Byte = T,
+              typename = std::enable_if_t<std::is_same_v<Byte, T> && std::is_integral_v<T> &&
+                                          !std::is_same_v<T, bool> && sizeof(T) == 1>>
+    explicit Array(std::string_view bytes) {
+        Builder building(bytes.size());
+        for (char const byte : bytes) {
+            building.add(static_cast<T>(byte));
         }
         block_ = building.release();
     }
@@ -121,6 +150,9 @@ public:
     /// Whether there is no element.
     [[nodiscard]] bool empty() const noexcept { return size() == 0; }
 
+    /// Copies of the elements, in order.
+    explicit operator std::vector<T>() const { return std::vector<T>(begin(), end()); }
+
     /// Elements that fit without another allocation.
     [[nodiscard]] size_type capacity() const noexcept {
         return block_ == nullptr ? 0 : block_->capacity;
@@ -140,6 +172,19 @@ public:
         detach();
         return block_->elements()[index];
     }
+
+    /// The first element.
+    /// @throws OutOfBoundsException when there is none
+    [[nodiscard]] T const& front() const { return (*this)[0]; }
+    /// The first element, for changing it; detaches.
+    /// @throws OutOfBoundsException when there is none
+    [[nodiscard]] T& front() { return (*this)[0]; }
+    /// The last element.
+    /// @throws OutOfBoundsException when there is none
+    [[nodiscard]] T const& back() const { return (*this)[lastIndex()]; }
+    /// The last element, for changing it; detaches.
+    /// @throws OutOfBoundsException when there is none
+    [[nodiscard]] T& back() { return (*this)[lastIndex()]; }
 
     /// The elements as plain memory; null when the array never held any.
     [[nodiscard]] T const* data() const noexcept {
@@ -163,6 +208,18 @@ public:
     [[nodiscard]] iterator begin() { return data(); }
     /// Behind the last element; detaches.
     [[nodiscard]] iterator end() { return data() + size(); }
+    /// The last element, from which they are read backwards; never detaches.
+    [[nodiscard]] const_reverse_iterator rbegin() const noexcept {
+        return const_reverse_iterator(end());
+    }
+    /// Before the first element; never detaches.
+    [[nodiscard]] const_reverse_iterator rend() const noexcept {
+        return const_reverse_iterator(begin());
+    }
+    /// The last element, from which they may be written backwards; detaches.
+    [[nodiscard]] reverse_iterator rbegin() { return reverse_iterator(end()); }
+    /// Before the first element; detaches.
+    [[nodiscard]] reverse_iterator rend() { return reverse_iterator(begin()); }
 
     /// Adds `value`, which may be an element of this array, at the end; amortised constant time.
     void append(T const& value) { emplaceBack(value); }
@@ -172,6 +229,19 @@ public:
     void push_back(T const& value) { emplaceBack(value); }
     /// The standard containers' name of `append`.
     void push_back(T&& value) { emplaceBack(std::move(value)); }
+
+    /// Adds an element made from `arguments`, which may be elements of this array, at the end;
+    /// amortised constant time.
+    /// @return the element
+    template <typename... Arguments>
+    T& emplace_back(Arguments&&... arguments) {
+        emplaceBack(std::forward<Arguments>(arguments)...);
+        return block_->elements()[block_->size - 1];
+    }
+
+    /// Removes the last element.
+    /// @throws OutOfBoundsException when there is none
+    void pop_back() { remove(lastIndex()); }
 
     /// Puts `value` before element `index`; `index` equal to `size()` appends. Linear time.
     /// @throws OutOfBoundsException when `index` is greater than `size()`
@@ -210,6 +280,22 @@ public:
         block_->size = kept;
     }
 
+    /// Removes the element at `position`, an iterator of this array as it is. Linear time.
+    /// @return an iterator to the element behind it
+    /// @throws OutOfBoundsException for `end()`
+    iterator erase(const_iterator position) {
+        auto const index = static_cast<size_type>(position - cbegin());
+        remove(index);
+        return begin() + index;
+    }
+    /// Removes the elements of [first, last), iterators of this array as it is. Linear time.
+    /// @return an iterator to the element behind them
+    iterator erase(const_iterator first, const_iterator last) {
+        auto const index = static_cast<size_type>(first - cbegin());
+        remove(index, static_cast<size_type>(last - first));
+        return begin() + index;
+    }
+
     /// Makes room for `count` elements in all.
     void reserve(size_type count) {
         if (count > capacity() || isShared()) {
@@ -238,6 +324,17 @@ public:
     }
     /// The opposite of `==`.
     friend bool operator!=(Array const& a, Array const& b) { return !(a == b); }
+    /// Whether `a` comes before `b`: by the first elements that differ, or as the shorter one.
+    /// Linear time.
+    friend bool operator<(Array const& a, Array const& b) {
+        return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
+    }
+    /// Whether `a` comes behind `b`.
+    friend bool operator>(Array const& a, Array const& b) { return b < a; }
+    /// Whether `a` does not come behind `b`.
+    friend bool operator<=(Array const& a, Array const& b) { return !(b < a); }
+    /// Whether `a` does not come before `b`.
+    friend bool operator>=(Array const& a, Array const& b) { return !(a < b); }
 
     // ---------------------------------------------------------------- not API
 
@@ -291,6 +388,9 @@ private:
         }
     }
 
+    /// Index of the last element; 0, which is out of bounds, when there is none.
+    size_type lastIndex() const noexcept { return empty() ? 0 : size() - 1; }
+
     bool isShared() const noexcept {
         return block_ != nullptr && block_->references.load(std::memory_order_acquire) != 1;
     }
@@ -326,16 +426,16 @@ private:
         release(std::exchange(block_, building.release()));
     }
 
-    template <typename Value>
-    void emplaceBack(Value&& value) {
+    template <typename... Arguments>
+    void emplaceBack(Arguments&&... arguments) {
         if (block_ != nullptr && block_->size < block_->capacity && !isShared()) {
             ::new (static_cast<void*>(block_->elements() + block_->size))
-                T(std::forward<Value>(value));
+                T(std::forward<Arguments>(arguments)...);
             ++block_->size;
             return;
         }
-        // `value` may be one of the elements that are about to move.
-        T copy(std::forward<Value>(value));
+        // An argument may be one of the elements that are about to move.
+        T copy(std::forward<Arguments>(arguments)...);
         reallocate(size() < capacity() ? capacity()
                                        : detail::grownCapacity(capacity(), size() + 4));
         ::new (static_cast<void*>(block_->elements() + block_->size)) T(std::move(copy));

@@ -8,10 +8,15 @@
 #include <cstdint>
 #include <functional>
 #include <iosfwd>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
+
+#if __cplusplus > 201703L
+#include <compare>
+#endif
 
 /// @file
 /// The 8-bit string of all interfaces.
@@ -29,6 +34,16 @@ template <typename T>
 using IfOtherText = std::enable_if_t<
     std::is_convertible_v<T const&, std::string_view> && !std::is_same_v<T, String>, int>;
 
+/// Names the overloads that refuse numbers: no operand of these types reads as bytes, and without
+/// the refusal 80 would be taken for the byte `P`.
+template <typename T, typename Result = int>
+using IfNumber =
+    std::enable_if_t<(std::is_arithmetic_v<T> && !std::is_same_v<T, char>) || std::is_enum_v<T>,
+                     Result>;
+
+/// What only a literal 0, `NULL` or `nullptr` is converted to.
+struct NullLiteral;
+
 /// `head` and `tail` joined with one allocation.
 [[nodiscard]] ZEB_EXPORT String prepended(std::string_view head, String const& tail);
 }  // namespace detail
@@ -44,6 +59,14 @@ using IfOtherText = std::enable_if_t<
 /// at most one allocation for it, and none when the result is empty or the whole string. A
 /// `std::string_view` parameter must not be made from a null pointer; a `String` may be.
 ///
+/// Numbers are no text: a string is neither made from one nor joined with one, since 80 would be
+/// the byte `P`. `Format("port %1", 80)` renders it. A byte in an integer is written as a `char`.
+///
+/// A string is a range of bytes, and has the standard containers' names where they mean the same;
+/// what is out of bounds throws OutOfBoundsException. No byte can be written in place. With
+/// `std::less<>` or, from C++20 on, `std::hash<String>` and `std::equal_to<>`, containers look it
+/// up by a `std::string_view` or a literal without making a `String`.
+///
 /// @par Exceptions
 /// `std::bad_alloc` where memory is needed; the string is unchanged then.
 /// @par Complexity linear in the bytes looked at or written, unless said otherwise.
@@ -55,6 +78,19 @@ public:
     /// "Not found", and as a count "to the end": all bits set.
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
+    /// A byte.
+    using value_type = char;
+    /// Type of lengths and offsets.
+    using size_type = std::size_t;
+    /// Type of differences of iterators.
+    using difference_type = std::ptrdiff_t;
+    /// A byte to be read.
+    using const_reference = char const&;
+    /// A plain pointer.
+    using const_iterator = char const*;
+    /// From the last byte to the first.
+    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+
     /// Whether `tokenize` yields each delimiter as a token of one byte.
     enum ReturnDelimiters { DISCARD_DELIMITERS, RETURN_DELIMITERS };
     /// Whether `tokenize` yields the empty token between two adjacent delimiters, before a leading
@@ -65,6 +101,13 @@ public:
     String() noexcept = default;
     /// The bytes of `text` up to its NUL; null gives the empty string.
     String(char const* text);  // NOLINT(google-explicit-constructor): a text is a String
+    /// The empty string, as from any null pointer.
+    String(std::nullptr_t) noexcept {}  // NOLINT(google-explicit-constructor): likewise
+    /// A literal 0 is no text.
+    String(detail::NullLiteral const*) = delete;  // NOLINT(google-explicit-constructor): likewise
+    /// A number is no text: render it by `Format`.
+    template <typename T, detail::IfNumber<T> = 0>
+    explicit String(T) = delete;
     /// The `count` bytes at `bytes`, NUL bytes included; a null `bytes` gives the empty string.
     String(char const* bytes, std::size_t count);
     /// All bytes of `text`.
@@ -115,6 +158,71 @@ public:
     // NOLINTNEXTLINE(google-explicit-constructor): every text is read as a view
     operator std::string_view() const noexcept { return {c_str(), length()}; }
 
+    /// @name The standard containers' names
+    /// Iterators and pointers are valid as `c_str()` is.
+    /// @{
+    /// `length()`.
+    [[nodiscard]] size_type size() const noexcept { return length(); }
+    /// `c_str()`.
+    [[nodiscard]] char const* data() const noexcept { return c_str(); }
+    /// The first byte.
+    [[nodiscard]] const_iterator begin() const noexcept { return c_str(); }
+    /// Behind the last byte.
+    [[nodiscard]] const_iterator end() const noexcept { return c_str() + length(); }
+    /// `begin()`.
+    [[nodiscard]] const_iterator cbegin() const noexcept { return begin(); }
+    /// `end()`.
+    [[nodiscard]] const_iterator cend() const noexcept { return end(); }
+    /// The last byte, from which the bytes are read backwards.
+    [[nodiscard]] const_reverse_iterator rbegin() const noexcept {
+        return const_reverse_iterator(end());
+    }
+    /// Before the first byte.
+    [[nodiscard]] const_reverse_iterator rend() const noexcept {
+        return const_reverse_iterator(begin());
+    }
+    /// The first byte.
+    /// @throws OutOfBoundsException when there is none
+    [[nodiscard]] char front() const {
+        if (empty()) {
+            detail::throwOutOfBounds(0, 0);
+        }
+        return *c_str();
+    }
+    /// The last byte.
+    /// @throws OutOfBoundsException when there is none
+    [[nodiscard]] char back() const {
+        if (empty()) {
+            detail::throwOutOfBounds(0, 0);
+        }
+        return c_str()[length() - 1];
+    }
+    /// `indexOf(wanted, from)`.
+    [[nodiscard]] size_type find(char wanted, size_type from = 0) const noexcept {
+        return indexOf(wanted, from);
+    }
+    /// `indexOf(wanted, from)`.
+    [[nodiscard]] size_type find(std::string_view wanted, size_type from = 0) const noexcept {
+        return indexOf(wanted, from);
+    }
+    /// `lastIndexOf(wanted, from)`.
+    [[nodiscard]] size_type rfind(char wanted, size_type from = npos) const noexcept {
+        return lastIndexOf(wanted, from);
+    }
+    /// `lastIndexOf(wanted, from)`.
+    [[nodiscard]] size_type rfind(std::string_view wanted, size_type from = npos) const noexcept {
+        return lastIndexOf(wanted, from);
+    }
+    /// `substring(start, count)`, but `start` has to be within the string.
+    /// @throws OutOfBoundsException when `start` is greater than `length()`
+    [[nodiscard]] String substr(size_type start = 0, size_type count = npos) const {
+        if (start > length()) {
+            detail::throwOutOfBounds(length(), start);
+        }
+        return substring(start, count);
+    }
+    /// @}
+
     /// The byte at `index`; `index` equal to `length()` gives the terminating NUL.
     /// @throws OutOfBoundsException when `index` is greater than `length()`
     [[nodiscard]] char operator[](std::size_t index) const { return charAt(index); }
@@ -155,6 +263,9 @@ public:
     String& operator+=(std::string_view text);
     /// Appends one byte, NUL too; amortised constant time.
     String& operator+=(char byte) { return *this += std::string_view(&byte, 1); }
+    /// A number is no text.
+    template <typename T, detail::IfNumber<T> = 0>
+    String& operator+=(T) = delete;
     /// The named form of `+=`.
     String& concat(std::string_view text) { return *this += text; }
 
@@ -246,6 +357,57 @@ public:
     friend bool operator<=(String const& a, String const& b) noexcept { return !(b < a); }
     /// Whether `a` does not come before `b`.
     friend bool operator>=(String const& a, String const& b) noexcept { return !(a < b); }
+    /// Whether `a` comes before `b`.
+    template <typename T, detail::IfOtherText<T> = 0>
+    friend bool operator<(String const& a, T const& b) noexcept {
+        return std::string_view(a) < std::string_view(b);
+    }
+    /// Whether `a` comes before `b`.
+    template <typename T, detail::IfOtherText<T> = 0>
+    friend bool operator<(T const& a, String const& b) noexcept {
+        return std::string_view(a) < std::string_view(b);
+    }
+    /// Whether `a` comes behind `b`.
+    template <typename T, detail::IfOtherText<T> = 0>
+    friend bool operator>(String const& a, T const& b) noexcept {
+        return b < a;
+    }
+    /// Whether `a` comes behind `b`.
+    template <typename T, detail::IfOtherText<T> = 0>
+    friend bool operator>(T const& a, String const& b) noexcept {
+        return b < a;
+    }
+    /// Whether `a` does not come behind `b`.
+    template <typename T, detail::IfOtherText<T> = 0>
+    friend bool operator<=(String const& a, T const& b) noexcept {
+        return !(b < a);
+    }
+    /// Whether `a` does not come behind `b`.
+    template <typename T, detail::IfOtherText<T> = 0>
+    friend bool operator<=(T const& a, String const& b) noexcept {
+        return !(b < a);
+    }
+    /// Whether `a` does not come before `b`.
+    template <typename T, detail::IfOtherText<T> = 0>
+    friend bool operator>=(String const& a, T const& b) noexcept {
+        return !(a < b);
+    }
+    /// Whether `a` does not come before `b`.
+    template <typename T, detail::IfOtherText<T> = 0>
+    friend bool operator>=(T const& a, String const& b) noexcept {
+        return !(a < b);
+    }
+#ifdef __cpp_lib_three_way_comparison
+    /// How `a` stands to `b`; from C++20 on.
+    friend std::strong_ordering operator<=>(String const& a, String const& b) noexcept {
+        return std::string_view(a) <=> std::string_view(b);
+    }
+    /// How `a` stands to `b`; from C++20 on.
+    template <typename T, detail::IfOtherText<T> = 0>
+    friend std::strong_ordering operator<=>(String const& a, T const& b) noexcept {
+        return std::string_view(a) <=> std::string_view(b);
+    }
+#endif
     /// @}
 
     /// @name Concatenation
@@ -265,6 +427,16 @@ public:
     [[nodiscard]] friend String operator+(T const& a, String const& b) {
         return detail::prepended(std::string_view(a), b);
     }
+    /// The byte `a` with `b` behind it.
+    [[nodiscard]] friend String operator+(char a, String const& b) {
+        return detail::prepended(std::string_view(&a, 1), b);
+    }
+    /// A number is no text.
+    template <typename T>
+    friend detail::IfNumber<T, String> operator+(String const& a, T b) = delete;
+    /// A number is no text.
+    template <typename T>
+    friend detail::IfNumber<T, String> operator+(T a, String const& b) = delete;
     /// @}
 
     // ---------------------------------------------------------------- not API
@@ -297,14 +469,30 @@ inline void swap(String& a, String& b) noexcept { a.swap(b); }
 /// @par Complexity linear. @par Thread safety `out` needs exclusive access.
 ZEB_EXPORT std::ostream& operator<<(std::ostream& out, String const& text);
 
+/// @name Reading from a stream
+/// What `std::string`'s functions of the same names do, but `text` stays as it was when nothing is
+/// read and when anything is thrown.
+/// @throws std::bad_alloc, with the bytes taken from the stream; what a stream with an exception
+///   mask throws
+/// @par Complexity linear in what is read. @par Thread safety `in` and `text` need exclusive
+///   access.
+/// @{
+/// A word: white space of the stream's locale is skipped, and ends it; a width, too.
+ZEB_EXPORT std::istream& operator>>(std::istream& in, String& text);
+/// A line: all bytes, NUL too, up to `delimiter`, which is taken out of the stream and dropped.
+ZEB_EXPORT std::istream& getline(std::istream& in, String& text, char delimiter = '\n');
+/// @}
+
 }  // namespace zeb::foundation
 
 /// @cond The site's generator does not know a qualified name here.
 /// The hash of the bytes, as of a `std::string_view`. Linear time.
 template <>
 struct std::hash<zeb::foundation::String> {
+    /// What reads as bytes is hashed as such.
+    using is_transparent = void;
     /// The hash of `text`.
-    std::size_t operator()(zeb::foundation::String const& text) const noexcept {
+    std::size_t operator()(std::string_view text) const noexcept {
         return std::hash<std::string_view>()(text);
     }
 };
