@@ -7,13 +7,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
+#include <iterator>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <utility>
 
 namespace zeb::xmltoolkit {
 
 struct XMLDocument;
+class XMLChildren;
 
 /// A handle to an element of a parsed tree, or to none: a null handle.
 ///
@@ -53,6 +56,25 @@ public:
     [[nodiscard]] foundation::Array<std::pair<foundation::String, foundation::String>> getAttrs()
         const;
 
+    /// The value of the attribute `name`, compared byte by byte; none when the element has no such
+    /// attribute, which is not the same as an empty value.
+    /// @par Complexity linear in the attributes and the value
+    /// ```cpp
+    /// XMLNode const disk = XMLParserDOM::parse("<disk id='7' label=''/>");
+    /// disk.getAttr("id") == "7"
+    /// disk.getAttr("label") == ""
+    /// !disk.getAttr("ID")
+    /// disk.getAttr("size").value_or("unknown") == "unknown"
+    /// ```
+    [[nodiscard]] std::optional<foundation::String> getAttr(std::string_view name) const {
+        for (std::size_t i = 0; i < attributeCount(); ++i) {
+            if (attributeNameView(i) == name) {
+                return foundation::String(attributeValueView(i));
+            }
+        }
+        return std::nullopt;
+    }
+
     /// The character data that stands directly in the element, CDATA sections and replaced entities
     /// included, joined over the child elements in between; that of child elements is not included.
     /// Lines end in "\n" as XML demands.
@@ -84,7 +106,25 @@ public:
     [[nodiscard]] XMLNode getNext() const& noexcept { return XMLNode(*this).getNext(); }
     /// The same, from a handle that is no longer needed.
     [[nodiscard]] XMLNode getNext() && noexcept;
+    /// The child elements, in order.
+    /// ```cpp
+    /// XMLNode const list = XMLParserDOM::parse("<a><b/>text<c/></a>");
+    /// String names;
+    /// for (XMLNode const& child : list.children()) {
+    ///     names += child.getName();
+    /// }
+    /// names == "bc"
+    /// ```
+    [[nodiscard]] XMLChildren children() const noexcept;
     /// @}
+
+    /// Whether both refer to the same element of the same tree, or both are null. Trees of two
+    /// parses have no element in common, whatever their texts. Constant time.
+    friend bool operator==(XMLNode const& a, XMLNode const& b) noexcept {
+        return a.document_ == b.document_ && (a.isNull() || a.index_ == b.index_);
+    }
+    /// The opposite of `==`.
+    friend bool operator!=(XMLNode const& a, XMLNode const& b) noexcept { return !(a == b); }
 
     /// The element and all below it as well-formed XML in UTF-8, without an XML declaration; empty
     /// for a null handle. Parsing it gives an equal tree. Default attributes are written out,
@@ -122,6 +162,65 @@ private:
     std::uint32_t index_ = 0;
     std::uint32_t siblingsEnd_ = 0;
 };
+
+/// The child elements of a node, for a loop over them. It keeps the tree alive.
+/// @par Exceptions none. @par Complexity constant for each step.
+/// @par Thread safety as of `XMLNode`.
+class XMLChildren {
+public:
+    /// A position among the children; reading it gives a handle that lives until the next step.
+    class const_iterator {
+    public:
+        using iterator_category = std::input_iterator_tag;
+        using value_type = XMLNode;
+        using difference_type = std::ptrdiff_t;
+        using pointer = XMLNode const*;
+        using reference = XMLNode const&;
+
+        /// Behind the last child of any node.
+        const_iterator() noexcept = default;
+        /// At `child`.
+        explicit const_iterator(XMLNode child) noexcept : child_(std::move(child)) {}
+
+        [[nodiscard]] reference operator*() const noexcept { return child_; }
+        [[nodiscard]] pointer operator->() const noexcept { return &child_; }
+        const_iterator& operator++() noexcept {
+            child_ = std::move(child_).getNext();
+            return *this;
+        }
+        const_iterator operator++(int) noexcept {
+            const_iterator before(*this);
+            ++*this;
+            return before;
+        }
+        friend bool operator==(const_iterator const& a, const_iterator const& b) noexcept {
+            return a.child_ == b.child_;
+        }
+        friend bool operator!=(const_iterator const& a, const_iterator const& b) noexcept {
+            return !(a == b);
+        }
+
+    private:
+        XMLNode child_;
+    };
+
+    /// The children of the node whose first child is `first`.
+    explicit XMLChildren(XMLNode first) noexcept : first_(std::move(first)) {}
+
+    /// The first child.
+    [[nodiscard]] const_iterator begin() const noexcept { return const_iterator(first_); }
+    /// Behind the last child.
+    [[nodiscard]] const_iterator end() const noexcept { return {}; }
+    /// Whether there is no child.
+    [[nodiscard]] bool empty() const noexcept { return first_.isNull(); }
+
+    // ---------------------------------------------------------------- not API
+
+private:
+    XMLNode first_;
+};
+
+inline XMLChildren XMLNode::children() const noexcept { return XMLChildren(getChild()); }
 
 /// Writes `node.toString()`, field width and fill applied to the whole of it; the locale has no
 /// influence.
