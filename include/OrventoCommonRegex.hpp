@@ -107,6 +107,9 @@ public:
     static constexpr std::size_t MAX_SUBJECT_LENGTH = std::size_t{1} << 30;
 
     /// Compiles `pattern`.
+    /// @param options constants of this class, never flags of `regcomp`: `REG_EXTENDED` is the 1
+    ///   that means `BASIC_SYNTAX` here, and `REG_ICASE` the 2 of `CASE_INSENSITIVE` by chance
+    ///   alone
     /// @throws RegularExpressionException when it does not compile, std::bad_alloc
     explicit RegularExpression(String const& pattern, CompilationOptions options);
     /// Compiles `pattern`, bytes up to a NUL. When it is null nothing is compiled: the object has

@@ -36,6 +36,12 @@ using zeb::foundation::IFileStream;
 using zeb::foundation::String;
 using zeb::foundation::StringArray;
 
+namespace detail {
+/// False for every type: a function template that exists for some types asserts it for the others.
+template <typename T>
+inline constexpr bool NO_OVERLOAD = false;
+}  // namespace detail
+
 namespace TextOperations {
 
 /// Log component of all functions of this header: "zeb.common.TextOperations". Call `get()`; it is
@@ -414,7 +420,13 @@ public:
 /// ```
 /// @{
 template <typename T>
-T string_to_number(String const& text, int base) = delete;
+T string_to_number(String const&, int) {
+    static_assert(
+        detail::NO_OVERLOAD<T>,
+        "string_to_number reads double, float, and the integers of 8, 16, 32 and 64 bits: "
+        "write signed char for char, long long for long, unsigned long long for unsigned "
+        "long or std::size_t, and no const or reference");
+}
 template <>
 [[nodiscard]] ZEB_EXPORT double string_to_number<double>(String const& text, int base);
 template <>
@@ -454,7 +466,12 @@ template <>
 /// ```
 /// @{
 template <typename T>
-String Hexify(T const& value, bool pad) = delete;
+String Hexify(T const&, bool) {
+    static_assert(detail::NO_OVERLOAD<T>,
+                  "Hexify takes unsigned short, unsigned int and int: cast smaller integers to "
+                  "unsigned int, write larger ones in two parts");
+    return String();
+}
 template <>
 [[nodiscard]] ZEB_EXPORT String Hexify<unsigned short>(unsigned short const& value, bool pad);
 template <>

@@ -130,6 +130,7 @@ ZEB_EXPORT void logErroneousException(char const* text, std::exception const& ex
 
 namespace detail {
 
+#ifdef __cpp_exceptions
 /// Deletes `object`; an exception from its destructor is logged with `text` and goes no further.
 template <typename T>
 void deleteLogged(T* object, char const* text) noexcept {
@@ -143,6 +144,16 @@ void deleteLogged(T* object, char const* text) noexcept {
         logErroneousException(text);
     }
 }
+#else
+// A name of its own: a program may have code of both kinds in it.
+inline namespace withoutExceptions {
+/// Deletes `object`, in code that is compiled without exceptions and so cannot hold one up.
+template <typename T>
+void deleteLogged(T* object, char const*) noexcept {
+    delete object;
+}
+}  // namespace withoutExceptions
+#endif
 
 }  // namespace detail
 
