@@ -228,9 +228,10 @@ TEST(LibcCostSums, Lengths) {
 // The limits were measured. Another glibc may take more stack, memory or time for the same pattern.
 TEST(LibcLimits, WereMeasuredWithThisGlibc) {
     std::string_view const running = ::gnu_get_libc_version();
-    if (running != LibcLimits::MEASURED_WITH) {
+    if (!LibcLimits::isMeasured(running)) {
         GTEST_SKIP() << "glibc " << running << ": the limits were measured with "
-                     << LibcLimits::MEASURED_WITH << "; tools/hunt-patterns tries them with this";
+                     << testing::PrintToString(LibcLimits::MEASURED_WITH)
+                     << "; tools/hunt-patterns tries them with this";
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include <gnu/libc-version.h>
 
-#include <cstring>
 #include <cwchar>
 #include <utility>
 
@@ -151,9 +150,7 @@ bool isASCII(std::string_view text) noexcept {
 }
 
 /// Whether the order in which libc prefers is the one that was measured.
-bool isMeasured() noexcept {
-    return std::strcmp(::gnu_get_libc_version(), LibcLimits::MEASURED_WITH) == 0;
-}
+bool isMeasured() noexcept { return LibcLimits::isMeasured(::gnu_get_libc_version()); }
 
 }  // namespace
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 /// @file
 /// What libc is trusted with, and the names of what it is not trusted with.
@@ -61,8 +62,17 @@ constexpr char const* PATTERN_HAZARD_NAMES[] = {
 };
 
 struct LibcLimits {
-    /// The glibc that the figures below were measured with.
-    static constexpr char const* MEASURED_WITH = "2.36";
+    /// The releases of glibc that the figures below were measured with, and the matcher's order of
+    /// preference.
+    static constexpr std::string_view MEASURED_WITH[] = {"2.36", "2.41"};  // Debian 12 and 13
+    static constexpr bool isMeasured(std::string_view glibc) noexcept {
+        for (std::string_view const release : MEASURED_WITH) {
+            if (glibc == release) {
+                return true;
+            }
+        }
+        return false;
+    }
 
     /// Bytes of the pattern. The largest copies that libc makes of it take 16 bytes each.
     static constexpr std::size_t MAX_LENGTH = 65536;
