@@ -133,6 +133,37 @@ std::string entities(bool inAttribute) {
     return text + (inAttribute ? "]><r a=\"&e29;\"/>" : "]><r>&e29;</r>");
 }
 
+/// Entities each of which refers to the one before.
+std::string chain(std::size_t links, std::string const& before, std::string const& behind) {
+    std::string text = "<!DOCTYPE r [<!ENTITY e0 'x'>";
+    for (std::size_t i = 1; i < links; ++i) {
+        text += "<!ENTITY e" + std::to_string(i) + " '" + before + "&e" + std::to_string(i - 1) +
+                ";" + behind + "'>";
+    }
+    return text;
+}
+
+/// The same with parameter entities.
+std::string parameterChain(std::size_t links) {
+    std::string text = "<!DOCTYPE r [<!ENTITY % e0 '<!--x-->'>";
+    for (std::size_t i = 1; i < links; ++i) {
+        text += "<!ENTITY % e" + std::to_string(i) + " '&#37;e" + std::to_string(i - 1) + ";'>";
+    }
+    return text;
+}
+
+constexpr std::size_t LINKS = 200000;
+std::string const LAST = "e" + std::to_string(LINKS - 1) + ";";
+
+/// `text`, in UTF-16 with its mark, with the unit "@" replaced by a lone surrogate.
+std::string withLoneSurrogate(std::string_view text) {
+    std::string bytes = "\xFF\xFE";
+    for (char const byte : text) {
+        bytes += byte == '@' ? std::string("\x3D\xD8") : std::string{byte, '\0'};
+    }
+    return bytes;
+}
+
 std::string numbered(std::size_t count, std::string_view before, std::string_view after) {
     std::string text;
     for (std::size_t i = 0; i < count; ++i) {
@@ -209,6 +240,48 @@ std::vector<Input> inputs() {
         xml(
             "XML, 1,000,000 distinct names",
             [] { return "<r>" + numbered(MILLION, "<n", "/>") + "</r>"; }, WORKS),
+        xml(
+            "XML, 200,000 entities nested in content",
+            [] { return chain(LINKS, "", "") + "]><r>&" + LAST + "</r>"; }, REFUSED),
+        xml(
+            "XML, 200,000 entities nested, each with an element",
+            [] { return chain(LINKS, "<b>", "</b>") + "]><r>&" + LAST + "</r>"; }, REFUSED),
+        xml(
+            "XML, 200,000 entities nested in an attribute",
+            [] { return chain(LINKS, "", "") + "]><r a='&" + LAST + "'/>"; }, REFUSED),
+        xml(
+            "XML, 200,000 entities nested in a default value",
+            [] { return chain(LINKS, "", "") + "<!ATTLIST r a CDATA '&" + LAST + "'>]><r/>"; },
+            REFUSED),
+        xml(
+            "XML, 200,000 parameter entities nested",
+            [] { return parameterChain(LINKS) + "%" + LAST + "]><r/>"; }, REFUSED),
+        xml(
+            "XML, 200,000 parameter entities nested in a value",
+            [] {
+                return parameterChain(LINKS) + "<!ENTITY % t '<!ENTITY z \"&#37;" + LAST +
+                       "\">'>%t;]><r/>";
+            },
+            REFUSED),
+        xml(
+            "XML, 200,000 entities nested, never referred to",
+            [] { return chain(LINKS, "", "") + "]><r/>"; }, WORKS),
+        xml(
+            "XML, 200,000 entities that refer to one",
+            [] {
+                return "<!DOCTYPE r [<!ENTITY e 'x'>" + numbered(LINKS, "<!ENTITY e", " '&e;'>") +
+                       "]><r>&e5;</r>";
+            },
+            WORKS),
+        xml(
+            "XML, a lone surrogate before a tag, in UTF-16",
+            [] { return withLoneSurrogate("<r>@<b/></r>"); }, REFUSED),
+        xml(
+            "XML, a mark of UTF-8 and `encoding='ISO-8859-1'`",
+            [] {
+                return std::string("\xEF\xBB\xBF<?xml version='1.0' encoding='ISO-8859-1'?><r/>");
+            },
+            REFUSED),
         xml(
             "XML, `version='9'`", [] { return "<?xml version='9'?><r/>"; }, REFUSED),
         sed("sed, `s/(.)\\1+/\\1/g` on 1,000 runs", repeat("aab", 1000), "s/(.)\\1+/\\1/g", WORKS),

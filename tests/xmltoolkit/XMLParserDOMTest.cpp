@@ -46,10 +46,73 @@ TEST(XMLParserDOM, JoinsSurrogatesOfUTF16) {
                     inUTF16("</a>", false))
                   .getText(),
               "\xF0\x9F\x98\x80");
-    // Some releases of libexpat see a character here that swallows the tag, and an element without
-    // end.
-    EXPECT_NE(rejection("\xFE\xFF" + inUTF16("<a>", false) + "\xD8\x3D" + inUTF16("</a>", false)),
-              "");
+}
+
+TEST(XMLParserDOM, RefusesALoneSurrogateAtItsPlace) {
+    // Some releases of libexpat see a character here that swallows what comes next.
+    constexpr std::string_view TEXT =
+        "<!DOCTYPE a [<!ENTITY e 'v'><!--c-->]><a x='1'>t&e;<b/><!--c--><![CDATA[d]]><?p i?></a>";
+    for (bool const littleEndian : {false, true}) {
+        std::string const mark = littleEndian ? "\xFF\xFE" : "\xFE\xFF";
+        for (char const high : {'\xD8', '\xDB', '\xDC', '\xDF'}) {
+            std::string const unit =
+                littleEndian ? std::string{'\x3D', high} : std::string{high, '\x3D'};
+            for (std::size_t at = 0; at <= TEXT.size(); ++at) {
+                SCOPED_TRACE(at);
+                std::string const said =
+                    rejection(mark + inUTF16(TEXT.substr(0, at), littleEndian) + unit +
+                              inUTF16(TEXT.substr(at), littleEndian));
+                // As if UTF-8 had surrogates.
+                std::string const asUTF8 =
+                    "\xED" + std::string{static_cast<char>(0xA0 | (high & 7) << 2), '\xBD'};
+                std::string const expected =
+                    rejection("\xEF\xBB\xBF" + std::string(TEXT.substr(0, at)) + asUTF8 +
+                              std::string(TEXT.substr(at)));
+                if (at < TEXT.size() || static_cast<unsigned char>(high) >= 0xDC) {
+                    EXPECT_EQ(said, expected);
+                } else {
+                    EXPECT_EQ(said,
+                              "line 1, column " + std::to_string(at + 2) + ": partial character");
+                }
+                EXPECT_NE(said, "");
+            }
+        }
+    }
+    EXPECT_EQ(rejection("\xFF\xFE" + inUTF16("<r>", true) + "\x3D\xD8" + inUTF16("<b/></r>", true)),
+              "line 1, column 5: not well-formed (invalid token)");
+}
+
+TEST(XMLParserDOM, RefusesAnEncodingThatTheMarkContradicts) {
+    std::string const reason = ": encoding specified in XML declaration is incorrect";
+    std::string const mark = "\xEF\xBB\xBF";
+    auto const declared = [](std::string const& encoding) {
+        return "<?xml version=\"1.0\" encoding=\"" + encoding + "\"?><a>\xC3\xA9</a>";
+    };
+    for (char const* const encoding :
+         {"ISO-8859-1", "iso-8859-1", "US-ASCII", "us-ascii", "UTF-16"}) {
+        EXPECT_EQ(rejection(mark + declared(encoding)), "line 1, column 32" + reason) << encoding;
+    }
+    EXPECT_EQ(rejection(mark + "<?xml version='1.0'\r\n\rencoding = 'ISO-8859-1'?><a/>"),
+              "line 3, column 13" + reason);
+    EXPECT_EQ(parse(mark + declared("utf-8")).getText(), "\xC3\xA9");
+    EXPECT_EQ(rejection(mark + declared("klingon")), "line 1, column 32: unknown encoding");
+    for (bool const little : {false, true}) {
+        std::string const wideMark = little ? "\xFF\xFE" : "\xFE\xFF";
+        auto const said = [&](std::string const& encoding) {
+            return rejection(
+                wideMark +
+                inUTF16("<?xml version=\"1.0\" encoding=\"" + encoding + "\"?><a/>", little));
+        };
+        EXPECT_EQ(said("UTF-16"), "");
+        EXPECT_EQ(said(little ? "utf-16le" : "utf-16be"), "");
+        EXPECT_EQ(said(little ? "UTF-16BE" : "UTF-16LE"), "line 1, column 32" + reason);
+        EXPECT_EQ(said("UTF-8"), "line 1, column 32" + reason);
+        EXPECT_EQ(said("ISO-8859-1"), "line 1, column 32" + reason);
+        EXPECT_EQ(said("klingon"), "line 1, column 32: unknown encoding");
+    }
+    // No declaration, but an instruction of that name.
+    EXPECT_EQ(rejection("<?xml- version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>"),
+              "line 1, column 48: not well-formed (invalid token)");
 }
 
 TEST(XMLParserDOM, RefusesUTF16WithoutItsMark) {
@@ -123,15 +186,54 @@ TEST(XMLParserDOM, RefusesTheSameNamesInEveryEncoding) {
         SCOPED_TRACE(static_cast<int>(static_cast<unsigned char>(letter)));
         std::string const name = std::string("a") + letter;
         EXPECT_EQ(rejection("<a\xC2" + name.substr(1) + "/>"), "line 1, column 3: " + reason);
-        EXPECT_EQ(rejection(declaration + "<" + name + "/>"), "line 1, column 44: " + reason);
+        EXPECT_EQ(rejection(declaration + "<" + name + "/>"), "line 1, column 46: " + reason);
         EXPECT_EQ(rejection(declaration + "<a>\n<b " + name + "='1'/></a>"),
-                  "line 2, column 1: " + reason);
+                  "line 2, column 5: " + reason);
         EXPECT_EQ(rejection(declaration + "<\xC2\xC2" + letter + "\xC2/>"),
-                  "line 1, column 44: " + reason);
+                  "line 1, column 47: " + reason);
         EXPECT_EQ(parse(declaration + "<a x='" + letter + "'>" + letter + "</a>").toString(),
                   std::string("<a x=\"\xC2") + letter + "\">\xC2" + letter + "</a>");
     }
     EXPECT_EQ(parse(declaration + "<\xC2\xB7\xC2/>").toString(), "<\xC3\x82\xC2\xB7\xC3\x82/>");
+}
+
+TEST(XMLParserDOM, RefusesTheSameNamesWhereverTheyStand) {
+    // A letter that is in no name, marked by "@".
+    constexpr std::string_view TEXTS[] = {
+        "<?p@ x?><a/>",
+        "<a><?@p?></a>",
+        "<!DOCTYPE a@><a/>",
+        "<!DOCTYPE a [<!ENTITY e@ 'x'>]><a/>",
+        "<!DOCTYPE a [<!ENTITY % e@ 'x'>]><a/>",
+        "<!DOCTYPE a [<!ENTITY e SYSTEM 's' NDATA n@>]><a/>",
+        "<!DOCTYPE a [<!ELEMENT a@ ANY>]><a/>",
+        "<!DOCTYPE a [<!ELEMENT a (b@)>]><a/>",
+        "<!DOCTYPE a [<!ATTLIST a@ b CDATA ''>]><a/>",
+        "<!DOCTYPE a [<!ATTLIST a b@ CDATA ''>]><a/>",
+        "<!DOCTYPE a [<!ATTLIST a b (c@) 'c'>]><a/>",
+        "<!DOCTYPE a [<!NOTATION n@ SYSTEM 's'>]><a/>",
+        "<!DOCTYPE a [%e@;]><a/>",
+        "<!DOCTYPE a SYSTEM 's'><a>&e@;</a>",
+        "<!DOCTYPE a SYSTEM 's'><a b='&e@;'/>",
+        "<!DOCTYPE a [<!ENTITY e '&e@;'>]><a/>",
+    };
+    std::string const declaration = "<?xml version='1.0' encoding='ISO-8859-1'?>";
+    for (std::string_view const text : TEXTS) {
+        for (char const letter : {'\xAA', '\xB5', '\xBA'}) {
+            SCOPED_TRACE(text);
+            std::size_t const at = text.find('@');
+            std::string const before(text.substr(0, at));
+            std::string const behind(text.substr(at + 1));
+            std::string const utf8 = rejection("\xEF\xBB\xBF" + before + "\xC2" + letter + behind);
+            EXPECT_NE(utf8, "");
+            std::string const unit{'\0', letter};
+            EXPECT_EQ(
+                rejection("\xFE\xFF" + inUTF16(before, false) + unit + inUTF16(behind, false)),
+                utf8);
+            EXPECT_EQ(rejection(declaration + "\n" + before + letter + behind).substr(6),
+                      rejection("\n" + before + "\xC2" + letter + behind).substr(6));
+        }
+    }
 }
 
 /// One character of the first plane in UTF-8.
@@ -201,6 +303,17 @@ TEST(XMLParserDOM, NeverFetchesExternalEntities) {
         "<a/>");
     EXPECT_EQ(rejection("<!DOCTYPE a [<!ENTITY e SYSTEM 'file:///x'>]><a v='&e;'/>"),
               "line 1, column 52: reference to external entity in attribute");
+}
+
+TEST(XMLParserDOM, AReferenceToWhatNobodyReadsGivesNothing) {
+    EXPECT_EQ(parse("<!DOCTYPE a SYSTEM 's'><a x='[&u;]'>[&u;]</a>").toString(),
+              "<a x=\"[]\">[]</a>");
+    std::string const behind =
+        "<!DOCTYPE a [<!ENTITY b '1'><!ENTITY % p SYSTEM 's'>%p;<!ENTITY e '2'>"
+        "<!ATTLIST a y CDATA '3'>]><a x='[&b;&e;]'/>";
+    EXPECT_EQ(parse(behind).toString(), "<a x=\"[1]\"/>");
+    EXPECT_EQ(parse("<?xml version='1.0' standalone='yes'?>" + behind).toString(),
+              "<a x=\"[12]\" y=\"3\"/>");
 }
 
 // ----------------------------------------------------------------------------------- Content

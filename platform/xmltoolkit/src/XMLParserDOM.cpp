@@ -1,8 +1,11 @@
 #include <zeb/xmltoolkit/XMLParserDOM.hpp>
 
+// expat.h declares the limits on entities only to who says what libexpat was built with.
+#define XML_DTD
 #include <expat.h>
-#include <sys/random.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <exception>
@@ -15,6 +18,10 @@
 #include <zeb/foundation/Format.hpp>
 #include <zeb/foundation/StringBuffer.hpp>
 
+#include "EntityNesting.hpp"
+#include "NameTable.hpp"
+#include "UTF8Conversion.hpp"
+#include "XMLDeclaration.hpp"
 #include "XMLDocument.hpp"
 
 namespace zeb::xmltoolkit {
@@ -33,7 +40,9 @@ constexpr char UNIT[] = "XMLParserDOM";
 /// last it counts the lines, which costs a sixth of the time, so most texts should be one piece.
 constexpr std::size_t PIECE_SIZE = std::size_t{32} << 20;
 
-/// How much default attributes may add to a text, as libexpat limits it for entities.
+constexpr std::size_t NPOS = std::string_view::npos;
+
+/// How much entities may add to a text, and how much default attributes.
 constexpr std::uint64_t MAXIMUM_AMPLIFICATION = 100;
 constexpr std::uint64_t AMPLIFICATION_THRESHOLD = std::uint64_t{8} << 20;
 
@@ -56,205 +65,89 @@ std::int64_t currentByte(XML_Parser parser) { return XML_GetCurrentByteIndex64(p
 
 constexpr char WRONG_VERSION[] = "XML version is not 1.x";
 
-/// XML 1.0 has no version but "1." and digits; libexpat 2.5 does not look.
-bool isVersion(std::string_view version) noexcept {
-    return version.size() > 2 && version.substr(0, 2) == "1." &&
-           version.find_first_not_of("0123456789", 2) == std::string_view::npos;
+/// Refuses what comes after `text`, which is ASCII behind a mark in UTF-8.
+[[noreturn]] void refuseBehind(std::string_view text, std::string_view reason) {
+    std::uint64_t line = 1;
+    std::uint64_t column = 0;
+    for (std::size_t at = 2; at < text.size(); ++at) {
+        bool const isLineEnd = text[at] == '\n' || text[at] == '\r';
+        line += isLineEnd && !(text[at] == '\n' && text[at - 1] == '\r') ? 1 : 0;
+        column = isLineEnd ? 0 : column + 1;
+    }
+    refuse(line, column + 1, reason);
 }
 
-/// Whether a byte order mark is the first character of `xml`.
-bool startsWithMark(std::string_view xml) noexcept {
-    return xml.substr(0, 2) == "\xFF\xFE" || xml.substr(0, 2) == "\xFE\xFF" ||
-           xml.substr(0, 3) == "\xEF\xBB\xBF";
-}
+/// What libexpat gets of a document: UTF-8, or ASCII under whatever name.
+struct Input {
+    std::string_view text;
+    /// The encoding and the bytes of the document as it was given.
+    Encoding encoding;
+    std::size_t size;
 
-/// Whether the first quoted value of `xml` begins at the byte `at` and has only characters that a
-/// version may have. When libexpat stops there, in the XML declaration, it has refused a version
-/// that libexpat 2.5 accepts and hands to the handler.
-bool isVersionAt(std::string_view xml, std::size_t at) noexcept {
-    constexpr std::string_view ALLOWED =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
-    bool const little = xml.substr(0, 2) == "\xFF\xFE";
-    bool const wide = little || xml.substr(0, 2) == "\xFE\xFF";
-    std::size_t const quote = xml.find_first_of("'\"");
-    if (quote == std::string_view::npos || at != quote + (little ? 2 : 1)) {
-        return false;
+    [[nodiscard]] bool isUTF16() const noexcept {
+        return encoding == Encoding::UTF16_BE || encoding == Encoding::UTF16_LE;
     }
-    std::size_t const width = wide ? 2 : 1;
-    auto const character = [=](std::size_t place) {  // NUL for those outside ASCII
-        std::string_view const unit = xml.substr(place, width);
-        if (unit.size() < width || (wide && unit[little ? 1 : 0] != '\0')) {
-            return '\0';
-        }
-        return unit[wide && !little ? 1 : 0];
-    };
-    while (ALLOWED.find(character(at)) != std::string_view::npos) {
-        at += width;
+    [[nodiscard]] bool isConverted() const noexcept {
+        return isUTF16() || encoding == Encoding::LATIN1;
     }
-    return character(at) == xml[quote];
-}
-
-/// Whether `name`, in UTF-8, holds U+00AA, U+00B5 or U+00BA. They are letters that XML 1.0 allows
-/// in no name; libexpat 2.5 refuses them in UTF-8 but not in UTF-16 and ISO-8859-1. Among the
-/// characters below U+10000 there is no other difference. Names that leave no trace in the tree,
-/// such as those of processing instructions, are as libexpat has them.
-bool hasLetterBannedFromNames(std::string_view name) noexcept {
-    for (std::size_t at = name.find('\xC2'); at != std::string_view::npos;
-         at = name.find('\xC2', at + 1)) {
-        char const next = name[at + 1];
-        if (next == '\xAA' || next == '\xB5' || next == '\xBA') {
-            return true;
-        }
+    /// Whether half a unit follows, which `text` lacks.
+    [[nodiscard]] bool endsInHalfAUnit() const noexcept { return isUTF16() && size % 2 != 0; }
+    /// How many times a byte of `text` may be replaced: a character of ASCII in UTF-16 counts as
+    /// the two bytes that it was.
+    [[nodiscard]] std::uint64_t amplification() const noexcept {
+        return isUTF16() ? 2 * MAXIMUM_AMPLIFICATION : MAXIMUM_AMPLIFICATION;
     }
-    return false;
-}
+};
 
-/// `size` as a document stores it. Parsing::limitSize sees to it that nothing is lost.
-std::uint32_t narrow(std::size_t size) noexcept { return static_cast<std::uint32_t>(size); }
-
-/// A number that who wrote the text cannot know. std::random_device would ask the processor for its
-/// abilities each time, which costs more than parsing a short text on a virtual machine.
-std::uint32_t secretNumber() {
-    std::uint32_t number = 0;
-    if (::getentropy(&number, sizeof number) != 0) {  // COVERAGE: only old kernels fail
-        // The place of the stack is random, too.
-        auto const place = reinterpret_cast<std::uintptr_t>(&number);  // COVERAGE: old kernels only
-        number = static_cast<std::uint32_t>(place >> 4);               // COVERAGE: old kernels only
-    }
-    return number;
-}
-
-/// The distinct names of a document under construction: an open hash table of their indexes.
-///
-/// The hash of a name is its value as a polynomial at a secret point, modulo the prime 2^31 - 1.
-/// Two names of up to n bytes fall into the same one of m places for at most 2n of m points, so
-/// nobody can write a text whose names all fall into one place.
-///
-/// A document repeats itself, though: mostly a name is followed by the one that followed it the
-/// last time. That one is tried first, which spares the hash.
-class NameTable {
-public:
-    /// @param text where the bytes of new names go, each with a NUL behind it
-    NameTable(std::uint32_t secret, StringBuffer& text)
-        : point_(secret % (PRIME - 1) + 1), text_(text), slots_(64, 0) {
-        add("");
-    }
-
-    /// The index of `name`, which is not empty, in the list of names. If the name is new, that is
-    /// their count before the call.
-    std::uint32_t find(char const* name) {
-        std::uint32_t const expected = followers_[last_];
-        if (std::strcmp(text() + list()[expected].position, name) == 0) {
-            return last_ = expected;
-        }
-        std::uint32_t const index = lookUp(name);
-        followers_[last_] = index;
-        return last_ = index;
-    }
-
-    std::size_t count() const noexcept { return names_.size(); }
-
-    Array<XMLDocument::Name> release() noexcept { return std::move(names_); }
-
-private:
-    static constexpr std::uint64_t PRIME = (std::uint64_t{1} << 31) - 1;
-
-    char const* text() const noexcept { return std::string_view(text_).data(); }
-    XMLDocument::Name const* list() const noexcept { return names_.data(); }
-
-    std::uint32_t lookUp(std::string_view name) {
-        std::uint32_t& slot = slots_[slotOf(name)];
-        if (slot != 0) {
-            return slot;
-        }
-        std::uint32_t const index = add(name);
-        slot = index;
-        if (names_.size() > slots_.size() / 2) {
-            grow();
-        }
-        return index;
-    }
-
-    std::uint32_t add(std::string_view name) {
-        auto const index = narrow(names_.size());
-        names_.append({narrow(text_.length()), narrow(name.size())});
-        followers_.push_back(0);
-        text_.append(name).append('\0');
-        return index;
-    }
-
-    /// Where `name` is, or else the free place for it.
-    std::size_t slotOf(std::string_view name) const noexcept {
-        std::size_t const mask = slots_.size() - 1;
-        std::size_t slot = hash(name) & mask;
-        while (slots_[slot] != 0 && bytesOf(slots_[slot]) != name) {
-            slot = (slot + 1) & mask;
-        }
-        return slot;
-    }
-
-    std::size_t hash(std::string_view name) const noexcept {
-        std::uint64_t value = 0;
-        for (char const byte : name) {
-            value = value * point_ + static_cast<unsigned char>(byte);
-            // The product is below 2^62, and the sum below twice the prime.
-            value = (value & PRIME) + (value >> 31);
-            value -= value >= PRIME ? PRIME : 0;
-        }
-        return static_cast<std::size_t>(value);
-    }
-
-    std::string_view bytesOf(std::uint32_t index) const noexcept {
-        return {text() + list()[index].position, list()[index].size};
-    }
-
-    void grow() {
-        slots_.assign(slots_.size() * 2, 0);
-        for (std::uint32_t i = 1; i < names_.size(); ++i) {
-            slots_[slotOf(bytesOf(i))] = i;
-        }
-    }
-
-    std::uint64_t point_;
-    StringBuffer& text_;
-    Array<XMLDocument::Name> names_;
-    /// For each name the one that followed it the last time.
-    std::vector<std::uint32_t> followers_;
-    std::uint32_t last_ = 0;
-    /// Indexes of names; 0, that of the empty name, is a free place. Their number is a power of
-    /// two.
-    std::vector<std::uint32_t> slots_;
+/// A reference that nests entities too deep, thrown where libexpat has not seen it yet.
+struct DeepReference {
+    std::size_t place;
 };
 
 /// One run of the parser over one text.
 class Parsing {
 public:
-    Parsing(std::string_view xml, std::size_t pieceSize)
-        : xml_(xml),
+    /// @param deep where a reference in the text nests entities too deep; the run ends there
+    Parsing(Input const& input, std::size_t pieceSize, std::size_t deep = NPOS)
+        : input_(input),
           pieceSize_(pieceSize),
-          text_(xml.size()),
-          names_(secretNumber(), text_),
-          parser_(XML_ParserCreate(nullptr)) {
+          deep_(deep),
+          text_(input.text.size()),
+          names_(text_),
+          parser_(XML_ParserCreate(input.isConverted() ? "UTF-8" : nullptr)) {
         if (parser_ == nullptr) {
             throw std::bad_alloc();
         }
-        // libexpat's own defaults stay: hash tables salted with the system's randomness, and the
-        // limit on what entities add.
+        // Of libexpat's own defaults the hash tables salted with the system's randomness stay.
         XML_SetUserData(parser_.get(), this);
+        XML_SetBillionLaughsAttackProtectionMaximumAmplification(
+            parser_.get(), static_cast<float>(input.amplification()));
+        XML_SetBillionLaughsAttackProtectionActivationThreshold(parser_.get(),
+                                                                AMPLIFICATION_THRESHOLD);
         // Without a handler for external entities these are skipped, parameter entities included.
         XML_SetParamEntityParsing(parser_.get(), XML_PARAM_ENTITY_PARSING_ALWAYS);
         XML_SetXmlDeclHandler(parser_.get(), onDeclaration);
+        XML_SetEntityDeclHandler(parser_.get(), onEntity);
         XML_SetElementHandler(parser_.get(), onStart, onEnd);
         XML_SetCharacterDataHandler(parser_.get(), onCharacters);
     }
 
+    /// @throws DeepReference unless `deep` was told
     std::shared_ptr<XMLDocument const> run() {
-        refuseLeadingNul();
+        std::string_view const text = input_.text.substr(0, deep_);
         bool last = false;
         for (std::size_t done = 0; !last; done += pieceSize_) {
-            std::string_view const piece = xml_.substr(done, pieceSize_);
-            last = xml_.size() - done == piece.size();
-            feed(piece, last);
+            std::string_view const piece = text.substr(done, pieceSize_);
+            last = text.size() - done == piece.size();
+            feed(piece, last && deep_ == NPOS && !input_.endsInHalfAUnit());
+        }
+        if (deep_ != NPOS) {
+            // A character that is none makes libexpat end here, wherever this is, and tell the
+            // place; or it has another complaint about what it has got so far.
+            feed("\x01", /*last=*/true);
+        } else if (input_.endsInHalfAUnit()) {
+            feed({}, /*last=*/true);
+            refuseHere(XML_ErrorString(XML_ERROR_UNCLOSED_TOKEN));
         }
         auto document = std::make_shared<XMLDocument>();
         document->records = std::move(records_);
@@ -264,14 +157,6 @@ public:
     }
 
 private:
-    /// A NUL in the first two bytes would make libexpat take the text for UTF-16 without its mark.
-    void refuseLeadingNul() const {
-        std::size_t const nul = xml_.substr(0, 2).find('\0');
-        if (nul != std::string_view::npos) {
-            refuse(1, nul + 1, "NUL character, or UTF-16 without its mark");
-        }
-    }
-
     void feed(std::string_view piece, bool last) {
         XML_Status const status =
             XML_Parse(parser_.get(), piece.data(), static_cast<int>(piece.size()),
@@ -282,14 +167,21 @@ private:
         if (status == XML_STATUS_OK) {
             return;
         }
-        XML_Error const error = XML_GetErrorCode(parser_.get());
+        XML_Error error = XML_GetErrorCode(parser_.get());
         if (error == XML_ERROR_NO_MEMORY) {
             throw std::bad_alloc();
         }
         auto const place = static_cast<std::size_t>(currentByte(parser_.get()));
-        if (error == XML_ERROR_XML_DECL && isVersionAt(xml_, place)) {
-            refuse(1, startsWithMark(xml_) ? 2 : 1,
-                   WRONG_VERSION);  // the place seen by the handler
+        if (error == XML_ERROR_INVALID_TOKEN && place == deep_) {
+            refuseHere(String(
+                Format("entities are nested deeper than %1", XMLParserDOM::MAXIMUM_ENTITY_DEPTH)));
+        }
+        if (error == XML_ERROR_XML_DECL && isVersionAt(input_.text, place)) {
+            // The place that the handler sees, behind the mark.
+            refuse(1, input_.text[0] == '<' ? 1 : 2, WRONG_VERSION);
+        }
+        if (error == XML_ERROR_NO_ELEMENTS && input_.endsInHalfAUnit()) {
+            error = XML_ERROR_UNCLOSED_TOKEN;
         }
         refuseHere(XML_ErrorString(error));
     }
@@ -298,19 +190,32 @@ private:
         refuse(currentLine(parser_.get()), currentColumn(parser_.get()) + 1, reason);
     }
 
-    void declaration(char const* version) const {
+    void declaration(char const* version, char const* encoding, int standalone) {
         if (!isVersion(version)) {
             refuseHere(WRONG_VERSION);
         }
+        isStandalone_ = standalone == 1;
+        Fit const found = encoding == nullptr ? Fit::FITS : fit(encoding, input_.encoding);
+        if (found != Fit::FITS) {
+            // Here libexpat would believe the declaration, or was told not to look.
+            refuseBehind(input_.text.substr(0, placeOfEncoding(input_.text)),
+                         XML_ErrorString(found == Fit::DIFFERS ? XML_ERROR_INCORRECT_ENCODING
+                                                               : XML_ERROR_UNKNOWN_ENCODING));
+        }
     }
 
-    std::uint32_t indexOf(char const* name) {
-        std::size_t const known = names_.count();
-        std::uint32_t const index = names_.find(name);
-        if (index == known && hasLetterBannedFromNames(name)) {
-            refuseHere(XML_ErrorString(XML_ERROR_INVALID_TOKEN));
+    void entity(bool isParameter, std::string_view replacement) {
+        if (deep_ != NPOS || !refersToEntities(replacement, isParameter) ||
+            ++referring_ != XMLParserDOM::MAXIMUM_ENTITY_DEPTH) {
+            return;
         }
-        return index;
+        std::uint64_t const replaced =
+            std::max(AMPLIFICATION_THRESHOLD, input_.amplification() * input_.text.size());
+        std::size_t const deep = findDeepReference(input_.text, XMLParserDOM::MAXIMUM_ENTITY_DEPTH,
+                                                   isStandalone_, replaced);
+        if (deep != NPOS) {
+            throw DeepReference{deep};
+        }
     }
 
     void start(char const* name, char const** attributes) {
@@ -320,11 +225,11 @@ private:
         }
         std::size_t const index = records_.size();
         open_.push_back(index);
-        records_.append({indexOf(name), 0, 0});
+        records_.append({names_.find(name), 0, 0});
         std::size_t count = 0;
         for (; attributes[2 * count] != nullptr; ++count) {
             std::string_view const value = attributes[2 * count + 1];
-            std::uint32_t const attributeName = indexOf(attributes[2 * count]);
+            std::uint32_t const attributeName = names_.find(attributes[2 * count]);
             records_.append({attributeName, narrow(text_.length()), narrow(value.size())});
             text_.append(value);
         }
@@ -341,7 +246,7 @@ private:
             defaulted_ += std::string_view(attributes[i]).size() + 2;
         }
         if (defaulted_ > AMPLIFICATION_THRESHOLD &&
-            defaulted_ > MAXIMUM_AMPLIFICATION * xml_.size()) {
+            defaulted_ > MAXIMUM_AMPLIFICATION * input_.size) {
             refuseHere("default attributes make the text more than 100 times as long");
         }
     }
@@ -385,8 +290,18 @@ private:
         }
     }
 
-    static void onDeclaration(void* parsing, char const* version, char const*, int) {
-        guard(parsing, [=](Parsing& self) { self.declaration(version); });
+    static void onDeclaration(void* parsing, char const* version, char const* encoding,
+                              int standalone) {
+        guard(parsing, [=](Parsing& self) { self.declaration(version, encoding, standalone); });
+    }
+    /// @param bytes null for an external entity
+    static void onEntity(void* parsing, char const*, int isParameter, char const* bytes, int count,
+                         char const*, char const*, char const*, char const*) {
+        if (bytes != nullptr) {
+            guard(parsing, [=](Parsing& self) {
+                self.entity(isParameter != 0, {bytes, static_cast<std::size_t>(count)});
+            });
+        }
     }
     static void onStart(void* parsing, char const* name, char const** attributes) {
         guard(parsing, [=](Parsing& self) { self.start(name, attributes); });
@@ -403,8 +318,9 @@ private:
         void operator()(XML_Parser parser) const noexcept { XML_ParserFree(parser); }
     };
 
-    std::string_view xml_;
+    Input input_;
     std::size_t pieceSize_;
+    std::size_t deep_;
     StringBuffer text_;
     NameTable names_;
     Array<XMLDocument::Record> records_;
@@ -412,6 +328,9 @@ private:
     std::vector<std::size_t> open_;
     /// Whether the last record is a text that goes on.
     bool inText_ = false;
+    bool isStandalone_ = false;
+    /// Entities that refer to others.
+    std::size_t referring_ = 0;
     /// Bytes that default attributes have added.
     std::uint64_t defaulted_ = 0;
     /// What a handler has thrown.
@@ -419,10 +338,43 @@ private:
     std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> parser_;
 };
 
+/// A NUL in the first two bytes would make libexpat take the text for UTF-16 without its mark.
+void refuseLeadingNul(std::string_view xml) {
+    std::size_t const nul = xml.substr(0, 2).find('\0');
+    if (nul != NPOS) {
+        refuse(1, nul + 1, "NUL character, or UTF-16 without its mark");
+    }
+}
+
+/// @param converted holds the text when that is not `xml` itself
+Input inputOf(std::string_view xml, StringBuffer& converted) {
+    Input input{xml, encodingOf(xml), xml.size()};
+    if (input.isUTF16()) {
+        appendUTF16(xml, converted);
+        input.text = converted;
+    } else if (input.encoding == Encoding::LATIN1) {
+        appendLatin1(xml, converted);
+        input.text = converted;
+    }
+    return input;
+}
+
+/// Parses `xml` in pieces of `pieceSize` bytes.
+std::shared_ptr<XMLDocument const> documentOf(std::string_view xml, std::size_t pieceSize) {
+    refuseLeadingNul(xml);
+    StringBuffer converted;
+    Input const input = inputOf(xml, converted);
+    try {
+        return Parsing(input, pieceSize).run();
+    } catch (DeepReference const& deep) {
+        return Parsing(input, pieceSize, deep.place).run();
+    }
+}
+
 }  // namespace
 
 XMLNode XMLParserDOM::parse(String const& xml) {
-    std::shared_ptr<XMLDocument const> document = Parsing(xml, PIECE_SIZE).run();
+    std::shared_ptr<XMLDocument const> document = documentOf(xml, PIECE_SIZE);
     std::uint32_t const end = narrow(document->records.size());
     return XMLNode(std::move(document), 0, end);
 }

@@ -13,9 +13,9 @@ namespace zeb::xmltoolkit {
 /// whatever number of bytes it has, a byte order mark included; a carriage return with a line feed
 /// behind it ends one line.
 /// They tell where the offending character, markup or reference begins; of an end tag that does not
-/// fit, its name; for a reference in a value of an attribute, the tag; for anything in the text of
-/// an entity, the reference to that. The locale has no influence; cost and NUL bytes are as of
-/// `foundation::Exception`.
+/// fit, its name; for a reference in a value of an attribute, the tag, or the reference when it
+/// nests entities too deep; for anything in the text of an entity, the reference to that. The
+/// locale has no influence; cost and NUL bytes are as of `foundation::Exception`.
 /// Of `XMLParserDOM::parse("<a>\n<b></a>")`, `what()` is "line 2, column 6: mismatched tag",
 /// `getTextLine()` 2, `getTextColumn()` 6 and `getReason()` "mismatched tag".
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
