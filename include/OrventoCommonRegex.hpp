@@ -24,24 +24,27 @@
 ///   while compiling and matching; let it be the same at both times. In a UTF-8 locale a stray
 ///   byte such as FF is matched neither by `.` nor by `[^x]`.
 /// - Of several matches the leftmost is taken, and of those that start there the longest.
-/// - The time of a search is the C library's: linear in the subject for simple expressions, but
-///   quadratic and worse for some, above all those with back-references.
-/// - A pattern that the C library would answer with a crash, an endless loop or the exhaustion of
-///   all memory does not compile: the reason is the C library's for exhausted memory. Most of these
-///   are beyond any use, such as groups nested 100 deep, 50,000 nodes, or back-references that are
-///   repeated without a limit in several places or together, such as `(a*)(\1\1)*`. With them go
-///   some that the C library might manage: an anchor in what a `+` or a count repeats, beside an
-///   unlimited repeat of what can be empty, which may be the `+` itself (`(^|,)+`; write
-///   `(^|,),*`), a back-reference beside such a repeat (`(.)([a-z]*)*\1`; write
-///   `(.)[a-z]*\1`), and an unlimited repeat of a back-reference alone whose group can match texts
-///   of several lengths or at several places of a match (`(.+)\1+`, `.*(.)\1+`; write `(.+)\1`,
-///   `.*(.)\1{1,9}`), which a run of 16 to 32 equal characters keeps busy for minutes.
+/// - Most expressions are searched in time linear in the subject. Where the C library is needed the
+///   time is its own: quadratic for some expressions, and worse with back-references.
+/// - A pattern that the C library would answer with a crash, an endless loop, the exhaustion of all
+///   memory, or more than a second on 64 bytes does not compile: the reason is the C library's for
+///   exhausted memory. Most of these are beyond any use, such as groups nested 100 deep or 50,000
+///   nodes. The others concern back-references. The C library tries every way to use them, so only
+///   few choices are left to them: how long their group is, where it is, how far behind it they
+///   are. `(.+)\1{1,4}` and `.*(.).*\1` pass, `(.+)\1{1,9}` and `.*(.).*\1.*\1` do not. An
+///   unlimited repeat may contain a back-reference only if it leaves no choice: `(.)\1+` and
+///   `([a-z]+)( \1)+` pass, `(.+)\1+` and `.*(.)\1+` do not. A back-reference next to an
+///   unlimited repeat of what can be empty does not pass if both can take the same characters, as
+///   in
+///   `(.)([a-z]*)*\1` (write `(.)[a-z]*\1`).
 /// - Memory of a search stays with the object, as the C library keeps what it has learned: it grows
 ///   with the pattern and all texts searched so far. A copy starts afresh.
-/// - Any other single unlimited repeat of a back-reference is fine, such as `(.)\1+`. The C library
-///   takes 512 bytes of stack for each byte of the subject then; subjects of more than 256 bytes
-///   are searched on a stack of that size, made for the search. Nothing is found where there is no
-///   such stack, or it would be more than 1 GiB (256 MiB in a 32-bit process).
+/// - For an expression with an unlimited repeat of a back-reference, such as `(.)\1+`, the C
+/// library
+///   takes 512 bytes of stack for each byte of the subject; subjects of more than 32 bytes are
+///   searched on a stack of that size, made for the search. Nothing is found where there is no such
+///   stack, or it would be more than 1 GiB (256 MiB in a 32-bit process). A thread
+///   with 256 KiB of stack suffices for every expression.
 
 namespace ZEBNS2 {
 

@@ -99,7 +99,7 @@ bool CompiledExpression::searchByLibc(std::string_view subject, std::size_t star
     std::uint64_t const stack = std::uint64_t{subject.size()} * LibcLimits::LOOP_STACK_PER_BYTE;
     int const result = recurses_ && stack > CALLERS_STACK
                            ? searchOnOwnStack(expression_, subject.data(), slotCount, slots, flags,
-                                              stack + CALLERS_STACK)
+                                              stack + FIXED_STACK)
                            : ::regexec(&expression_, subject.data(), slotCount, slots, flags);
     // Reject offsets outside the subject, whatever libc answers.
     return result == 0 && 0 <= slots[0].rm_so && slots[0].rm_so <= slots[0].rm_eo &&

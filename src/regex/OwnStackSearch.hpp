@@ -10,8 +10,12 @@
 
 namespace ZEBNS2 {
 
-/// Stack that every caller is expected to have left.
-constexpr std::size_t CALLERS_STACK = std::size_t{128} * 1024;
+/// Of the stack that grows with the subject so much is taken from the caller, who may be in a
+/// thread of 64 KiB.
+constexpr std::size_t CALLERS_STACK = std::size_t{16} * 1024;
+
+/// Stack of a search that does not grow with the subject.
+constexpr std::size_t FIXED_STACK = std::size_t{128} * 1024;
 
 /// The largest stack: half of the addresses of a 32-bit process would be too much to ask.
 constexpr std::size_t MAX_OWN_STACK =

@@ -43,7 +43,7 @@ void inThread(std::size_t stack, Work work) {
 TEST(OwnStackSearch, AnswersDoNotDependOnTheLength) {
     RegularExpression const run("(.)\\1+", 0);
     RegularExpression const words("([a-z]+)( \\1)+", 0);
-    for (int const length : {2, 128, 255, 256, 257, 258, 1000, 3000}) {
+    for (int const length : {2, 30, 31, 32, 33, 256, 257, 1000, 3000}) {
         std::string const subject = '-' + std::string(static_cast<std::size_t>(length), 'a') + 'b';
         EXPECT_EQ(run.first_match(subject.c_str()), Offsets(1, 1 + length));
         EXPECT_EQ(run.all_matches(subject).size(), 2u);
@@ -57,6 +57,19 @@ TEST(OwnStackSearch, SmallStackOfTheCallerSuffices) {
     inThread(256 * 1024, [] {
         std::string const text = std::string(3000, 'a') + "bcc\n" + std::string(256, 'd');
         EXPECT_EQ(ZEBNS2::realSed(text, "s/(.)\\1+/<\\1>/g", 0), "<a>b<c>\n<d>");
+    });
+}
+
+TEST(OwnStackSearch, AThreadOf64KiBSuffices) {
+    if (zeb::test::SANITIZED) {
+        GTEST_SKIP() << "a sanitizer needs more stack";
+    }
+    inThread(64 * 1024, [] {
+        RegularExpression const run("(.)\\1*", 0);
+        for (int const length : {1, 31, 32, 33, 64, 128, 250, 300}) {
+            std::string const subject(static_cast<std::size_t>(length), 'a');
+            ASSERT_EQ(run.first_match(subject.c_str()), Offsets(0, length));
+        }
     });
 }
 

@@ -13,23 +13,27 @@
 
 namespace ZEBNS2 {
 
-/// A set of characters, those of ASCII one by one and all others together. It is never too small:
-/// a letter brings its other case along; i, k and s also bring the others, which in Unicode hold
-/// further cases of them.
+/// A set of characters: those of ASCII one by one, all others in three kinds. Over-approximates: a
+/// letter adds both cases; i, k and s add the other letters, too, some of which Unicode folds to
+/// them.
 class CharacterSet {
 public:
+    /// Kinds of characters beyond ASCII. No character is of two kinds.
+    enum Others : std::uint8_t { NO_OTHERS = 0, WORDS = 1, SPACES = 2, REST = 4, ALL_OTHERS = 7 };
+
     static CharacterSet all() noexcept {
         CharacterSet set;
-        set.bits_[0] = set.bits_[1] = ~std::uint64_t{0};
+        set.ascii_[0] = set.ascii_[1] = ~std::uint64_t{0};
+        set.others_ = ALL_OTHERS;
         return set;
     }
 
     /// All but the characters of ASCII in `bytes`, of letters those of the very case.
     static CharacterSet without(std::bitset<128> const& bytes) noexcept {
         CharacterSet set = all();
-        for (std::size_t byte = 1; byte < bytes.size(); ++byte) {
+        for (std::size_t byte = 0; byte < bytes.size(); ++byte) {
             if (bytes[byte]) {
-                set.bits_[byte / 64] &= ~(std::uint64_t{1} << byte % 64);
+                set.ascii_[byte / 64] &= ~(std::uint64_t{1} << byte % 64);
             }
         }
         return set;
@@ -38,7 +42,7 @@ public:
     /// @param byte of ASCII, or one of another character
     void add(unsigned char byte) noexcept {
         if (byte >= 128) {
-            set(OTHERS);
+            others_ = ALL_OTHERS;
             return;
         }
         set(byte);
@@ -47,43 +51,44 @@ public:
             set(lower);
             set(static_cast<unsigned char>(lower ^ 0x20));
             if (lower == 'i' || lower == 'k' || lower == 's') {
-                set(OTHERS);
+                add(WORDS);
             }
         }
     }
 
-    bool empty() const noexcept { return (bits_[0] | bits_[1]) == 0; }
+    void add(Others kinds) noexcept { others_ = static_cast<std::uint8_t>(others_ | kinds); }
+
+    bool empty() const noexcept { return (ascii_[0] | ascii_[1]) == 0 && others_ == 0; }
 
     bool meets(CharacterSet const& other) const noexcept {
-        return ((bits_[0] & other.bits_[0]) | (bits_[1] & other.bits_[1])) != 0;
+        return ((ascii_[0] & other.ascii_[0]) | (ascii_[1] & other.ascii_[1])) != 0 ||
+               (others_ & other.others_) != 0;
+    }
+
+    /// Whether it contains a character of ASCII that `other` does not.
+    bool exceeds(CharacterSet const& other) const noexcept {
+        return ((ascii_[0] & ~other.ascii_[0]) | (ascii_[1] & ~other.ascii_[1])) != 0;
     }
 
     friend CharacterSet operator|(CharacterSet a, CharacterSet const& b) noexcept {
-        a.bits_[0] |= b.bits_[0];
-        a.bits_[1] |= b.bits_[1];
+        a.ascii_[0] |= b.ascii_[0];
+        a.ascii_[1] |= b.ascii_[1];
+        a.others_ = static_cast<std::uint8_t>(a.others_ | b.others_);
         return a;
     }
 
 private:
-    /// The bit of NUL, which is in no pattern and in no subject, is that of all others.
-    static constexpr unsigned char OTHERS = 0;
+    void set(unsigned char byte) noexcept { ascii_[byte / 64] |= std::uint64_t{1} << byte % 64; }
 
-    void set(unsigned char byte) noexcept { bits_[byte / 64] |= std::uint64_t{1} << byte % 64; }
-
-    std::uint64_t bits_[2] = {};
+    std::uint64_t ascii_[2] = {};
+    std::uint8_t others_ = NO_OTHERS;
 };
 
 /// What a bracket lists.
 class ListedCharacters {
 public:
-    /// @param wanted whether anybody asks for them: most patterns have no back-references
-    explicit ListedCharacters(bool wanted) noexcept : wanted_(wanted) {}
-
     /// In the order of bytes, which is that of libc's locales as far as it matters here.
     void addRange(unsigned char first, unsigned char last) noexcept {
-        if (!wanted_) {
-            return;
-        }
         if (first > last) {
             addUnknown();
         }
@@ -101,42 +106,42 @@ public:
 
     /// A class by its name, such as "digit".
     void addClass(std::string_view name) noexcept {
-        if (!wanted_) {
-            return;
-        }
-        char const* const* const known = std::find(std::begin(CLASSES), std::end(CLASSES), name);
+        auto const* const known =
+            std::find_if(std::begin(CLASSES), std::end(CLASSES),
+                         [&](CharacterClass const& entry) { return name == entry.name; });
         if (known == std::end(CLASSES)) {
             addUnknown();
             return;
         }
-        std::wctype_t const type = std::wctype(*known);
+        std::wctype_t const type = std::wctype(known->name);
         for (unsigned char byte = 0; byte < 128; ++byte) {
             if (std::iswctype(byte, type) != 0) {
                 addRange(byte, byte);
             }
         }
-        if (name != "digit") {
-            most_.add(0xFF);
-        }
+        most_.add(known->others);
     }
 
     /// What may be any character.
     void addUnknown() noexcept { most_ = CharacterSet::all(); }
 
-    /// Empty unless somebody asks.
     CharacterSet characters(bool negated) const noexcept {
-        if (!wanted_) {
-            return {};
-        }
         return negated ? CharacterSet::without(least_) : most_;
     }
 
 private:
-    static constexpr char const* CLASSES[] = {"alnum", "alpha", "blank", "cntrl",
-                                              "digit", "graph", "lower", "print",
-                                              "punct", "space", "upper", "xdigit"};
+    struct CharacterClass {
+        char const* name;
+        CharacterSet::Others others;  ///< the kinds of characters beyond ASCII that it can hold
+    };
+    static constexpr CharacterClass CLASSES[] = {
+        {"alnum", CharacterSet::WORDS},      {"alpha", CharacterSet::WORDS},
+        {"blank", CharacterSet::SPACES},     {"cntrl", CharacterSet::ALL_OTHERS},
+        {"digit", CharacterSet::NO_OTHERS},  {"graph", CharacterSet::ALL_OTHERS},
+        {"lower", CharacterSet::WORDS},      {"print", CharacterSet::ALL_OTHERS},
+        {"punct", CharacterSet::ALL_OTHERS}, {"space", CharacterSet::SPACES},
+        {"upper", CharacterSet::WORDS},      {"xdigit", CharacterSet::WORDS}};
 
-    bool wanted_;
     CharacterSet most_;       ///< all that it lists, or more
     std::bitset<128> least_;  ///< nothing but what it lists
 };

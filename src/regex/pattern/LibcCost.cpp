@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstring>
 
+#include "BackReferenceCost.hpp"
+
 namespace ZEBNS2 {
 
 namespace {
@@ -21,17 +23,24 @@ bool mayHoldBackReference(std::string_view pattern) noexcept {
     return false;
 }
 
-std::uint64_t product(std::uint64_t a, std::uint64_t b) noexcept { return a * b; }
-
-/// Whether `next` can only begin where the uncertainty has an end.
-bool endsUncertainty(CharacterSet const& uncertainty, Fragment const& next) noexcept {
-    return !next.nullable() && !uncertainty.meets(next.alphabet);
+/// What a builder says of a pattern.
+template <class Builder>
+PatternHazard hazardOf(std::string_view pattern, PatternSyntax syntax, Builder& builder) {
+    typename Builder::Fragment whole;
+    if (PatternReader<Builder>(pattern, syntax, builder).read(whole) == PatternEnd::COMPLETE) {
+        builder.finish(whole);
+    }
+    return builder.hazard();
 }
 
-/// The end uncertainty of what has `uncertainty` and of `next` together.
-CharacterSet uncertaintyAfter(CharacterSet const& uncertainty, Fragment const& next) noexcept {
-    return uncertainty.empty() || endsUncertainty(uncertainty, next) ? next.endUncertainty
-                                                                     : uncertainty | next.alphabet;
+std::uint64_t product(std::uint64_t a, std::uint64_t b) noexcept { return a * b; }
+
+/// Whether its only empty path leads through its only anchor, as in `^|x`, and no star in it is
+/// over a nullable body. A star over such a body always finds its end: exhaustive trials of its
+/// like in all companies met no endless search.
+bool isEmptyAtAnchor(Fragment const& body) noexcept {
+    return body.anchors == 1 && body.emptyPaths == 1 && body.unanchoredEmptyPaths == 0 &&
+           !body.hasNullableStar;
 }
 
 }  // namespace
@@ -39,48 +48,39 @@ CharacterSet uncertaintyAfter(CharacterSet const& uncertainty, Fragment const& n
 // ---- leaves: create_token_tree
 
 /// The nodes of one character of so many bytes.
-Fragment LibcCost::characterNode(CharacterSet const& characters, std::uint32_t bytes) noexcept {
+Fragment LibcCost::characterNode(std::uint32_t bytes) noexcept {
     addNodes(bytes);
     Fragment part;
-    part.alphabet = characters;
     part.nodes = part.closures = bytes;
-    part.entryClosure = part.entryDepth = part.depth = part.length = 1;
-    part.emptyPaths = 0;
+    part.entryClosure = part.entryDepth = part.depth = 1;
+    part.emptyPaths = part.unanchoredEmptyPaths = 0;
     return part;
 }
 
 Fragment LibcCost::character(std::string_view bytes, bool /*escaped*/) noexcept {
-    CharacterSet characters;
-    characters.add(static_cast<unsigned char>(bytes.front()));
-    return characterNode(characters, static_cast<std::uint32_t>(bytes.size()));
+    return characterNode(static_cast<std::uint32_t>(bytes.size()));
 }
 
 Fragment LibcCost::period() noexcept {
-    Fragment part = characterNode(CharacterSet::all());
+    Fragment part = characterNode();
     part.multibyteNodes = 1;
     return part;
 }
 
 /// In a UTF-8 locale parse_bracket_exp and build_charclass_op make a choice between single bytes
 /// and longer characters.
-Fragment LibcCost::bracketNodes(CharacterSet const& characters, bool multibyte) noexcept {
-    Fragment part = choice(characterNode(characters), characterNode(characters));
+Fragment LibcCost::bracketNodes(bool multibyte) noexcept {
+    Fragment part = choice(characterNode(), characterNode());
     part.multibyteNodes = multibyte ? 1 : 0;
     return part;
 }
 
 Fragment LibcCost::bracket(std::string_view /*text*/, Members const& members) noexcept {
-    return bracketNodes(members.characters(), members.multibyte());
+    return bracketNodes(members.multibyte());
 }
 
-Fragment LibcCost::classEscape(char letter) noexcept {
-    bool const word = letter == 'w' || letter == 'W';
-    ListedCharacters listed(mayRefer_);
-    listed.addClass(word ? "alnum" : "space");
-    if (word) {
-        listed.addRange('_', '_');
-    }
-    return bracketNodes(listed.characters(letter == 'W' || letter == 'S'), /*multibyte=*/true);
+Fragment LibcCost::classEscape(char /*letter*/) noexcept {
+    return bracketNodes(/*multibyte=*/true);
 }
 
 Fragment LibcCost::epsilonNode() noexcept {
@@ -93,7 +93,8 @@ Fragment LibcCost::epsilonNode() noexcept {
 
 Fragment LibcCost::anchorNode() noexcept {
     Fragment part = epsilonNode();
-    part.anchorExitPaths = part.anchorClosures = 1;
+    part.anchorExitPaths = part.anchorClosures = part.anchors = 1;
+    part.unanchoredEmptyPaths = 0;
     return part;
 }
 
@@ -104,42 +105,26 @@ Fragment LibcCost::anchor(PatternAnchor kind) noexcept {
     return choiceOfTwo ? choice(anchorNode(), anchorNode()) : anchorNode();
 }
 
-Fragment LibcCost::backReference(std::uint32_t number) noexcept {
+Fragment LibcCost::backReference(std::uint32_t /*number*/) noexcept {
     Fragment part = epsilonNode();
     part.backReferences = 1;
-    part.isBackReference = part.needsBackReference = true;
-    part.referencedGroups = 1U << number;
-    part.length = groupLengths_[number];
-    part.alphabet = groupAlphabets_[number];
-    part.variableBackReferences = (variableGroups_ & part.referencedGroups) != 0 ? 1 : 0;
-    part.endUncertainty = part.variableBackReferences != 0 ? part.alphabet : CharacterSet();
+    part.isBackReference = true;
     return part;
 }
 
 // ---- groups: parse_sub_exp, lower_subexp
 
-LibcCost::Group LibcCost::openGroup(Group const& outer, Fragment const& before,
-                                    std::uint32_t number) noexcept {
+LibcCost::Group LibcCost::openGroup(Group const& outer, Fragment const& /*before*/,
+                                    std::uint32_t /*number*/) noexcept {
     if (outer.depth == LibcLimits::MAX_NESTING) {
         refuse(PatternHazard::NESTING);
     }
-    return {number, outer.depth + 1, uncertaintyAfter(outer.startUncertainty, before)};
+    return {outer.depth + 1};
 }
 
 /// lower_subexp puts a node at each end of a group.
-Fragment LibcCost::closeGroup(Group const& group, Fragment const& inner) noexcept {
-    Fragment part = sequence(sequence(epsilonNode(), inner), epsilonNode());
-    if (mayRefer_ && group.number <= MAX_REFERENCED) {
-        std::uint32_t const bit = 1U << group.number;
-        part.groups |= bit;
-        bool const variablePlace =
-            !group.startUncertainty.empty() && !endsUncertainty(group.startUncertainty, inner);
-        variableGroups_ |= variablePlace || !inner.endUncertainty.empty() ? bit : 0;
-        emptyGroups_ |= inner.alphabet.empty() ? bit : 0;
-        groupLengths_[group.number] = inner.length;
-        groupAlphabets_[group.number] = inner.alphabet;
-    }
-    return part;
+Fragment LibcCost::closeGroup(Group const& /*group*/, Fragment const& inner) noexcept {
+    return sequence(sequence(epsilonNode(), inner), epsilonNode());
 }
 
 // ---- sequences and choices: parse_branch, parse_reg_exp; calc_eclosure
@@ -162,19 +147,11 @@ Fragment LibcCost::joined(Fragment const& a, Fragment const& b) noexcept {
     part.nodes = a.nodes + b.nodes;
     part.multibyteNodes = a.multibyteNodes + b.multibyteNodes;
     part.backReferences = a.backReferences + b.backReferences;
-    part.variableBackReferences = a.variableBackReferences + b.variableBackReferences;
     checkBackReferences(part);
-    part.hasBackReferenceStar = a.hasBackReferenceStar || b.hasBackReferenceStar;
-    part.needsBackReference = a.needsBackReference || b.needsBackReference;
-    if (mayRefer_) {
-        part.length = a.length + b.length;
-        part.alphabet = a.alphabet | b.alphabet;
-        part.endUncertainty = uncertaintyAfter(a.endUncertainty, b);
-        part.groups = a.groups | b.groups;
-        part.referencedGroups = a.referencedGroups | b.referencedGroups;
-    }
     part.entryClosure = inClosures(a.entryClosure + product(a.emptyPaths, b.entryClosure));
     part.emptyPaths = inClosures(product(a.emptyPaths, b.emptyPaths));
+    part.unanchoredEmptyPaths = inClosures(product(a.unanchoredEmptyPaths, b.unanchoredEmptyPaths));
+    part.anchors = a.anchors + b.anchors;
     part.exitPaths = inClosures(b.exitPaths + product(a.exitPaths, b.emptyPaths));
     std::uint64_t const fromAIntoB = product(a.exitPaths, b.entryClosure);
     part.closures = inClosures(a.closures + b.closures + fromAIntoB);
@@ -191,14 +168,14 @@ Fragment LibcCost::joined(Fragment const& a, Fragment const& b) noexcept {
     part.exitDepth = std::max(b.exitDepth, b.nullable() ? a.exitDepth + b.emptyDepth : 0);
     part.depth = inDepth(std::max({a.depth, b.depth, a.exitDepth + b.entryDepth}));
     part.entersNullableStar = a.entersNullableStar || (a.nullable() && b.entersNullableStar);
+    part.hasNullableStar = a.hasNullableStar || b.hasNullableStar;
     part.skipsSecond = part.nullable() && (a.skipsSecond || b.skipsSecond);
     part.skipsFirstLater = part.nullable() && (a.skipsFirstLater || b.skipsFirstLater);
     return part;
 }
 
 void LibcCost::checkBackReferences(Fragment const& part) noexcept {
-    if (part.backReferences > LibcLimits::MAX_BACK_REFERENCES ||
-        part.variableBackReferences > LibcLimits::MAX_VARIABLE_BACK_REFERENCES) {
+    if (part.backReferences > LibcLimits::MAX_BACK_REFERENCES) {
         refuse(PatternHazard::BACK_REFERENCES);
     }
 }
@@ -210,23 +187,15 @@ Fragment LibcCost::choice(Fragment const& a, Fragment const& b) noexcept {
     part.nodes = 1 + a.nodes + b.nodes;
     part.multibyteNodes = a.multibyteNodes + b.multibyteNodes;
     part.backReferences = a.backReferences + b.backReferences;
-    part.variableBackReferences = a.variableBackReferences + b.variableBackReferences;
-    part.hasBackReferenceStar = a.hasBackReferenceStar || b.hasBackReferenceStar;
-    part.needsBackReference = a.needsBackReference && b.needsBackReference;
-    if (mayRefer_) {
-        part.length = a.length;
-        part.alphabet = a.alphabet | b.alphabet;
-        if (!a.endUncertainty.empty() || !b.endUncertainty.empty() || a.length != b.length) {
-            part.endUncertainty = part.alphabet;
-        }
-        part.groups = a.groups | b.groups;
-        part.referencedGroups = a.referencedGroups | b.referencedGroups;
-    }
     part.entryClosure = inClosures(std::uint64_t{1} + a.entryClosure + b.entryClosure);
     part.emptyPaths = inClosures(std::uint64_t{a.emptyPaths} + b.emptyPaths);
+    part.unanchoredEmptyPaths =
+        inClosures(std::uint64_t{a.unanchoredEmptyPaths} + b.unanchoredEmptyPaths);
+    part.anchors = a.anchors + b.anchors;
     part.exitPaths = inClosures(std::uint64_t{a.exitPaths} + b.exitPaths + part.emptyPaths);
     part.closures = inClosures(std::uint64_t{a.closures} + b.closures + part.entryClosure);
     part.entersNullableStar = a.entersNullableStar || b.entersNullableStar;
+    part.hasNullableStar = a.hasNullableStar || b.hasNullableStar;
     part.loopClosures = inLoopClosures(std::uint64_t{a.loopClosures} + b.loopClosures +
                                        (part.entersNullableStar ? part.entryClosure : 0));
     part.anchorExitPaths = inClosures(std::uint64_t{a.anchorExitPaths} + b.anchorExitPaths);
@@ -255,22 +224,13 @@ Fragment LibcCost::repeat(Fragment const& item, int least, int most) noexcept {
     if (least == 1 && most == 1) {
         return item;
     }
-    Fragment body = item;
-    if ((body.groups & body.referencedGroups) != 0) {
-        body.variableBackReferences = body.backReferences;
-    }
-    Fragment const repeated = expanded(body, least, most);
-    variableGroups_ |= body.groups;
-    return repeated;
+    return expanded(item, least, most);
 }
 
 /// duplicate_tree
 Fragment LibcCost::copy(Fragment const& a) noexcept {
     addNodes(a.nodes);
     copiedAnchor_ = copiedAnchor_ || a.anchorClosures != 0;
-    if (a.hasBackReferenceStar) {
-        refuse(PatternHazard::BACK_REFERENCES_IN_STAR);
-    }
     return a;
 }
 
@@ -283,7 +243,12 @@ Fragment LibcCost::expanded(Fragment const& a, int least, int most) noexcept {
     if (least == most) {
         return required;
     }
+    bool const plainPlus = least == 1 && most == PATTERN_UNLIMITED && isEmptyAtAnchor(a);
+    bool const copiedAnchorBefore = copiedAnchor_;
     Fragment optional = least > 0 ? copy(a) : a;
+    if (plainPlus) {
+        copiedAnchor_ = copiedAnchorBefore;  // `(^|,)+` is sound
+    }
     if (most == PATTERN_UNLIMITED) {
         optional = star(optional);
     } else {
@@ -298,7 +263,6 @@ Fragment LibcCost::expanded(Fragment const& a, int least, int most) noexcept {
 /// `a*`: one OP_DUP_ASTERISK node, from which paths lead into the body and past it.
 Fragment LibcCost::star(Fragment const& a) noexcept {
     addNodes(1);
-    checkStarOverBackReferences(a);
     bool const overNullable = a.nullable() && !a.isBackReference;
     if (overNullable) {
         checkNullableStar(a);
@@ -307,16 +271,15 @@ Fragment LibcCost::star(Fragment const& a) noexcept {
     part.nodes = 1 + a.nodes;
     part.multibyteNodes = a.multibyteNodes;
     part.backReferences = a.backReferences;
-    part.hasBackReferenceStar = a.backReferences != 0;
-    part.alphabet = part.endUncertainty = a.alphabet;
-    part.groups = a.groups;
-    part.referencedGroups = a.referencedGroups;
-    part.variableBackReferences = a.variableBackReferences;
+    hasBackReferenceStar_ = hasBackReferenceStar_ || a.backReferences != 0;
     part.entryClosure = inClosures(std::uint64_t{1} + a.entryClosure);
     part.emptyPaths = inClosures(std::uint64_t{1} + a.emptyPaths);
+    part.unanchoredEmptyPaths = inClosures(std::uint64_t{1} + a.unanchoredEmptyPaths);
+    part.anchors = a.anchors;
     part.exitPaths = inClosures(std::uint64_t{1} + a.exitPaths);
     part.closures = inClosures(a.closures + product(part.exitPaths, part.entryClosure));
     part.entersNullableStar = overNullable || a.entersNullableStar;
+    part.hasNullableStar = overNullable || a.hasNullableStar;
     part.loopClosures = inLoopClosures(part.entersNullableStar ? part.closures : a.loopClosures);
     part.anchorExitPaths = a.anchorExitPaths;
     part.anchorClosures =
@@ -330,29 +293,10 @@ Fragment LibcCost::star(Fragment const& a) noexcept {
     return part;
 }
 
-/// Where an iteration can avoid the back-reference, as in `("?)(\1?[a-z])*;`, or consists of one to
-/// a variable group and nothing else, as in `(.+)\1*` and `.*(.)\1+`, regexec tries each path at
-/// each iteration: the time doubles with every byte or two of the subject. So it does with
-/// `(.+)(,\1)*`, but only on commas in a row, and with `()(,+\1)*`, where the reference is to
-/// nothing.
-void LibcCost::checkStarOverBackReferences(Fragment const& body) noexcept {
-    if (body.backReferences == 0) {
-        return;
-    }
-    bool const sound =
-        body.backReferences == 1 && body.needsBackReference &&
-        (body.isBackReference ? body.variableBackReferences == 0
-                              : !body.nullable() && (body.referencedGroups & emptyGroups_) == 0);
-    if (!sound || hasBackReferenceStar_) {
-        refuse(PatternHazard::BACK_REFERENCES_IN_STAR);
-    }
-    hasBackReferenceStar_ = true;
-}
-
 void LibcCost::checkNullableStar(Fragment const& body) noexcept {
     ++nullableStars_;
     if (body.anchorExitPaths != 0) {
-        anchorInNullableStar_ = true;
+        anchorInNullableStar_ = anchorInNullableStar_ || !isEmptyAtAnchor(body);
         if (std::max(body.anchorExitPaths, body.emptyPaths) > LibcLimits::MAX_ANCHOR_PATHS) {
             refuse(PatternHazard::ANCHOR_IN_NULLABLE_STAR);
         }
@@ -371,7 +315,7 @@ void LibcCost::dollars(std::size_t row) noexcept {
 }
 
 void LibcCost::finish(Fragment const& pattern) noexcept {
-    sequence(pattern, characterNode({}));  // END_OF_RE
+    sequence(pattern, characterNode());  // END_OF_RE
     limited(product(pattern.multibyteNodes, pattern.nodes), LibcLimits::MAX_MULTIBYTE_SETS,
             PatternHazard::MULTIBYTE_SETS);
     if (nullableStars_ != 0 &&
@@ -380,9 +324,6 @@ void LibcCost::finish(Fragment const& pattern) noexcept {
     }
     if (anchorInNullableStar_ && nullableStars_ > 1) {
         refuse(PatternHazard::ANCHOR_IN_NULLABLE_STAR);
-    }
-    if (pattern.backReferences != 0 && nullableStars_ != 0) {
-        refuse(PatternHazard::BACK_REFERENCE_AND_NULLABLE_STAR);
     }
     if (copiedAnchor_ && nullableStars_ != 0) {
         refuse(PatternHazard::COPIED_ANCHOR_AND_NULLABLE_STAR);
@@ -430,15 +371,16 @@ PatternHazard patternHazard(char const* pattern, PatternSyntax syntax, bool* rec
         return PatternHazard::LENGTH;
     }
     std::string_view const text(pattern, length);
-    LibcCost cost(/*mayRefer=*/mayHoldBackReference(text));
-    Fragment whole;
-    if (PatternReader<LibcCost>(text, syntax, cost).read(whole) == PatternEnd::COMPLETE) {
-        cost.finish(whole);
+    LibcCost cost;
+    PatternHazard hazard = hazardOf(text, syntax, cost);
+    if (hazard == PatternHazard::NONE && mayHoldBackReference(text)) {
+        BackReferenceCost references;
+        hazard = hazardOf(text, syntax, references);
     }
     if (recurses != nullptr) {
         *recurses = cost.hasBackReferenceStar();
     }
-    return cost.hazard();
+    return hazard;
 }
 
 }  // namespace ZEBNS2

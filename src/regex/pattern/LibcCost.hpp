@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <string_view>
 
-#include "CharacterSet.hpp"
 #include "LibcLimits.hpp"
 #include "PatternReader.hpp"
 
@@ -47,9 +46,11 @@ public:
 
         std::uint32_t entryClosure = 0;  ///< nodes on the paths from the entry, once for each path
         std::uint32_t emptyPaths = 1;    ///< from entry to exit; 0 unless the fragment is nullable
-        std::uint32_t exitPaths = 0;     ///< from all nodes together to the exit
-        std::uint32_t closures = 0;      ///< nodes on the paths from all nodes together
-        std::uint32_t loopClosures = 0;  ///< of these, for paths that lead into a nullable star
+        std::uint32_t unanchoredEmptyPaths = 1;  ///< of these, the ones that pass no anchor
+        std::uint32_t anchors = 0;               ///< nodes of anchors
+        std::uint32_t exitPaths = 0;             ///< from all nodes together to the exit
+        std::uint32_t closures = 0;              ///< nodes on the paths from all nodes together
+        std::uint32_t loopClosures = 0;     ///< of these, for paths that lead into a nullable star
         std::uint32_t anchorExitPaths = 0;  ///< exitPaths of the anchors alone
         std::uint32_t anchorClosures = 0;   ///< closures of the anchors alone
 
@@ -58,19 +59,9 @@ public:
         std::uint32_t exitDepth = 0;   ///< ... from any node to the exit
         std::uint32_t depth = 0;       ///< ... of all
 
-        bool isBackReference = false;       ///< and nothing else
-        bool needsBackReference = false;    ///< each text that it takes goes through one
-        bool hasBackReferenceStar = false;  ///< a star over a body with a back-reference
+        bool isBackReference = false;  ///< and nothing else
 
-        std::uint32_t length = 0;  ///< of what it takes, in characters; while its end is certain
-        CharacterSet alphabet;     ///< of what it takes
-        /// Empty when the place where it ends follows from the one where it begins. Otherwise the
-        /// characters that can be between the first place and the last.
-        CharacterSet endUncertainty;
-        std::uint32_t groups = 0;            ///< their numbers, 1 << n for group n
-        std::uint32_t referencedGroups = 0;  ///< groups that its back-references are to, likewise
-        std::uint32_t variableBackReferences = 0;  ///< to groups of variable length or place
-
+        bool hasNullableStar = false;     ///< contains a star over a nullable body
         bool entersNullableStar = false;  ///< a path from the entry does
         /// An empty path takes the first alternative of a choice and so skips the second.
         bool skipsSecond = false;
@@ -82,43 +73,23 @@ public:
 
     /// A group that is open.
     struct Group {
-        std::uint32_t number = 0;
         std::uint32_t depth = 0;
-        CharacterSet startUncertainty;  ///< the end uncertainty of all that precedes it
     };
 
-    /// What a bracket lists.
+    /// What a bracket lists, as far as it can take a character of several bytes.
     class Members {
     public:
-        Members(bool negated, bool wanted) noexcept
-            : listed_(wanted), negated_(negated), multibyte_(negated) {}
-
+        explicit Members(bool negated) noexcept : multibyte_(negated) {}
         void range(unsigned char first, unsigned char last) noexcept {
             multibyte_ = multibyte_ || ((first | last) & 0x80) != 0;
-            listed_.addRange(first, last);
         }
-        void characterClass(std::string_view name) noexcept {
-            multibyte_ = true;
-            listed_.addClass(name);
-        }
-        void localeElement() noexcept {
-            multibyte_ = true;
-            listed_.addUnknown();
-        }
-
-        CharacterSet characters() const noexcept { return listed_.characters(negated_); }
-        /// Whether it could take a character of several bytes.
+        void characterClass(std::string_view /*name*/) noexcept { multibyte_ = true; }
+        void localeElement() noexcept { multibyte_ = true; }
         bool multibyte() const noexcept { return multibyte_; }
 
     private:
-        ListedCharacters listed_;
-        bool negated_;
         bool multibyte_;
     };
-
-    /// @param mayRefer whether there may be back-references; without them nothing depends on which
-    ///   characters a fragment takes and how many, and these sums are left out
-    explicit LibcCost(bool mayRefer) noexcept : mayRefer_(mayRefer) {}
 
     /// The first limit that was exceeded. From then on the sums are of no use.
     PatternHazard hazard() const noexcept { return hazard_; }
@@ -129,7 +100,7 @@ public:
     bool stopped() const noexcept { return hazard_ != PatternHazard::NONE; }
     Fragment character(std::string_view bytes, bool escaped) noexcept;
     Fragment period() noexcept;
-    Members openBracket(bool negated) const noexcept { return {negated, mayRefer_}; }
+    Members openBracket(bool negated) const noexcept { return Members(negated); }
     Fragment bracket(std::string_view text, Members const& members) noexcept;
     Fragment classEscape(char letter) noexcept;
     Fragment anchor(PatternAnchor kind) noexcept;
@@ -145,11 +116,8 @@ public:
     void finish(Fragment const& pattern) noexcept;
 
 private:
-    /// The numbers of groups that back-references can refer to.
-    static constexpr std::uint32_t MAX_REFERENCED = 9;
-
-    Fragment characterNode(CharacterSet const& characters, std::uint32_t bytes = 1) noexcept;
-    Fragment bracketNodes(CharacterSet const& characters, bool multibyte) noexcept;
+    Fragment characterNode(std::uint32_t bytes = 1) noexcept;
+    Fragment bracketNodes(bool multibyte) noexcept;
     Fragment epsilonNode() noexcept;
     Fragment first(Fragment const& a) noexcept;
     Fragment joined(Fragment const& a, Fragment const& b) noexcept;
@@ -158,7 +126,6 @@ private:
     Fragment expanded(Fragment const& a, int least, int most) noexcept;
     Fragment star(Fragment const& a) noexcept;
     void checkBackReferences(Fragment const& part) noexcept;
-    void checkStarOverBackReferences(Fragment const& body) noexcept;
     void checkNullableStar(Fragment const& body) noexcept;
     void addNodes(std::uint32_t nodes) noexcept;
     void refuse(PatternHazard hazard) noexcept;
@@ -168,17 +135,12 @@ private:
     std::uint32_t inAnchorClosures(std::uint64_t value) noexcept;
     std::uint32_t inDepth(std::uint32_t value) noexcept;
 
-    bool mayRefer_;
     PatternHazard hazard_ = PatternHazard::NONE;
     std::uint32_t nodes_ = 0;  ///< all that libc makes; it keeps those of `a{0}` too
     std::uint32_t nullableStars_ = 0;
     bool anchorInNullableStar_ = false;
     bool copiedAnchor_ = false;
     bool hasBackReferenceStar_ = false;
-    std::uint32_t variableGroups_ = 0;  ///< of several lengths, or at several places in one match
-    std::uint32_t emptyGroups_ = 0;     ///< that match nothing but the empty text
-    std::uint32_t groupLengths_[MAX_REFERENCED + 1] = {};
-    CharacterSet groupAlphabets_[MAX_REFERENCED + 1];
 };
 
 /// Whether libc would survive a pattern: compiling it, and matching any text with it.

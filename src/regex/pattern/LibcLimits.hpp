@@ -111,9 +111,10 @@ struct LibcLimits {
     /// Back-references, copies by repeats included. In regexec they take 490 bytes of stack each,
     /// and every two of them can double the time: `($)\1{0,32}` takes a second on any subject.
     static constexpr std::uint32_t MAX_BACK_REFERENCES = 32;
-    /// Those to groups that can match texts of several lengths or at several places: `(.+)\1{0,9}`
-    /// takes 0.1 seconds on a run of 40 equal characters, `(.+)\1{0,31}` 11 seconds on one of 24.
-    static constexpr std::uint32_t MAX_VARIABLE_BACK_REFERENCES = 9;
+    /// Points of the choices that back-references leave, see BackReferenceCost. Below it are
+    /// `.*(.).*\1` and `(.+)\1{0,4}`; of random patterns with 17 the first takes a second on 64
+    /// bytes.
+    static constexpr std::uint32_t MAX_FREEDOM = 16;
     /// With a back-reference in a star, as in `(.)\1*`, regexec recurses for each iteration: 440
     /// bytes of stack for each (280 on 32-bit x86), so for each byte of the subject.
     static constexpr std::size_t LOOP_STACK_PER_BYTE = 512;

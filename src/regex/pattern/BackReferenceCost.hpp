@@ -1,0 +1,153 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+#include "CharacterSet.hpp"
+#include "LibcLimits.hpp"
+#include "PatternReader.hpp"
+
+/// @file
+/// Tells the patterns whose back-references would keep regexec busy for seconds on a short text.
+///
+/// regexec tries every way in which the back-references of a pattern can be used, one after the
+/// other: get_subexp notes each text that the group could have, and sift_states_bkref follows each
+/// note by itself. So the time is the product of the choices that the references leave. A reference
+/// leaves a choice where
+///
+/// - the place of its group is uncertain: in `.*(.)\1` any character can be the group;
+/// - the length of its group is uncertain: in `(.+)\1` the group can end anywhere;
+/// - its distance from its group is uncertain: in `(.).*\1` it can be anywhere after the group.
+///
+/// Each is worth points, more when the choice grows with the subject; so is each unlimited repeat
+/// whose end is uncertain, because it multiplies the ways to each place. A pattern may have
+/// LibcLimits::MAX_FREEDOM points. `.*(.).*\1` has 14, and libc takes 6 milliseconds for it on 64
+/// equal characters; `.*(.).*\1.*\1` has 26 and takes 1.4 seconds.
+///
+/// A star multiplies the choices of each iteration, so a star may hold a reference only if it
+/// leaves none: the place of its group is certain, and each iteration has one way to take it,
+/// either because all of it has one length, or because its other characters cannot be in the group.
+/// `([a-z]+)( \1)+` passes: no group contains the blank. `(.+)(,\1)+` does not: on commas the time
+/// grows 1.6-fold with each.
+///
+/// A choice ends where the text decides: after `[^,]*,` the place is certain, because the first
+/// part cannot take the comma.
+///
+/// Cost: linear in the pattern; only patterns with back-references are read.
+
+namespace ZEBNS2 {
+
+class BackReferenceCost : public PatternBuilder {
+public:
+    /// The numbers of groups that back-references can refer to.
+    static constexpr std::uint32_t MAX_GROUP = 9;
+
+    /// By how many bytes a place can differ; saturates at WIDE.
+    using Width = std::uint8_t;
+    static constexpr Width WIDE = 9;
+
+    /// Where something can be: `width` bytes from the first place to the last, with `characters`
+    /// between them.
+    struct Uncertainty {
+        CharacterSet characters;
+        Width width = 0;
+        std::uint32_t repeats = 0;  ///< unlimited ones that it comes from
+    };
+
+    struct Fragment {
+        bool isReference = false;       ///< and nothing else
+        bool needsReference = false;    ///< each text that it takes goes through one
+        bool needsCharacter = false;    ///< each takes a character outside of references
+        bool hasReferenceStar = false;  ///< a star over a body with a reference
+        bool nullable = true;
+        bool epsilonNullable = true;  ///< for libc, to which a reference is an epsilon step
+        bool fixedLength = true;
+        std::uint32_t length = 0;      ///< in characters, when fixed
+        std::uint32_t references = 0;  ///< copies by repeats included
+        std::uint32_t freedom = 0;     ///< points of the references to groups that it contains
+        bool fixedOwnLength = true;    ///< fixed outside of references
+        CharacterSet separators;       ///< single characters that each text contains
+        CharacterSet alphabet;         ///< of what it takes
+        CharacterSet ownAlphabet;      ///< ... outside of references and of leaf groups
+        Uncertainty end;               ///< of its end, when its start is certain
+        std::uint32_t referenced = 0;  ///< numbers of groups that it refers to, 1 << n for group n
+        std::uint32_t groups = 0;      ///< that it contains, likewise
+        /// From the end of each of its groups to its end.
+        std::array<Width, MAX_GROUP + 1> sinceGroup{};
+        /// References to groups that precede it: how many, and the widest way from its start.
+        std::array<std::uint8_t, MAX_GROUP + 1> pending{};
+        std::array<Width, MAX_GROUP + 1> untilReference{};
+    };
+
+    /// A group that is open.
+    struct Group {
+        std::uint32_t number = 0;
+        Uncertainty start;
+    };
+
+    /// What a bracket lists.
+    class Members {
+    public:
+        explicit Members(bool negated) noexcept : negated_(negated) {}
+        void range(unsigned char first, unsigned char last) noexcept {
+            listed_.addRange(first, last);
+        }
+        void characterClass(std::string_view name) noexcept { listed_.addClass(name); }
+        void localeElement() noexcept { listed_.addUnknown(); }
+        CharacterSet characters() const noexcept { return listed_.characters(negated_); }
+
+    private:
+        ListedCharacters listed_;
+        bool negated_;
+    };
+
+    /// The first limit that was exceeded.
+    PatternHazard hazard() const noexcept { return hazard_; }
+
+    /// Points of the whole pattern, once it is finished.
+    std::uint32_t freedom() const noexcept { return freedom_; }
+
+    bool stopped() const noexcept { return hazard_ != PatternHazard::NONE; }
+    Fragment character(std::string_view bytes, bool escaped) noexcept;
+    Fragment period() noexcept;
+    Members openBracket(bool negated) const noexcept { return Members(negated); }
+    Fragment bracket(std::string_view text, Members const& members) noexcept;
+    Fragment classEscape(char letter) noexcept;
+    Fragment anchor(PatternAnchor kind) noexcept;
+    Fragment backReference(std::uint32_t number) noexcept;
+    Group openGroup(Group const& outer, Fragment const& before, std::uint32_t number) noexcept;
+    Fragment closeGroup(Group const& group, Fragment const& inner) noexcept;
+    Fragment sequence(Fragment const& a, Fragment const& b) noexcept;
+    Fragment choice(Fragment const& a, Fragment const& b) noexcept;
+    Fragment repeat(Fragment const& item, int least, int most) noexcept;
+
+    /// Weighs what only the whole pattern tells.
+    void finish(Fragment const& pattern) noexcept;
+
+private:
+    /// What is known of a group once it is closed.
+    struct Referent {
+        CharacterSet alphabet;
+        Width place = 0;
+        Width length = 0;
+        bool fixedLength = true;
+        std::uint32_t characters = 0;  ///< its length, when fixed
+        bool nullable = true;
+        bool isLeaf = false;  ///< contains neither groups nor references
+    };
+
+    CharacterSet alphabetOutside(Fragment const& part, std::uint32_t except) const noexcept;
+    void refuse(PatternHazard hazard) noexcept;
+    void checkStar(Fragment const& body) noexcept;
+    std::uint32_t freedomOf(Referent const& group, Width distance) const noexcept;
+
+    PatternHazard hazard_ = PatternHazard::NONE;
+    std::uint32_t freedom_ = 0;
+    bool hasReferenceStar_ = false;
+    bool hasNullableStar_ = false;
+    CharacterSet nullableStarAlphabet_;  ///< of all stars over nullable bodies, for libc's eyes
+    std::array<Referent, MAX_GROUP + 1> groups_{};
+};
+
+}  // namespace ZEBNS2
