@@ -91,7 +91,7 @@ private:
     bool notLineStart_;
     bool found_ = false;
     Span span_{0, 0};
-    List lists_[2];
+    List lists_[2] = {};
     List* now_ = &lists_[0];
     List* next_ = &lists_[1];
     std::uint32_t round_ = 0;
