@@ -209,6 +209,43 @@ TEST(LibcCostSums, Depths) {
                                   {"(a(b*c*d*)e)*", 6}});
 }
 
+struct Flag {
+    char const* pattern;
+    bool set;
+};
+
+template <std::size_t COUNT>
+void expectFlags(bool Fragment::* field, Flag const (&rows)[COUNT]) {
+    for (Flag const& row : rows) {
+        EXPECT_EQ(sumsOf(row.pattern).*field, row.set) << row.pattern;
+    }
+}
+
+TEST(LibcCostSums, ChoicesThatEmptyPathsSkip) {
+    expectFlags(&Fragment::skipsSecond, {{"a|b", false},
+                                         {"a*|b", true},
+                                         {"b|a*", false},  // its empty path takes the second
+                                         {"a*|", false},   // there is no second to skip
+                                         {"|a*", false},   // an empty one is tried last
+                                         {"(a*|b)c", false},
+                                         {"(a*|b)c*", true},
+                                         {"c*(a*|b)", true},
+                                         {"(a*|b)|", true},
+                                         {"|(a*|b)", true},
+                                         {"c|(a*|b)", true},
+                                         {"(a*|b)*", true}});
+    expectFlags(&Fragment::skipsFirstLater, {{"(a*|b)|c*", true},
+                                             {"(a*|b)|c", false},
+                                             {"(a*|b)|", true},
+                                             {"((a*|b)|c*)d", false},
+                                             {"((a*|b)|c*)d*", true},
+                                             {"d*((a*|b)|c*)", true},
+                                             {"((a*|b)|c*)|d", true},
+                                             {"d|((a*|b)|c*)", true},
+                                             {"(a*|b)*", true},
+                                             {"a*", false}});
+}
+
 // The limits were measured. Another glibc may take more stack, memory or time for the same pattern.
 TEST(LibcLimits, WereMeasuredWithThisGlibc) {
     std::string_view const running = ::gnu_get_libc_version();
