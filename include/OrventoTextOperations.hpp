@@ -420,7 +420,7 @@ public:
 /// ```
 /// @{
 template <typename T>
-T string_to_number(String const&, int) {
+T string_to_number([[maybe_unused]] String const& text, [[maybe_unused]] int base) {
     static_assert(
         detail::NO_OVERLOAD<T>,
         "string_to_number reads double, float, and the integers of 8, 16, 32 and 64 bits: "
@@ -466,7 +466,7 @@ template <>
 /// ```
 /// @{
 template <typename T>
-String Hexify(T const&, bool) {
+String Hexify([[maybe_unused]] T const& value, [[maybe_unused]] bool pad) {
     static_assert(detail::NO_OVERLOAD<T>,
                   "Hexify takes unsigned short, unsigned int and int: cast smaller integers to "
                   "unsigned int, write larger ones in two parts");

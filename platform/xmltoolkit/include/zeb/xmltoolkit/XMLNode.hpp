@@ -171,17 +171,22 @@ public:
     /// A position among the children; reading it gives a handle that lives until the next step.
     class const_iterator {
     public:
+        /// As `std::iterator_traits` asks for.
+        /// @{
         using iterator_category = std::input_iterator_tag;
         using value_type = XMLNode;
         using difference_type = std::ptrdiff_t;
         using pointer = XMLNode const*;
         using reference = XMLNode const&;
+        /// @}
 
         /// Behind the last child of any node.
         const_iterator() noexcept = default;
         /// At `child`.
         explicit const_iterator(XMLNode child) noexcept : child_(std::move(child)) {}
 
+        /// As of any input iterator; nothing may be asked of one behind the last child.
+        /// @{
         [[nodiscard]] reference operator*() const noexcept { return child_; }
         [[nodiscard]] pointer operator->() const noexcept { return &child_; }
         const_iterator& operator++() noexcept {
@@ -199,6 +204,7 @@ public:
         friend bool operator!=(const_iterator const& a, const_iterator const& b) noexcept {
             return !(a == b);
         }
+        /// @}
 
     private:
         XMLNode child_;
