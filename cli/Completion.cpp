@@ -122,7 +122,7 @@ std::string quoted(std::string const& text) {
     return result + "'";
 }
 
-/// A text within a specification of zsh's, in which some bytes have a meaning.
+/// A text within an argument of zsh's _arguments, in which some bytes have a meaning.
 std::string zshText(std::string const& text) {
     std::string result;
     for (char const byte : text) {
@@ -143,20 +143,20 @@ std::string zshOptions(Described const& options, bool common) {
             for (std::string const& other : option.names) {
                 others += (others.empty() ? "" : " ") + other;
             }
-            std::string specification = option.repeated ? "*" : "(" + others + ")";
-            specification += name;
+            std::string argument = option.repeated ? "*" : "(" + others + ")";
+            argument += name;
             if (!option.label.empty()) {
-                specification += name.size() > 2 ? (option.optional ? "=-" : "=") : "+";
+                argument += name.size() > 2 ? (option.optional ? "=-" : "=") : "+";
             }
-            specification += "[" + zshText(option.description) + "]";
+            argument += "[" + zshText(option.description) + "]";
             if (!option.label.empty()) {
-                specification += std::string(option.optional ? "::" : ":") +
-                                 (hasChoices(option) ? "value" : option.label) + ":" +
-                                 (hasChoices(option)       ? "(" + choices(option.label) + ")"
-                                  : option.label == "FILE" ? "_files"
-                                                           : "");
+                argument += std::string(option.optional ? "::" : ":") +
+                            (hasChoices(option) ? "value" : option.label) + ":" +
+                            (hasChoices(option)       ? "(" + choices(option.label) + ")"
+                             : option.label == "FILE" ? "_files"
+                                                      : "");
             }
-            list += "\n                " + quoted(specification);
+            list += "\n                " + quoted(argument);
         }
     }
     return list;
