@@ -32,7 +32,7 @@ public:
     /// parameter entity that is external or not declared, declarations of entities and attributes
     /// have no effect. Names keep their namespace prefixes, which mean nothing here.
     /// ```cpp
-    /// parse("<!DOCTYPE a SYSTEM 's'><a x='[&u;]'/>").toString() == "<a x=\"[]\"/>"
+    /// XMLParserDOM::parse("<!DOCTYPE a SYSTEM 's'><a x='[&u;]'/>").toString() == "<a x=\"[]\"/>"
     /// ```
     ///
     /// @param xml UTF-8 (with or without a mark), UTF-16 with its mark, or ISO-8859-1 or US-ASCII
