@@ -75,7 +75,7 @@ TEST(XMLPieces, DoNotChangeTheAnswerToDamagedUTF16) {
         bytes.resize(bytes.size() - (random.oneIn(4) ? random.below(5) : 0));
         std::string const expected = outcome(bytes, PIECE_SIZE);
         accepted += expected.compare(0, 5, "line ") == 0 ? 0 : 1;
-        for (std::size_t const pieceSize : {1u, 2u, 3u, 7u, 64u}) {
+        for (std::size_t const pieceSize : {1U, 2U, 3U, 7U, 64U}) {
             ASSERT_EQ(outcome(bytes, pieceSize), expected) << i << ", " << pieceSize;
         }
     }

@@ -207,7 +207,7 @@ private:
         readings.back().height = std::max(readings.back().height, closed.height + 1);
         replaced_ += closed.text.size();
         if (replaced_ > maximumReplaced_) {
-            end();
+            isCountExact_ ? end() : endTooDeep();
         }
     }
 
@@ -509,7 +509,7 @@ private:
         } else {
             entity.kind = readExternal(reading);
         }
-        if (takesEffect && isGoingOn_ && (isParameter || !isPredefined(entity.name))) {
+        if (takesEffect && isGoingOn_) {
             (isParameter ? parameter_ : general_).declare(entity);
         }
     }
@@ -563,16 +563,13 @@ private:
             return end();  // not allowed in the document itself
         }
         Entity* const entity = parameter_.find(name);
-        if (entity == nullptr) {
-            if (name != declared) {
-                // libexpat leaves out the rest of this text, and takes no more declarations.
-                takesEffect_ = standalone_;
-                reading.at = reading.text.size();
-            }
-        } else if (entity->kind == Entity::INTERNAL) {
+        if (entity != nullptr && entity->kind == Entity::INTERNAL) {
             open(values_, *entity, CONTENT);
-        } else {
+        } else if (name != declared) {
+            // The recursive releases also leave out the rest of this text, the others read it: here
+            // it is read, and counted, for both.
             takesEffect_ = standalone_;
+            isCountExact_ = isCountExact_ && entity != nullptr;
         }
     }
 
@@ -616,8 +613,9 @@ private:
     /// Whether declarations take effect.
     bool takesEffect_ = true;
     bool hasParameterReferences_ = false;
-    /// Bytes of the entities that were closed. libexpat counts at least as many.
+    /// Bytes of the entities that were closed. libexpat counts at least as many, if this is exact.
     std::uint64_t replaced_ = 0;
+    bool isCountExact_ = true;
     /// The reference in the document that is being followed.
     std::size_t place_ = 0;
     std::size_t deep_ = NPOS;
