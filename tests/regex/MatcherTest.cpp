@@ -85,6 +85,16 @@ TEST(MatcherSearch, LeavesToLibcWhatItCannotProve) {
     }
 }
 
+TEST(MatcherSearch, LeavesEscapedCharactersOfSeveralBytesToLibcWhereCaseIsFolded) {
+    // glibc reads a backslash and a long s as \S, which matches "a".
+    for (char const* const locale : {"C", "C.UTF-8"}) {
+        WithLocale const with(locale);
+        EXPECT_EQ(Matcher::of("\\\xC5\xBF", REG_EXTENDED | REG_ICASE), nullptr) << locale;
+        EXPECT_EQ(Matcher::of("x\\\xE9\xB5", REG_ICASE), nullptr) << locale;
+        EXPECT_NE(Matcher::of("\\\xC5\xBF", REG_EXTENDED), nullptr) << locale;
+    }
+}
+
 TEST(MatcherSearch, LeavesGroupsToLibcWhereEmptyTextsHaveSeveralWays) {
     constexpr char const* PATTERNS[] = {"()*a",   "(a*)*b", "(a*|b)*c",
                                         "(a?)?b", "(|a|)c", "(([abc])+[^a]b$|c[b-c]b)"};

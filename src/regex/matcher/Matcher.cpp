@@ -42,6 +42,9 @@ public:
 
     Fragment character(std::string_view bytes, bool escaped) {
         auto const first = static_cast<unsigned char>(bytes[0]);
+        // glibc folds before it looks at what is escaped: a backslash and a long s is `\S`. In
+        // single-byte locales the backslash is of the first byte alone.
+        failed_ = failed_ || (escaped && foldsCase_ && bytes.size() > 1);
         if (first >= 0x80 && locale_.isUTF8()) {
             return otherCharacter(bytes);
         }
