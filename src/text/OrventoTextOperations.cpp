@@ -289,9 +289,10 @@ String untokenize(StringArray const& parts, String const& separator) {
     if (parts.size() < 2) {
         return parts.empty() ? String() : parts[0];
     }
-    std::size_t room = 0;  // to begin with; the buffer grows where the sum has wrapped around
+    // To begin with; the buffer grows where the sum has wrapped around.
+    std::size_t room = separator.length() * (parts.size() - 1);
     for (String const& part : parts) {
-        room += part.length() + separator.length();
+        room += part.length();
     }
     StringBuffer joined(room);
     for (String const& part : parts) {

@@ -98,8 +98,8 @@ utf16::Units unitsOf(std::string_view bytes, BOMTypes order) {
 
 /// `bytes`, in the byte order `order`, in UTF-8.
 String convertUTF16(std::string_view bytes, BOMTypes order) {
-    std::size_t const count = countUnits(bytes);
     LoggedRepairs repairs(UTF16_TO_UTF32);
+    std::size_t const count = countUnits(bytes);
     if (isNoOrder(order)) {
         return String(std::string(count, '\0'));
     }

@@ -5,6 +5,7 @@
 #include "Parse.hpp"
 #include "Repeat.hpp"
 
+using zeb::test::inUTF16;
 using zeb::test::parse;
 using zeb::test::rejection;
 using zeb::test::repeat;
@@ -96,6 +97,16 @@ TEST(HostileXML, QuadraticBlowupIsRefused) {
     std::string const xml = "<!DOCTYPE a [<!ENTITY e '" + std::string(100'000, 'x') + "'>]><a>" +
                             repeat("&e;", 50'000) + "</a>";
     EXPECT_TRUE(endsWith(rejection(xml), AMPLIFIED));
+}
+
+TEST(HostileXML, AmplificationIsThatOfTheGivenBytes) {
+    // In UTF-8 the text is half as long again, so that the limit must count what was given.
+    auto const document = [](int references) {
+        return "<!DOCTYPE a [<!ENTITY e '" + repeat("\xE4\xB8\xAD", 200'000) + "'>]><a>" +
+               repeat("&e;", static_cast<std::size_t>(references)) + "</a>";
+    };
+    EXPECT_EQ(parse(inUTF16(document(60), true)).getText().length(), 36'000'000u);
+    EXPECT_TRUE(endsWith(rejection(inUTF16(document(90), true)), AMPLIFIED));
 }
 
 TEST(HostileXML, EntitiesThatHoldElementsAreLimitedToo) {

@@ -92,10 +92,12 @@ struct Input {
     }
     /// Whether half a unit follows, which `text` lacks.
     [[nodiscard]] bool endsInHalfAUnit() const noexcept { return isUTF16() && size % 2 != 0; }
-    /// How many times a byte of `text` may be replaced: a character of ASCII in UTF-16 counts as
-    /// the two bytes that it was.
-    [[nodiscard]] std::uint64_t amplification() const noexcept {
-        return isUTF16() ? 2 * MAXIMUM_AMPLIFICATION : MAXIMUM_AMPLIFICATION;
+    /// How often entities may make `text` as long, so that it is MAXIMUM_AMPLIFICATION times as
+    /// long as what was given.
+    [[nodiscard]] float amplification() const noexcept {
+        return text.empty() ? float{MAXIMUM_AMPLIFICATION}
+                            : float{MAXIMUM_AMPLIFICATION} * static_cast<float>(size) /
+                                  static_cast<float>(text.size());
     }
 };
 
@@ -120,8 +122,8 @@ public:
         }
         // Of libexpat's own defaults the hash tables salted with the system's randomness stay.
         XML_SetUserData(parser_.get(), this);
-        XML_SetBillionLaughsAttackProtectionMaximumAmplification(
-            parser_.get(), static_cast<float>(input.amplification()));
+        XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser_.get(),
+                                                                 input.amplification());
         XML_SetBillionLaughsAttackProtectionActivationThreshold(parser_.get(),
                                                                 AMPLIFICATION_THRESHOLD);
         // Without a handler for external entities these are skipped, parameter entities included.
@@ -210,7 +212,7 @@ private:
             return;
         }
         std::uint64_t const replaced =
-            std::max(AMPLIFICATION_THRESHOLD, input_.amplification() * input_.text.size());
+            std::max(AMPLIFICATION_THRESHOLD, MAXIMUM_AMPLIFICATION * input_.size);
         std::size_t const deep = findDeepReference(input_.text, XMLParserDOM::MAXIMUM_ENTITY_DEPTH,
                                                    isStandalone_, replaced);
         if (deep != NPOS) {
