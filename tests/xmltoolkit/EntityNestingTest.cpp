@@ -303,6 +303,7 @@ TEST(EntityNesting, DeclarationsThatHaveNoEffectDoNotCount) {
     // Behind an external parameter entity nothing takes effect, and what nobody knows is nothing.
     std::string const text =
         "<!DOCTYPE a [<!ENTITY % x SYSTEM 's'>%x;" + chain + "]><a>[&e150;]</a>";
+    EXPECT_EQ(findDeepReference(text, 100, false, 1 << 23), NPOS);
     EXPECT_EQ(parse(text).getText(), "[]");
     std::string const standalone = "<?xml version='1.0' standalone='yes'?>" + text;
     EXPECT_EQ(rejection(standalone), tooDeep({standalone, standalone.rfind("&e150;")}));
@@ -314,6 +315,21 @@ TEST(EntityNesting, DeclarationsThatHaveNoEffectDoNotCount) {
                                 "%p;]><a>";
     EXPECT_EQ(parse(inValue + "&g;</a>").getText(), "");
     EXPECT_EQ(rejection(inValue + "&f;</a>"), tooDeep({inValue, inValue.size()}));
+}
+
+TEST(EntityNesting, ReplacementTextsAreBuiltAsLibexpatDoes) {
+    std::string const chain = general(150, false, "", "");
+    for (std::string const& start : {
+             chain + "<!ENTITY f '&#x26;e150;'>]><a>",
+             chain + "<!ENTITY f '&#38;&#x65;1&#53;0;'>]><a>",
+             chain + "<!ENTITY % p '50'><!ENTITY % q '<!ENTITY f \"&#38;e1&#37;p;;\">'>%q;]><a>",
+             // A parameter entity is nothing in its own value, to releases that do not refuse it.
+             "<!DOCTYPE a [<!ENTITY % q '<!ENTITY &#37; p \"&#37;p;\">'>%q;" + chain.substr(13) +
+                 "<!ENTITY f '&e150;'>]><a>",
+         }) {
+        SCOPED_TRACE(start.substr(start.size() - 60));
+        EXPECT_EQ(findDeepReference(start + "&f;</a>", 100, false, 1 << 23), start.size());
+    }
 }
 
 TEST(EntityNesting, CyclesStayRecursiveReferencesUnlessTheyAreLong) {
