@@ -169,6 +169,7 @@ private:
 class XMLChildren {
 public:
     /// A position among the children; reading it gives a handle that lives until the next step.
+    // NOLINTNEXTLINE(readability-identifier-naming): the standard containers' name
     class const_iterator {
     public:
         /// As `std::iterator_traits` asks for.
@@ -193,6 +194,7 @@ public:
             child_ = std::move(child_).getNext();
             return *this;
         }
+        // NOLINTNEXTLINE(cert-dcl21-cpp): a constant result could not be moved
         const_iterator operator++(int) noexcept {
             const_iterator before(*this);
             ++*this;
