@@ -249,7 +249,7 @@ TEST(ArrayStandardNames, EmplaceBackMakesTheElementInPlace) {
     EXPECT_EQ(array, (Array<std::pair<String, int>>{{"one", 1}, {"two", 22}}));
     Array<std::vector<int>> vectors;
     EXPECT_TRUE(vectors.emplace_back().empty());
-    EXPECT_EQ(vectors.emplace_back(3, 7), (std::vector<int>{7, 7, 7}));
+    EXPECT_EQ(vectors.emplace_back(3U, 7), (std::vector<int>{7, 7, 7}));
 }
 
 TEST(ArrayStandardNames, EmplaceBackTakesAnElementOfTheArrayItself) {
