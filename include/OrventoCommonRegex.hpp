@@ -13,38 +13,36 @@
 /// @file
 /// Regular expressions over strings and lines, and sed-style editing of texts and files.
 ///
-/// The expressions are those of the C library (`regcomp`, `regexec`), so these rules hold for all
-/// that follows:
+/// The expressions are those of the C library (`regcomp`, `regexec`), so these rules apply to
+/// everything below:
 /// - Offsets are bytes, 0-based; ends are exclusive.
-/// - The C library sees a pattern and a subject up to its first NUL byte. What lies behind a NUL
-///   is neither compiled nor searched, but it is kept wherever a text is copied.
-/// - A subject is at most `RegularExpression::MAX_SUBJECT_LENGTH` bytes up to its first NUL; in a
-///   longer one nothing is found.
+/// - The C library sees a pattern and a subject up to its first NUL byte. What follows a NUL is
+///   neither compiled nor searched, but it is kept wherever a text is copied.
+/// - A subject is at most `RegularExpression::MAX_SUBJECT_LENGTH` bytes up to its first NUL;
+///   nothing is found in a longer one.
 /// - Letter case, character classes and multi-byte characters are those of the locale that is set
-///   while compiling and matching; let it be the same at both times. In a UTF-8 locale a stray
-///   byte such as FF is matched neither by `.` nor by `[^x]`.
-/// - Of several matches the leftmost is taken, and of those that start there the longest.
-/// - Most expressions are searched in time linear in the subject. Where the C library is needed the
-///   time is its own: quadratic for some expressions, and worse with back-references.
-/// - A pattern that the C library would answer with a crash, an endless loop, the exhaustion of all
-///   memory, or more than a second on 64 bytes does not compile: the reason is the C library's for
-///   exhausted memory. Most of these are beyond any use, such as groups nested 100 deep or 50,000
-///   nodes. The others concern back-references. The C library tries every way to use them, so only
-///   few choices are left to them: how long their group is, where it is, how far behind it they
-///   are. `(.+)\1{1,4}` and `.*(.).*\1` pass, `(.+)\1{1,9}` and `.*(.).*\1.*\1` do not. An
-///   unlimited repeat may contain a back-reference only if it leaves no choice: `(.)\1+` and
-///   `([a-z]+)( \1)+` pass, `(.+)\1+` and `.*(.)\1+` do not. A back-reference next to an
-///   unlimited repeat of what can be empty does not pass if both can take the same characters, as
-///   in
-///   `(.)([a-z]*)*\1` (write `(.)[a-z]*\1`).
-/// - Memory of a search stays with the object, as the C library keeps what it has learned: it grows
-///   with the pattern and all texts searched so far. A copy starts afresh.
+///   while compiling and while matching; both must be the same. In a UTF-8 locale a stray byte such
+///   as FF is matched neither by `.` nor by `[^x]`.
+/// - The leftmost match wins; of several that start there, the longest.
+/// - Most expressions are searched in time linear in the subject. Where only the C library can
+///   answer, its time counts: quadratic for some expressions, and worse with back-references.
+/// - A pattern does not compile when it would make the C library crash, loop forever, exhaust all
+///   memory, or take more than a second on 64 bytes: the reason is the C library's for exhausted
+///   memory. Most such patterns are of no practical use, such as groups nested 100 deep or 50,000
+///   nodes. The others concern back-references. The C library tries every way to use them, so they
+///   may leave few choices open: how long their group is, where it is, how far after it they are.
+///   `(.+)\1{1,4}` and `.*(.).*\1` pass, `(.+)\1{1,9}` and `.*(.).*\1.*\1` do not. An unlimited
+///   repeat may contain a back-reference only if it leaves no choice: `(.)\1+` and `([a-z]+)( \1)+`
+///   pass, `(.+)\1+` and `.*(.)\1+` do not. A back-reference next to an unlimited repeat of what
+///   can be empty does not pass if both can take the same characters, as in `(.)([a-z]*)*\1` (write
+///   `(.)[a-z]*\1`).
+/// - The C library keeps the states it has built, so the object's memory grows with the pattern and
+///   all texts searched so far. A copy starts without them.
 /// - For an expression with an unlimited repeat of a back-reference, such as `(.)\1+`, the C
-/// library
-///   takes 512 bytes of stack for each byte of the subject; subjects of more than 32 bytes are
-///   searched on a stack of that size, made for the search. Nothing is found where there is no such
-///   stack, or it would be more than 1 GiB (256 MiB in a 32-bit process). A thread
-///   with 256 KiB of stack suffices for every expression.
+///   library takes 512 bytes of stack for each byte of the subject; subjects of more than 32 bytes
+///   are searched on a stack of that size, allocated for the search. Nothing is found when that
+///   stack cannot be allocated or would exceed 1 GiB (256 MiB in a 32-bit process). A thread with
+///   256 KiB of stack suffices for every expression.
 
 namespace ZEBNS2 {
 
@@ -52,11 +50,11 @@ using zeb::foundation::Array;
 using zeb::foundation::String;
 using zeb::foundation::StringArray;
 
-/// Offsets of a match in its subject: first byte, and the byte behind the last.
+/// Offsets of a match in its subject: its first byte, and the byte after its last.
 using OffsetPair = std::pair<std::uint32_t, std::uint32_t>;
 
-/// A regular expression that does not compile; the message tells why. It ends at its first NUL, as
-/// all texts of a `zeb::foundation::Exception`; costs are as there, too.
+/// A regular expression that does not compile; the message says why. It ends at its first NUL, like
+/// all texts of a `zeb::foundation::Exception`, which also states the costs.
 ///
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT RegularExpressionException : public zeb::foundation::Exception {
@@ -66,7 +64,7 @@ public:
     /// The line recorded by the library's own throw.
     static constexpr int SOURCE_LINE = 136;
 
-    /// The arguments of `zeb::foundation::Exception`, handed on unchanged.
+    /// The arguments of `zeb::foundation::Exception`, passed on unchanged.
     RegularExpressionException(char const* file, int line, char const* message, int subclassCode,
                                zeb::foundation::Exception const* chained, int errorCode);
     ~RegularExpressionException() noexcept override;
@@ -78,13 +76,13 @@ public:
 
 /// A pattern, its options and the expression compiled from them.
 ///
-/// An object whose pattern failed to compile, or that was made from a null pointer, holds no
-/// compiled expression: it can be used, but it matches nothing.
+/// An object whose pattern failed to compile, or that was made from a null pointer, has no compiled
+/// expression: it can be used, but it matches nothing.
 ///
-/// A copy is compiled anew from the pattern, so it costs as much as the first compilation and may
-/// throw as it does. That also holds for an object without a compiled expression: the copy of one
-/// made from a null pointer has the empty pattern, which matches everything, and the copy of a
-/// failed one fails again.
+/// A copy compiles the pattern again, so it costs as much as the first compilation and may throw
+/// the same way. That includes an object without a compiled expression: the copy of one made from a
+/// null pointer has the empty pattern, which matches everything, and the copy of a failed one fails
+/// again.
 ///
 /// @par Complexity constructors and assignment cost what `replace` does, the accessors nothing,
 ///   and all else one search unless said otherwise.
@@ -98,21 +96,20 @@ public:
     static constexpr CompilationOptions EXTENDED_SYNTAX = 0;   ///< POSIX extended syntax
     static constexpr CompilationOptions BASIC_SYNTAX = 1;      ///< POSIX basic syntax
     static constexpr CompilationOptions CASE_INSENSITIVE = 2;  ///< letter case is ignored
-    /// A newline is no ordinary character. Neither `.` nor `[^x]` matches it, and `^` and `$` match
-    /// behind and before it.
+    /// A newline is no ordinary character: neither `.` nor `[^x]` matches it, `^` also matches
+    /// after it, and `$` also before it.
     static constexpr CompilationOptions NO_NEWLINE = 4;
 
     /// Match slots that `all_matches` hands to the C library.
     static constexpr std::size_t MAX_MATCH_SLOTS = 102400;
 
-    /// Longest subject in bytes: 1 GiB. The offsets of the C library are 32-bit integers and
-    /// cannot be relied on near their limit.
+    /// Longest subject in bytes: 1 GiB. The C library's offsets are 32-bit integers and unreliable
+    /// near their limit.
     static constexpr std::size_t MAX_SUBJECT_LENGTH = std::size_t{1} << 30;
 
     /// Compiles `pattern`.
-    /// @param options constants of this class, never flags of `regcomp`: `REG_EXTENDED` is the 1
-    ///   that means `BASIC_SYNTAX` here, and `REG_ICASE` the 2 of `CASE_INSENSITIVE` by chance
-    ///   alone
+    /// @param options constants of this class, never flags of `regcomp`: `REG_EXTENDED` is 1, which
+    ///   means `BASIC_SYNTAX` here; that `REG_ICASE` equals `CASE_INSENSITIVE` is a coincidence
     /// @throws RegularExpressionException when it does not compile, std::bad_alloc
     explicit RegularExpression(String const& pattern, CompilationOptions options);
     /// Compiles `pattern`, bytes up to a NUL. When it is null nothing is compiled: the object has
@@ -122,12 +119,13 @@ public:
     /// Compiles the pattern of `other` with its options.
     /// @throws RegularExpressionException when it does not compile, std::bad_alloc
     RegularExpression(RegularExpression const& other);
-    /// `replace` with the pattern and options of `other`; nothing happens when that is this object.
+    /// Calls `replace` with the pattern and options of `other`; assigning an object to itself does
+    /// nothing.
     /// @throws RegularExpressionException, std::bad_alloc and leaves this object as `replace` does
     RegularExpression& operator=(RegularExpression const& other);
     ~RegularExpression();
 
-    /// Takes another pattern and compiles it.
+    /// Compiles another pattern in place of the present one.
     /// @throws RegularExpressionException when it does not compile; the object then has the new
     ///   pattern and options, no compiled expression, and matches nothing. The message is
     ///   `Error creating regular expression: REASON  The faulty expression (OPTIONS) is: "PATTERN"`
@@ -136,7 +134,7 @@ public:
     /// @par Complexity the C library's, which grows steeply for nested and counted repetitions
     void replace(String const& pattern, CompilationOptions options);
 
-    /// The pattern last given, compiled or not; with all of its bytes.
+    /// The pattern last given, compiled or not, with all its bytes.
     [[nodiscard]] String const& getPattern() const noexcept { return pattern_; }
     /// The options last given.
     [[nodiscard]] CompilationOptions getOptions() const noexcept { return options_; }
@@ -144,7 +142,7 @@ public:
     /// @name One match
     /// @{
 
-    /// Whether the expression matches anywhere in `subject`, be it an empty text.
+    /// Whether the expression matches anywhere in `subject`; an empty match counts.
     [[nodiscard]] bool matches(String const& subject) const noexcept;
 
     /// The text of the first match.
@@ -153,7 +151,7 @@ public:
     [[nodiscard]] String matching_substring(String const& subject) const;
 
     /// The offsets of the first match.
-    /// @param subject bytes up to a NUL; in null nothing matches
+    /// @param subject bytes up to a NUL; null matches nothing
     /// @return start and end; (-1, -1) when nothing matches
     /// ```cpp
     /// RegularExpression("abc", 0).first_match("xxabc") == std::pair(2, 5)
@@ -170,9 +168,9 @@ public:
 
     /// The first match, then each of its groups in order of their opening parentheses.
     ///
-    /// The first group that took no part in the match ends the list, even when later ones did,
-    /// as `(b)` does in the example. The offsets are the C library's, which errs with some repeated
-    /// back-references: the end of a group may then lie before its start, or be 4294967295 (`ba`
+    /// The first group that took no part in the match ends the list, even when later ones did, as
+    /// `(b)` does in the example. The offsets are the C library's, which are wrong for some
+    /// repeated back-references: the end of a group may be before its start, or 4294967295 (`ba`
     /// against `.*(\B)(a\1+)`).
     /// @par Complexity one search, and memory for `MAX_MATCH_SLOTS` pairs while it runs
     /// ```cpp
@@ -181,12 +179,12 @@ public:
     /// ```
     [[nodiscard]] Array<OffsetPair> all_matches(String const& subject) const;
 
-    /// Successive matches of the whole expression from left to right, without overlap; equal texts
-    /// at different places are all listed.
+    /// Successive matches of the whole expression from left to right, without overlap; a text that
+    /// occurs several times is listed each time.
     ///
     /// `^` never matches at the start of the subject here, and each search begins where the last
-    /// match ended as if the subject began there. An empty match where a search began is listed and
-    /// ends the list. In an empty subject nothing is found.
+    /// match ended, as if the subject began there. An empty match where a search began is listed
+    /// and ends the list. Nothing is found in an empty subject.
     /// ```cpp
     /// using Pairs = Array<OffsetPair>;
     /// RegularExpression("a", 0).all_unique_matches("aaa") == Pairs{{0, 1}, {1, 2}, {2, 3}}
@@ -211,29 +209,31 @@ public:
     /// @}
 
     /// @name Lines
-    /// Each element of `lines` is a subject of its own; it is neither split nor joined. Line
+    /// Each element of `lines` is a subject of its own; elements are neither split nor joined. Line
     /// numbers are 0-based indexes into `lines`.
     /// @throws std::bad_alloc
     /// @par Complexity one search for each line
     /// @{
 
-    /// For each line its `all_matching_substrings`; as many elements as lines, some of them empty.
+    /// For each line its `all_matching_substrings`: one element for each line, empty where nothing
+    /// matches.
     [[nodiscard]] Array<Array<String>> all_matching_substrings(Array<String> const& lines) const;
 
-    /// For each line its `all_unique_matching_substrings`; as many elements as lines, some of them
-    /// empty.
+    /// For each line its `all_unique_matching_substrings`: one element for each line, empty where
+    /// nothing matches.
     [[nodiscard]] Array<Array<String>> all_unique_matching_substrings(
         Array<String> const& lines) const;
 
-    /// For each line its `matching_substring`; as many elements as lines, empty where nothing
+    /// For each line its `matching_substring`: one element for each line, empty where nothing
     /// matches.
     [[nodiscard]] Array<String> matching_substring(Array<String> const& lines) const;
 
-    /// The matched text of the first line that matches, be it an empty text; empty when none does.
+    /// The matched text of the first line that matches, even when that match is empty; empty when
+    /// no line matches.
     [[nodiscard]] String first_matching_substring(Array<String> const& lines) const;
 
-    /// The lines whose first match is not empty, in order. A line that matches with an empty text
-    /// alone (any line against `^`) is left out.
+    /// The lines whose first match is not empty, in order. A line whose first match is empty (any
+    /// line against `^`) is left out.
     [[nodiscard]] Array<String> all_matching_lines(Array<String> const& lines) const;
 
     /// The lines that do not match at all, in order. A line whose first match is empty does match,
@@ -247,15 +247,16 @@ public:
     /// @}
 
     /// @name Patterns from plain text and wildcards
-    /// Pure functions, byte by byte in every locale; a byte that is not named, NUL too, stays as it
-    /// is. They accept every text. Of the options only `BASIC_SYNTAX` has an effect.
+    /// Pure functions that work byte by byte in every locale and accept every text. A byte that is
+    /// not named here, NUL included, is copied unchanged. Of the options only `BASIC_SYNTAX` has an
+    /// effect.
     /// @throws std::bad_alloc
     /// @par Complexity linear. @par Thread safety reentrant.
     /// @{
 
     /// Makes the operators in `text` literal. A backslash goes before each of
-    /// `$ ( ) * + , . ? [ ] ^ { | }` and each backslash; with `BASIC_SYNTAX` before backslashes
-    /// only, although some of the others are operators there too.
+    /// `$ ( ) * + , . ? [ ] ^ { | }` and each backslash. With `BASIC_SYNTAX` only backslashes are
+    /// escaped, although some of the others are operators there too.
     /// ```cpp
     /// using Expression = RegularExpression;
     /// Expression::escapeRegexSpecialCharacters("x.y*z", 0) == R"(x\.y\*z)"
@@ -264,9 +265,9 @@ public:
     [[nodiscard]] static String escapeRegexSpecialCharacters(String const& text,
                                                              CompilationOptions options);
 
-    /// An expression for whole subjects from a wildcard: `*` stands for any text and `?` for any
-    /// one character of the locale, a backslash for itself. The other operators of
-    /// `escapeRegexSpecialCharacters` are treated as there.
+    /// An expression for whole subjects from a wildcard: `*` means any text, `?` any one character
+    /// of the locale, and a backslash itself. The other operators of `escapeRegexSpecialCharacters`
+    /// are treated as there.
     /// ```cpp
     /// using Expression = RegularExpression;
     /// String const wildcard = R"(logs\*.txt)";
@@ -281,7 +282,7 @@ public:
 
     // ---------------------------------------------------------------- not API
 
-    class Search;  ///< of the library itself
+    class Search;  ///< for the library's own use
 
 private:
     class Compiled;
@@ -297,15 +298,15 @@ private:
                                             String const& subject) noexcept;
 
 /// @name Editing in the manner of sed
-/// `realSed` and `unprivilegedSed` trace what they do under the component "zeb.common.regex", to
-/// the process's default appender; what that throws reaches the caller.
+/// `realSed` and `unprivilegedSed` log what they do under the component "zeb.common.regex", to the
+/// process's default appender; what the appender throws reaches the caller.
 /// @par Thread safety reentrant; two edits of one file must not overlap.
 /// @{
 
 /// Applies one sed command to a text.
 ///
-/// The text is cut into lines at each newline; the last line is the empty one behind a final
-/// newline. The empty text has no lines. The commands are:
+/// The text is split into lines at each newline; after a final newline there is one more, empty
+/// line. The empty text has no lines. The commands are:
 ///
 /// | Command            | What it does to the lines                                              |
 /// |--------------------|------------------------------------------------------------------------|
@@ -314,22 +315,23 @@ private:
 /// | `/EXPR/d`          | deletes each line that matches                                         |
 /// | `/FROM/,/TO/d`     | deletes from a line that matches FROM to the next one that matches TO  |
 ///
-/// In `s` the byte behind it is the delimiter, whatever it is, and a backslash does not protect it.
-/// In TEXT `\0` is the whole match, `\1` to `\9` are its groups (nothing, for one that
+/// In `s` the byte after the `s` is the delimiter, whichever byte it is, and a backslash does not
+/// protect it. In TEXT `\0` is the whole match, `\1` to `\9` are its groups (nothing, for one that
 /// `RegularExpression::all_matches` does not list), `\\` is a backslash; a backslash before any
-/// other byte stays, with that byte, and ends TEXT there: what follows is the flag, so that
-/// `s/a/\t/` is no command. TEXT may hold a NUL.
+/// other byte stays, with that byte, and ends TEXT: what follows is taken for the flag, so
+/// `s/a/\t/` is no command. TEXT may contain NUL bytes.
 ///
 /// Delete commands have no blanks around them, and no `/` within an expression; they end at their
-/// first NUL. They are recognised by expressions that are compiled at the first of them, in the
-/// locale of that moment; in a UTF-8 one a command with a stray byte is not recognised.
+/// first NUL. The expressions that recognise them are compiled at the first command of that kind,
+/// in the locale of that moment; if that is a UTF-8 locale, a command with a stray byte is not
+/// recognised.
 ///
-/// A range that finds no end deletes nothing. After a range the search for FROM goes on; the line
+/// A range without an end deletes nothing. After a range the search for FROM continues; the line
 /// that begins a range never ends it.
 ///
-/// With `g` the rest of the line behind a match is searched as if it were a line of its own, so `^`
-/// matches there again. An empty match directly behind the match before it is not replaced: one
-/// byte is copied, a NUL too, and the search goes on behind it.
+/// With `g` the rest of the line after a match is searched as if it were a line of its own, so `^`
+/// matches there again. An empty match directly after the previous match is not replaced: one byte,
+/// NUL included, is copied, and the search continues after it.
 /// ```cpp
 /// realSed("aaa", "s/^a/b/g", 0) == "bbb"
 /// realSed("abc", "s/b*/X/g", 0) == "XaXcX"
@@ -337,7 +339,7 @@ private:
 /// ```
 ///
 /// @param options how the expressions of the command are compiled
-/// @return the edited text; empty, too, when the command is none of the above
+/// @return the edited text; empty when the command is none of the above
 /// @throws RegularExpressionException when an expression of the command does not compile, even for
 ///   an empty text; std::bad_alloc
 /// @par Complexity one search for each line and replacement, otherwise linear in text and result
@@ -349,10 +351,10 @@ private:
 [[nodiscard]] ZEB_EXPORT String realSed(String const& text, String const& sedString,
                                         RegularExpression::CompilationOptions options);
 
-/// Replaces the first match in a text, which is not cut into lines.
-/// @param replacement the new text, in which `%0` stands for the whole match, `%1` to `%9` for its
-///   groups (nothing, for one that `RegularExpression::all_matches` does not list), `%%` for a
-///   percent sign; any other `%` is itself, and so is NUL
+/// Replaces the first match in a text, which is not split into lines.
+/// @param replacement the new text, in which `%0` is the whole match, `%1` to `%9` are its groups
+///   (nothing, for one that `RegularExpression::all_matches` does not list), `%%` is a percent
+///   sign; any other `%` is literal, and so is NUL
 /// @return the edited text; `text` itself when nothing matches
 /// @throws std::bad_alloc
 /// @par Complexity one search, otherwise linear in text and result
@@ -370,14 +372,14 @@ private:
                                     String const& replacement);
 
 /// Applies `sed` to each line of a file and writes the file back in place, with the rights of the
-/// caller. A final newline, or its lack, stays as it is, unless the expression matches the empty
-/// line behind it. A symbolic link is followed.
+/// caller. The file keeps its final newline or the lack of one, unless the expression matches the
+/// empty line after it. A symbolic link is followed.
 ///
 /// All checks come first, and the new contents are complete in memory before the file is opened for
-/// writing, which empties it. From there on nothing is reported: when it cannot be opened the file
-/// stays as it was, when writing fails midway it is left short.
+/// writing, which empties it. Failures after that are not reported: when the file cannot be opened
+/// it is unchanged; when writing fails midway it is left short.
 ///
-/// @param fileName path as the system takes it; one that holds a NUL byte names no file
+/// @param fileName path as the system takes it; one that contains a NUL byte names no file
 /// @param replacement as for `sed`
 /// @throws zeb::foundation::FileSystemException when the file does not exist, is not a regular one,
 ///   cannot be written by the effective user or cannot be read; the file is unchanged

@@ -14,20 +14,20 @@
 /// Operations on texts: substrings, quoting, tokenizing, command lines, dates, size units, layout,
 /// numbers, environment blocks, byte order and Unicode, characters of XML, streams.
 ///
-/// What holds for every function here, unless its own contract says otherwise:
+/// These rules apply to every function here, unless its own contract says otherwise:
 /// - Texts are bytes. NUL is a byte like any other in a `String` or an `Array`, and ends a
 ///   `char const*`; a null `char const*` is the empty text.
 /// - Offsets and lengths are counted in bytes, 0-based, ends exclusive.
-/// - "Not found" is no error; the empty text or the value named stands for it.
+/// - "Not found" is no error; it is reported by the empty text or the value named.
 /// - The locale has no influence. Case is ASCII's.
-/// - Arguments are never changed; a result is a value of its own. When an exception comes, out
-///   parameters and arrays to be changed are as they were.
-/// - Every function may throw `std::bad_alloc`; what else one throws is said with it.
+/// - Input arguments are never changed; results are independent values. When an exception is
+///   thrown, out parameters and arrays to be changed are unchanged.
+/// - Every function may throw `std::bad_alloc`; its contract names what else it throws.
 /// - Every function is reentrant: threads may call it at once as long as none of them changes an
 ///   argument of another.
 /// - Functions that log do so at debug level under the component `TextOperations::COMPONENT_NAME`,
 ///   to the process's default appender, and leave `errno` as it was. What the appender throws
-///   reaches the caller. A message nobody wants costs one comparison.
+///   reaches the caller. A message whose level is disabled costs one comparison.
 
 namespace ZEBNS2 {
 
@@ -37,7 +37,8 @@ using zeb::foundation::String;
 using zeb::foundation::StringArray;
 
 namespace detail {
-/// False for every type: a function template that exists for some types asserts it for the others.
+/// False for every type: the primary template of a function that exists only for some types asserts
+/// it.
 template <typename T>
 inline constexpr bool NO_OVERLOAD = false;
 }  // namespace detail
@@ -54,8 +55,8 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 // ------------------------------------------------------------------------------------ Substrings
 
 /// @name Substrings at a separator
-/// All of them return the empty text, never the whole one, when the separator does not occur. There
-/// is no form for the text before the last separator.
+/// All return the empty text, never the whole one, when the separator does not occur. No function
+/// returns the text before the last separator.
 /// @{
 
 /// Text after the first occurrence of `separator`.
@@ -147,7 +148,7 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 // ------------------------------------------------------------------------------------ Predicates
 
 /// @name Predicates
-/// The text that is looked for comes first.
+/// The text to look for is the first argument.
 /// @{
 
 /// Whether `haystack` contains `needle`; an empty needle is contained in everything.
@@ -159,7 +160,7 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// ```
 [[nodiscard]] ZEB_EXPORT bool is_substring(String needle, String haystack) noexcept;
 
-/// Whether `haystack` contains `needle`, the case of ASCII letters left aside.
+/// Whether `haystack` contains `needle`, ignoring the case of ASCII letters.
 /// @par Complexity linear; allocates nothing. @par Thread safety reentrant. @par Exceptions none.
 /// ```cpp
 /// is_substring_ignorecase("ABC", "xabcx")
@@ -167,7 +168,7 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// ```
 [[nodiscard]] ZEB_EXPORT bool is_substring_ignorecase(String needle, String haystack) noexcept;
 
-/// Whether both texts are equal, the case of ASCII letters left aside.
+/// Whether both texts are equal, ignoring the case of ASCII letters.
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions none.
 /// ```cpp
 /// equals_ignorecase("Key", "kEY")
@@ -176,8 +177,8 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 [[nodiscard]] ZEB_EXPORT bool equals_ignorecase(String a, String b) noexcept;
 
 /// Whether the extended POSIX expression `pattern` matches somewhere in `text`. It is compiled at
-/// each call. What holds for `RegularExpression` holds here: both texts end at their first NUL, the
-/// locale's rules for characters apply, and there is a limit to the length of `text`.
+/// each call. The rules of `RegularExpression` apply: both texts end at their first NUL, the locale
+/// decides what a character is, and the length of `text` is limited.
 /// @throws RegularExpressionException when `pattern` does not compile
 /// @par Complexity that of libc's matcher. @par Thread safety reentrant.
 /// ```cpp
@@ -189,8 +190,8 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 
 // ------------------------------------------------------------------------- Quoting and tokenizing
 
-/// The text without one pair of double quotes around it. A quote at one end only stays, and so do
-/// quotes inside; a lone double quote becomes the empty text.
+/// The text without one pair of double quotes around it. A quote at one end only is kept, and so
+/// are quotes inside; a lone double quote becomes the empty text.
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
 /// ```cpp
 /// remove_quotes("\"a\"b\"") == "a\"b"
@@ -200,8 +201,8 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 
 /// The bytes between the first double quote at or after `start` and the next one. Backslashes have
 /// no meaning.
-/// @param[out] endPos offset of the closing quote; as it was when the result means "not found". A
-///   quote beyond the offsets that an `unsigned int` holds counts as none.
+/// @param[out] endPos offset of the closing quote; unchanged when the result means "not found". A
+///   quote at an offset that does not fit an `unsigned int` counts as none.
 /// @param start offset; one at or beyond the end finds nothing
 /// @return the bytes between both quotes; empty when there is nothing between them, or no pair
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
@@ -213,13 +214,13 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 [[nodiscard]] ZEB_EXPORT String find_first_quoted_string(String const& text, unsigned int& endPos,
                                                          unsigned int start);
 
-/// Splits `text` at each byte of `delimiters` that stands outside double quotes.
+/// Splits `text` at each byte of `delimiters` that is outside double quotes.
 ///
 /// A quoted stretch ends at the next double quote that has no backslash directly before it. Quotes
-/// and backslashes stay in the tokens; `remove_quotes` takes them off. There are no empty tokens. A
-/// double quote without a closing one is an ordinary byte, and a delimiter if listed as one; the
-/// search then goes on behind the last escaped quote that was looked at: what stands before that
-/// one is not split, and a double quote listed as a delimiter cuts there.
+/// and backslashes stay in the tokens; `remove_quotes` removes the quotes around one. There are no
+/// empty tokens. A double quote without a closing one is an ordinary byte, and a delimiter if
+/// listed as one; the search then continues after the last escaped quote that was examined: the
+/// text before that quote is not split, and a double quote listed as a delimiter splits there.
 /// @param delimiters up to its NUL; null gives `text` as the only token
 /// @return the tokens in order; none when `text` is empty
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
@@ -248,8 +249,8 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 /// ```
 [[nodiscard]] ZEB_EXPORT StringArray remove_empty_strings(StringArray const& parts);
 
-/// The candidates that contain `needle`, in order. In spite of the name they need not be equal to
-/// it; an empty needle is contained in all of them.
+/// The candidates that contain `needle`, in order. Despite the name, they need not equal it; an
+/// empty needle is contained in all of them.
 /// @par Complexity linear in the length of all candidates. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
 /// ```cpp
@@ -258,7 +259,7 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 [[nodiscard]] ZEB_EXPORT StringArray find_exact_matches(String const& needle,
                                                         StringArray const& candidates);
 
-/// Offset of the first byte in which both texts differ, or where the shorter one ends.
+/// Offset of the first byte at which the texts differ, or where the shorter one ends.
 /// @return -1 when they are equal; `INT_MAX` when they first differ at that offset or beyond
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions none.
 /// ```cpp
@@ -280,15 +281,15 @@ extern ZEB_EXPORT zeb::foundation::LazyGlobal<String> COMPONENT_NAME;
 
 // --------------------------------------------------------------------------------- Command lines
 
-/// Joining arguments into a command line. No object of this class is ever made.
+/// Joins arguments into a command line; a group of static functions.
 class ZEB_EXPORT CommandLine {
 public:
     CommandLine() = delete;
 
-    /// An argument as it stands in a command line: in double quotes if it holds a blank, TAB, LF,
+    /// An argument as written in a command line: in double quotes if it contains a blank, TAB, LF,
     /// CR, VT or double quote before its first NUL, unchanged otherwise. Within the quotes a
     /// backslash goes before each double quote; backslashes are copied as they are. A form feed
-    /// does not ask for quotes, nor does the empty argument, which stays empty.
+    /// needs no quotes, nor does the empty argument, which stays empty.
     /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
     /// ```cpp
     /// CommandLine::escapeArgument("a b") == R"("a b")"
@@ -298,9 +299,9 @@ public:
     /// ```
     [[nodiscard]] static String escapeArgument(String const& argument);
 
-    /// The escaped arguments in order, joined by blanks. A blank goes before an argument when the
-    /// result so far is not empty, whatever the argument is: empty arguments vanish at the front
-    /// and leave a doubled or trailing blank further on.
+    /// The escaped arguments in order, joined by blanks. A blank goes before each argument unless
+    /// the result so far is empty: empty arguments vanish at the front and leave a doubled or
+    /// trailing blank elsewhere.
     /// @par Complexity linear in the result. @par Thread safety reentrant.
     /// @par Exceptions `std::bad_alloc`.
     /// ```cpp
@@ -323,8 +324,8 @@ public:
 
 // -------------------------------------------------------------------------- Dates and size units
 
-/// The system clock's time in the 25-byte CIM form `yyyymmddhhmmss.mmmmmm+ooo`, in UTC, whatever
-/// the time zone of the process is; see `zeb::xmltoolkit::CIMDateTime`.
+/// The system clock's time in the 25-byte CIM form `yyyymmddhhmmss.mmmmmm+ooo`, always in UTC; see
+/// `zeb::xmltoolkit::CIMDateTime`.
 /// @throws zeb::foundation::Exception when the clock's year is not 0 to 9999
 /// @par Complexity constant. @par Thread safety reentrant.
 /// ```cpp
@@ -335,13 +336,12 @@ public:
 
 /// The first date in a text, such as `Tue Mar 14 09:26:53 2023` or `Tue Mar 14 09:26:53 UTC 2023`.
 ///
-/// English names of weekday and month with these capitals, day of one or two digits, hours of one
-/// or two digits, minutes and seconds of two, a zone of three letters or none, a year of four
-/// digits. Exactly one blank separates them: a day that is padded with a second blank is not found.
-/// Values are not checked (day 99 is one). What counts as a letter of the zone is the locale's
-/// matter. A text ends at its first NUL, and in one beyond `RegularExpression::MAX_SUBJECT_LENGTH`
-/// nothing is found.
-/// @return the date as it stands in the text; empty when there is none
+/// English names of weekday and month, capitalised as here; a day and an hour of one or two digits,
+/// minutes and seconds of two; a zone of three letters or none; a year of four digits. Exactly one
+/// blank separates them: a day padded with a second blank is not found. Values are not checked (day
+/// 99 is accepted). The locale decides what is a letter of the zone. A text ends at its first NUL;
+/// nothing is found in one longer than `RegularExpression::MAX_SUBJECT_LENGTH`.
+/// @return the date as written in the text; empty when there is none
 /// @par Complexity that of libc's matcher; the expression is compiled at each call.
 /// @throws RegularExpressionException when libc runs out of memory; else std::bad_alloc
 /// @par Thread safety reentrant.
@@ -354,14 +354,14 @@ public:
 [[nodiscard]] ZEB_EXPORT String extractGenericDate(char const* text);
 /// @}
 
-/// The number of bytes that a unit of size stands for.
+/// The number of bytes in a unit of size.
 ///
 /// `byte`, or `kilo`, `mega`, `giga`, `tera`, `peta` before `byte` or `bytes`, or their first
 /// letters before `byte`, `bytes` or `b`, found anywhere in `unit`; or one of these letters as the
-/// whole of it. A whole name before a mere `b`, as in `kilob`, is no unit. Powers of 1024
-/// throughout, in either case of letters; the locale's notion of case holds. Of several units in a
-/// text the leftmost whole name counts, then the leftmost letter with its ending, then `byte`. Up
-/// to three expressions are compiled at each call; they see the text up to its first NUL.
+/// whole text. A whole name before a mere `b`, as in `kilob`, is no unit. All are powers of 1024;
+/// letter case is ignored as the locale defines it. Of several units in a text the leftmost whole
+/// name counts, then the leftmost letter with its ending, then `byte`. Up to three expressions are
+/// compiled at each call; they see the text up to its first NUL.
 /// @return bytes; 0 when there is no such unit
 /// @throws RegularExpressionException when libc runs out of memory; else std::bad_alloc
 /// @par Complexity that of libc's matcher. @par Thread safety reentrant.
@@ -378,8 +378,8 @@ public:
 // ---------------------------------------------------------------------------------------- Layout
 
 /// @name Columns
-/// A text is padded to `width` bytes (not display columns) and never cut: one that is as long or
-/// longer comes back unchanged.
+/// A text is padded to `width` bytes (not display columns) and never truncated: one that is as long
+/// or longer is returned unchanged.
 /// @par Complexity linear in the result; one allocation. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
 /// @{
@@ -396,7 +396,8 @@ public:
 /// rightText("ab", 2, '.') == "ab"
 /// ```
 [[nodiscard]] ZEB_EXPORT String rightText(String const& text, unsigned int width, char fill);
-/// The text in the middle, `fill` around it; an odd one more goes to the right side.
+/// The text in the middle, `fill` on both sides; when the padding is odd, the right side gets one
+/// more.
 /// ```cpp
 /// centerText("ab", 5, '.') == ".ab.."
 /// centerText("", 4, '*') == "****"
@@ -406,13 +407,13 @@ public:
 
 // --------------------------------------------------------------------------------------- Numbers
 
-/// The number that is the whole of `text`, by the conversion of `String` for that type, which says
+/// The number that the whole of `text` is, read by `String`'s conversion for that type, which says
 /// what it accepts: `toReal64`, `toReal32`, `toInt8` to `toUInt64`.
 ///
 /// It exists for the types below and no other.
 /// @param base 2 to 36; ignored for `double` and `float`
 /// @throws zeb::foundation::StringConversionException when the text is empty, malformed (a NUL, a
-///   blank) or out of the type's range, or the base is none of those
+///   blank) or out of the type's range, or the base is not allowed
 /// @par Complexity linear. @par Thread safety reentrant.
 /// ```cpp
 /// string_to_number<int>("ff", 16) == 255
@@ -452,11 +453,11 @@ template <>
                                                                                  int base);
 /// @}
 
-/// `value` in hexadecimal, in lower-case digits and without "0x"; a negative `int` as its 32-bit
-/// pattern in two's complement.
+/// `value` in hexadecimal, with lower-case digits and without "0x"; a negative `int` as its 32-bit
+/// two's complement.
 ///
 /// It exists for the types below and no other.
-/// @param pad whether zeros are put in front, up to two digits for each byte of the type
+/// @param pad whether to pad with leading zeros to two digits for each byte of the type
 /// @par Complexity constant. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
 /// ```cpp
 /// Hexify<unsigned short>(0x0b, true) == "000b"
@@ -484,13 +485,13 @@ template <>
 
 /// The value of `name` in a block of entries, each a name, a separator, a value and a NUL.
 ///
-/// The first place where `name` and `separator` stand together is taken, wherever that is: `PATH`
-/// is found inside `MANPATH` too. The value starts behind the first separator byte from there on,
-/// so a name that holds the separator cuts itself short. It ends before the next NUL or at the end
-/// of the block.
+/// The first occurrence of `name` followed by `separator` counts, anywhere in the block: `PATH` is
+/// also found inside `MANPATH`. The value starts after the first separator byte from there on, so
+/// with a name that contains the separator it starts inside the name. It ends before the next NUL
+/// or at the end of the block.
 /// @param name up to its NUL; null is empty
-/// @param[out] out becomes the value, which may be empty. It stays as it was when the name is not
-///   found, and also when the block ends directly behind the separator. It may be `environment`.
+/// @param[out] out becomes the value, which may be empty. It is unchanged when the name is not
+///   found, and when the block ends directly after the separator. It may be `environment` itself.
 /// @par Complexity linear. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`; `out` is
 ///   unchanged then.
 /// ```cpp
@@ -527,7 +528,7 @@ enum BOMTypes : int {
 };
 
 /// The byte order of `data`: by its mark or, in 11 bytes and more, by whether zero bytes are more
-/// frequent at even or at odd offsets of the first ten.
+/// frequent at even or at odd offsets among the first ten.
 /// @return `BOM_UNKNOWN` when that decides nothing, as for 8-bit text
 /// @par Messages one, when there is no mark.
 /// @par Complexity constant. @par Thread safety reentrant. @par Exceptions `std::bad_alloc`.
@@ -557,9 +558,9 @@ enum BOMTypes : int {
 
 /// The code points of UTF-16 code units.
 ///
-/// U+FFFD stands for what is malformed: one for a low surrogate without a high one, and one for a
-/// high surrogate and whatever unit follows it, even an ordinary character, which is thus lost. A
-/// high surrogate at the end vanishes. U+FFFE and U+FFFF pass.
+/// U+FFFD replaces what is malformed: a low surrogate without a high one, and a high surrogate
+/// together with the unit after it if that is no low one, even an ordinary character, which is
+/// lost. A high surrogate at the end is dropped. U+FFFE and U+FFFF are kept.
 /// @par Messages one for each U+FFFD put in.
 /// @par Complexity linear; one allocation. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.
@@ -573,7 +574,7 @@ enum BOMTypes : int {
 
 /// The text of UTF-16 `data` in UTF-8: `regroupUTF16`, then `UTF16ToUTF32`, then encoding, with
 /// the messages and exceptions of these.
-/// @par Complexity linear; beside the result no memory to speak of is needed.
+/// @par Complexity linear; needs almost no memory except for the result.
 /// @par Thread safety reentrant.
 /// ```cpp
 /// Array<char> const data{'\xFF', '\xFE', '\x3D', '\xD8', '\x00', '\xDE'};
@@ -583,7 +584,7 @@ enum BOMTypes : int {
 /// The text of UTF-16 `data` of an unknown byte order in UTF-8.
 /// @throws zeb::foundation::OutOfBoundsException when `data` is empty
 /// @throws zeb::common::JORLibraryException as `regroupUTF16` does for `BOM_UNKNOWN`
-/// @par Complexity linear; beside the result no memory to speak of is needed.
+/// @par Complexity linear; needs almost no memory except for the result.
 /// @par Thread safety reentrant.
 /// ```cpp
 /// UTF16ToUTF8(Array<unsigned char>{0xFE, 0xFF, 0x00, 0x41}) == "A"
@@ -596,7 +597,7 @@ enum BOMTypes : int {
 /// @throws zeb::foundation::OutOfBoundsException when `data` is empty
 /// @throws zeb::common::JORLibraryException when UTF-16 has an odd number of bytes
 /// @par Messages those of `autodetectByteOrder`; one with its result; those of `UTF16ToUTF32`.
-/// @par Complexity linear; beside the result no memory to speak of is needed.
+/// @par Complexity linear; needs almost no memory except for the result.
 /// @par Thread safety reentrant.
 /// ```cpp
 /// convertToUTF8({'\xFE', '\xFF', '\0', 'A'}) == "A"
@@ -607,7 +608,7 @@ enum BOMTypes : int {
 
 // ----------------------------------------------------------------------------- Characters of XML
 
-/// Whether a UTF-16 code unit may stand in an XML document: neither one below 0020 other than TAB,
+/// Whether a UTF-16 code unit may occur in an XML document: neither one below 0020 other than TAB,
 /// LF, FF and CR, nor a surrogate, nor FFFE or FFFF. Form feed (000C) counts as valid here,
 /// although XML 1.0 forbids it.
 /// @par Complexity constant. @par Thread safety reentrant. @par Exceptions none.
@@ -619,8 +620,8 @@ enum BOMTypes : int {
 [[nodiscard]] ZEB_EXPORT bool isValidXMLCharacter(unsigned short unit) noexcept;
 
 /// Overwrites each unit that XML forbids with FFFD; length and order stay.
-/// @param[in,out] units detached from its copies in any case; when a message cannot be built, or an
-///   appender throws, replaced up to the unit that the message is of
+/// @param[in,out] units always detached from its copies; when a message cannot be built, or an
+///   appender throws, replaced up to and including the unit of that message
 /// @param prefix put directly before the message's text
 /// @par Messages one for each unit replaced.
 /// @par Complexity linear. @par Thread safety `units` needs exclusive access.
@@ -636,7 +637,7 @@ ZEB_EXPORT void replaceInvalidXMLCharacters(Array<unsigned short>& units, String
 // ----------------------------------------------------------------------- Replacing and streaming
 
 /// `text` with every occurrence of `search` replaced: from left to right, without overlaps, and
-/// never inside what was put in.
+/// never inside a replacement.
 /// @param search NUL bytes in it are searched too; an empty one leaves the text as it is
 /// @par Messages the request; then the result, or that `search` is empty (not for an empty text).
 /// @par Complexity linear in `text` and the result. @par Thread safety reentrant.
@@ -649,9 +650,9 @@ ZEB_EXPORT void replaceInvalidXMLCharacters(Array<unsigned short>& units, String
 [[nodiscard]] ZEB_EXPORT String search_replace(String const& text, String const& search,
                                                String const& replacement);
 
-/// Copies from the present position of `source`, in pieces of 2048 bytes, until either stream has
-/// any of its state bits set; the destination is neither flushed nor closed.
-/// @return bytes handed to the destination, whether or not it could write them, modulo the range of
+/// Copies from the current position of `source`, in pieces of 2048 bytes, until either stream has a
+/// state bit set; the destination is neither flushed nor closed.
+/// @return bytes passed to the destination, whether or not it could write them, modulo the range of
 ///   the type
 /// @par Messages five kinds, at the most verbose level (debug3).
 /// @par Complexity linear; memory constant. @par Thread safety both streams need exclusive access.
@@ -666,15 +667,15 @@ ZEB_EXPORT void replaceInvalidXMLCharacters(Array<unsigned short>& units, String
 /// ```
 ZEB_EXPORT std::size_t copy_stream(std::ostream& destination, std::istream& source);
 
-/// Reads from the present position of `stream`, in pieces of 2048 bytes, until it has any of its
-/// state bits set or exactly `limit` bytes have been read.
-/// @param limit bytes; 0xFFFFFFFF means none. It is a soft one: only whole pieces are asked for.
-///   When the bytes read pass the limit instead of meeting it, reading goes on (to the end of the
+/// Reads from the current position of `stream`, in pieces of 2048 bytes, until it has a state bit
+/// set or exactly `limit` bytes have been read.
+/// @param limit bytes; 0xFFFFFFFF means no limit. It is a soft one: only whole pieces are read.
+///   When the bytes read pass the limit instead of meeting it, reading continues (to the end of the
 ///   stream, for all practical sizes).
 /// @return the bytes read; none for a limit of 0, which reads nothing
 /// @par Complexity linear. @par Thread safety `stream` needs exclusive access.
 /// @par Exceptions `std::bad_alloc`, and what a stream with an exception mask throws; what was read
-///   is lost then.
+///   is then lost.
 /// ```cpp
 /// std::ofstream("bytes") << std::string(5000, 'x');
 /// IFileStream twoPieces("bytes");

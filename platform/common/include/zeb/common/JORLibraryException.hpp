@@ -8,14 +8,14 @@
 
 namespace zeb::common {
 
-/// What a library of the suite throws when it cannot do what it was asked.
+/// Thrown by a library of the suite that cannot do what it was asked.
 ///
-/// It adds nothing to its base but its type: source unit, line, message, codes and chained
-/// exception are the base's, and so are cost, NUL bytes and the influence of the locale.
+/// It adds only its type to its base: source unit, line, message, codes and chained exception are
+/// the base's, and so are cost, NUL bytes and the influence of the locale.
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT JORLibraryException : public foundation::Exception {
 public:
-    /// The arguments of `foundation::Exception`, handed on unchanged.
+    /// The arguments of `foundation::Exception`, passed on unchanged.
     JORLibraryException(char const* file, int line, char const* message, int subclassCode,
                         foundation::Exception const* chained, int errorCode);
     ~JORLibraryException() noexcept override;

@@ -17,7 +17,7 @@
 #include <vector>
 
 /// @file
-/// The copy-on-write growable array of all lists that the library takes and returns.
+/// The copy-on-write growable array that the library takes and returns as a list.
 
 namespace zeb::foundation {
 
@@ -29,20 +29,20 @@ namespace detail {
 /// A growable array whose copies share their elements until one of them is changed.
 ///
 /// A copy costs one atomic increment and never throws. A call that may change elements (any
-/// non-const operation but assignment and destruction) first copies them when they are shared
-/// (it "detaches"). Reading through const operations never detaches and touches no reference
-/// count, so `for (T const& x : constArray)` runs over plain memory.
+/// non-const operation except assignment and destruction) first copies them when they are shared
+/// (it "detaches"). Reading through const operations never detaches and touches no reference count,
+/// so `for (T const& x : constArray)` runs over plain memory.
 ///
 /// @par Exceptions
-/// `std::bad_alloc` where memory is needed, and whatever copying a `T` throws; the array is
-/// unchanged after an exception from `append`, `reserve` and detaching, and holds valid but
+/// `std::bad_alloc` where memory is needed, and any exception from copying a `T`; the array is
+/// unchanged after an exception from `append`, `reserve` and detaching, and contains valid but
 /// unspecified elements after one from `insert` and `remove`.
 /// @par Complexity constant unless said otherwise; making an array of given elements, detaching,
 /// `reserve`, `clear` and destruction are linear in the number of elements. The locale has no
 /// influence.
 /// @par Thread safety
 /// One object may be read by several threads at once; changing it needs exclusive access. Copies
-/// are independent objects, whatever they share inside.
+/// are independent objects, even while they share elements.
 /// @par Copies and references
 /// A reference or iterator from a non-const operation points into memory that a later copy will
 /// share. Do not write through it once the array has been copied.
@@ -101,8 +101,8 @@ public:
     /// Copies of the elements of `elements`, in order.
     explicit Array(std::vector<T> const& elements) : Array(elements.begin(), elements.end()) {}
 
-    /// The bytes of a text, for arrays of characters alone: what a reader gives as a text goes to
-    /// a converter that takes bytes.
+    /// The bytes of a text, for arrays of characters only: passes a text that was read to a
+    /// converter that takes bytes.
     /// ```cpp
     /// convertToUTF8(Array<char>(String("\xFE\xFF\0A", 4))) == "A"
     /// convertToUTF8(Array<char>(std::vector<char>{'\xFF', '\xFE'})) == ""
@@ -128,7 +128,7 @@ public:
     /// The moved-from array is empty.
     Array(Array&& other) noexcept : block_(std::exchange(other.block_, nullptr)) {}
 
-    /// Shares the elements of `other`. Constant time, beside destroying its own.
+    /// Shares the elements of `other`. Constant time, except for destroying the present elements.
     Array& operator=(Array const& other) noexcept {
         Array(other).swap(*this);
         return *this;
@@ -159,7 +159,8 @@ public:
     }
 
     /// Element `index`, 0-based.
-    /// @throws OutOfBoundsException when `index` is not less than `size()`; its message tells both
+    /// @throws OutOfBoundsException when `index` is not less than `size()`; the message contains
+    ///   both
     [[nodiscard]] T const& operator[](size_type index) const {
         checkIndex(index);
         return block_->elements()[index];
@@ -186,7 +187,7 @@ public:
     /// @throws OutOfBoundsException when there is none
     [[nodiscard]] T& back() { return (*this)[lastIndex()]; }
 
-    /// The elements as plain memory; null when the array never held any.
+    /// The elements as plain memory; null if memory was never allocated.
     [[nodiscard]] T const* data() const noexcept {
         return block_ == nullptr ? nullptr : block_->elements();
     }
@@ -198,7 +199,7 @@ public:
 
     /// The first element, for reading; never detaches.
     [[nodiscard]] const_iterator begin() const noexcept { return data(); }
-    /// Behind the last element; never detaches.
+    /// After the last element; never detaches.
     [[nodiscard]] const_iterator end() const noexcept { return data() + size(); }
     /// `begin()` of a const array.
     [[nodiscard]] const_iterator cbegin() const noexcept { return begin(); }
@@ -206,7 +207,7 @@ public:
     [[nodiscard]] const_iterator cend() const noexcept { return end(); }
     /// Iterators that may write; they detach.
     [[nodiscard]] iterator begin() { return data(); }
-    /// Behind the last element; detaches.
+    /// After the last element; detaches.
     [[nodiscard]] iterator end() { return data() + size(); }
     /// The last element, from which they are read backwards; never detaches.
     [[nodiscard]] const_reverse_iterator rbegin() const noexcept {
@@ -260,9 +261,9 @@ public:
     /// @throws OutOfBoundsException when `index` is not less than `size()`
     void remove(size_type index) { remove(index, 1); }
 
-    /// Removes `count` elements from `index` on. Linear time, whatever `count` is.
-    /// @throws OutOfBoundsException when not all of them exist; its message tells the first index
-    ///   without an element, and nothing is removed
+    /// Removes `count` elements from `index` on. Linear time for any `count`.
+    /// @throws OutOfBoundsException when not all of them exist; the message contains the first
+    ///   index without an element, and nothing is removed
     void remove(size_type index, size_type count) {
         if (index > size() || count > size() - index) {
             detail::throwOutOfBounds(size(), index > size() ? index : size());
@@ -280,23 +281,23 @@ public:
         block_->size = kept;
     }
 
-    /// Removes the element at `position`, an iterator of this array as it is. Linear time.
-    /// @return an iterator to the element behind it
+    /// Removes the element at `position`, a valid iterator of this array. Linear time.
+    /// @return an iterator to the element after it
     /// @throws OutOfBoundsException for `end()`
     iterator erase(const_iterator position) {
         auto const index = static_cast<size_type>(position - cbegin());
         remove(index);
         return begin() + index;
     }
-    /// Removes the elements of [first, last), iterators of this array as it is. Linear time.
-    /// @return an iterator to the element behind them
+    /// Removes the elements of [first, last), valid iterators of this array. Linear time.
+    /// @return an iterator to the element after them
     iterator erase(const_iterator first, const_iterator last) {
         auto const index = static_cast<size_type>(first - cbegin());
         remove(index, static_cast<size_type>(last - first));
         return begin() + index;
     }
 
-    /// Makes room for `count` elements in all.
+    /// Makes room for a total of `count` elements.
     void reserve(size_type count) {
         if (count > capacity() || isShared()) {
             reallocate(count < size() ? size() : count);
@@ -306,7 +307,7 @@ public:
     /// Removes all elements.
     void clear() noexcept { Array().swap(*this); }
 
-    /// Whether both hold equal elements in the same order. Constant time for copies that still
+    /// Whether both contain equal elements in the same order. Constant time for copies that still
     /// share them, otherwise linear.
     friend bool operator==(Array const& a, Array const& b) {
         if (a.block_ == b.block_) {
@@ -329,9 +330,9 @@ public:
     friend bool operator<(Array const& a, Array const& b) {
         return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
     }
-    /// Whether `a` comes behind `b`.
+    /// Whether `a` comes after `b`.
     friend bool operator>(Array const& a, Array const& b) { return b < a; }
-    /// Whether `a` does not come behind `b`.
+    /// Whether `a` does not come after `b`.
     friend bool operator<=(Array const& a, Array const& b) { return !(b < a); }
     /// Whether `a` does not come before `b`.
     friend bool operator>=(Array const& a, Array const& b) { return !(a < b); }
@@ -339,7 +340,7 @@ public:
     // ---------------------------------------------------------------- not API
 
 private:
-    /// Head of the one allocation that holds the elements behind it.
+    /// Header of the single allocation; the elements follow it.
     struct alignas(alignof(std::max_align_t)) Block {
         std::atomic<size_type> references{1};
         size_type size{0};

@@ -19,12 +19,12 @@ public:
     ///   the greatest number of seconds
     explicit DateTime(std::int64_t seconds, std::uint32_t microseconds = 0) noexcept;
 
-    /// Takes the system clock's time.
+    /// Becomes the system clock's current time.
     void setToCurrent() noexcept;
 
     /// Whole seconds since the start of 1970, UTC; negative before.
     [[nodiscard]] std::int64_t getSeconds() const noexcept { return seconds_; }
-    /// Microseconds behind them, 0 to 999,999.
+    /// Microseconds after those seconds, 0 to 999,999.
     [[nodiscard]] std::uint32_t getMicroseconds() const noexcept { return microseconds_; }
 
 private:

@@ -14,10 +14,10 @@ namespace zeb::foundation {
 
 /// An exception that knows where it was thrown, what went wrong and why.
 ///
-/// Its texts end at their first NUL; the locale has no influence on them, but for reasons that come
-/// from the C library. What is said here holds for all classes derived from it in the library, too.
-/// @par Complexity the constructor is linear in its texts, all else constant; but the last copy
-/// destroys the chained exceptions, too.
+/// Its texts end at their first NUL; the locale influences only reasons that come from the C
+/// library. All this also applies to the library's classes derived from it.
+/// @par Complexity the constructor is linear in its texts, all else constant, except that the last
+///   copy also destroys the chained exceptions.
 /// @par Thread safety one object may be read by several threads at once. Copying never throws.
 class ZEB_EXPORT Exception : public std::exception {
 public:
@@ -28,8 +28,8 @@ public:
     /// @param line line in it, 1-based
     /// @param message what went wrong; copied, null is empty
     /// @param subclassCode a code whose meaning the derived class defines, or `NO_CODE`
-    /// @param chained the exception that led to this one; cloned, null when there is none. It is
-    ///   left out when memory for the clone is exhausted.
+    /// @param chained the exception that led to this one; cloned, null when there is none. Omitted
+    ///   when memory for the clone is exhausted.
     /// @param errorCode a code of the system or the caller, or `NO_CODE`
     /// @throws std::bad_alloc
     Exception(char const* file, int line, char const* message, int subclassCode,
@@ -72,10 +72,10 @@ private:
     int errorCode_;
 };
 
-/// An access outside an array or string; the message tells its size and the index.
+/// An access outside an array or string; the message contains its size and the index.
 class ZEB_EXPORT OutOfBoundsException : public Exception {
 public:
-    /// The arguments of `Exception`, handed on unchanged.
+    /// The arguments of `Exception`, passed on unchanged.
     OutOfBoundsException(char const* file, int line, char const* message, int subclassCode,
                          Exception const* chained, int errorCode);
     ~OutOfBoundsException() noexcept override;
@@ -87,7 +87,7 @@ public:
 /// A text that is not a number of the wanted type; the message names both.
 class ZEB_EXPORT StringConversionException : public Exception {
 public:
-    /// The arguments of `Exception`, handed on unchanged.
+    /// The arguments of `Exception`, passed on unchanged.
     StringConversionException(char const* file, int line, char const* message, int subclassCode,
                               Exception const* chained, int errorCode);
     ~StringConversionException() noexcept override;
@@ -100,7 +100,7 @@ public:
 /// code is the system's `errno` where a system call failed.
 class ZEB_EXPORT FileSystemException : public Exception {
 public:
-    /// The arguments of `Exception`, handed on unchanged.
+    /// The arguments of `Exception`, passed on unchanged.
     FileSystemException(char const* file, int line, char const* message, int subclassCode,
                         Exception const* chained, int errorCode);
     ~FileSystemException() noexcept override;
@@ -111,11 +111,11 @@ public:
 
 /// @name Exceptions that must go no further
 /// Log, at error level under the component "zeb.foundation", an exception that was caught where
-/// none may pass, such as in a destructor: `text`, then ": " and the exception's text where there
-/// is one. All texts end at their first NUL; the locale has no influence. They never throw; when
+/// none may pass, such as in a destructor: `text`, then ": " and the exception's text if there is
+/// one. All texts end at their first NUL; the locale has no influence. They never throw; when
 /// logging itself fails the message is lost.
-/// @par Complexity linear in the texts, beside what the appender does; one comparison when nobody
-/// listens.
+/// @par Complexity linear in the texts, plus the appender's cost; one comparison when the level is
+///   disabled.
 /// @par Thread safety several threads may call them at once.
 /// @{
 /// Logs `text`; null is empty.
@@ -131,7 +131,7 @@ ZEB_EXPORT void logErroneousException(char const* text, std::exception const& ex
 namespace detail {
 
 #ifdef __cpp_exceptions
-/// Deletes `object`; an exception from its destructor is logged with `text` and goes no further.
+/// Deletes `object`; an exception from its destructor is logged with `text` and caught.
 template <typename T>
 void deleteLogged(T* object, char const* text) noexcept {
     try {
@@ -145,9 +145,9 @@ void deleteLogged(T* object, char const* text) noexcept {
     }
 }
 #else
-// A name of its own: a program may have code of both kinds in it.
+// A namespace of its own, since one program may contain code of both kinds.
 inline namespace withoutExceptions {
-/// Deletes `object`, in code that is compiled without exceptions and so cannot hold one up.
+/// Deletes `object`, in code that is compiled without exceptions and cannot catch one.
 template <typename T>
 void deleteLogged(T* object, char const*) noexcept {
     delete object;

@@ -6,23 +6,25 @@
 #include <cstdint>
 
 /// @file
-/// What the library needs to know of files. Paths are bytes as the system takes them; one that
-/// holds a NUL byte names no file. Symbolic links are followed. Every failure throws
-/// FileSystemException naming the path and the system's reason, its `errno` as the error code; and
-/// each function may throw std::bad_alloc. The locale decides on the language of the reason alone.
+/// File services that the library needs. Paths are bytes as the system takes them; one that
+/// contains a NUL byte names no file. Symbolic links are followed. Every failure throws
+/// FileSystemException naming the path and the system's reason, with `errno` as the error code;
+/// each function may also throw std::bad_alloc. The locale influences only the language of the
+/// reason.
 /// @par Complexity a few system calls; `getFileContents` is linear in the file.
-/// @par Thread safety reentrant; what other processes and threads do to a file in between shows.
+/// @par Thread safety reentrant; changes that other processes and threads make to a file meanwhile
+///   are visible.
 
 namespace zeb::foundation {
 
-/// What `FileSystem::getFileInformation` tells.
+/// The result of `FileSystem::getFileInformation`.
 struct FileInformation {
     /// Kinds of files.
     enum Type { REGULAR_FILE, DIRECTORY, CHARACTER_DEVICE, BLOCK_DEVICE, FIFO, SOCKET, OTHER };
 
     /// Kind of the file that the path leads to.
     Type type;
-    std::uint64_t size;  ///< bytes; of a regular file alone
+    std::uint64_t size;  ///< bytes; meaningful for a regular file only
 };
 
 namespace FileSystem {
@@ -31,12 +33,12 @@ namespace FileSystem {
 /// @throws FileSystemException when it does not exist or cannot be examined
 [[nodiscard]] ZEB_EXPORT FileInformation getFileInformation(String const& path);
 
-/// Whether the effective user may write the file; false too when it does not exist.
-/// @throws FileSystemException when `path` holds a NUL byte
+/// Whether the effective user may write the file; false when it does not exist.
+/// @throws FileSystemException when `path` contains a NUL byte
 [[nodiscard]] ZEB_EXPORT bool canWrite(String const& path);
 
-/// All bytes of the file, read up to its end as it is found then, whatever size it had before. A
-/// FIFO is waited for until its writers have closed it.
+/// All bytes of the file, read until its end, even when its size changes meanwhile. A FIFO is read
+/// until its writers have closed it.
 /// @throws FileSystemException when it cannot be opened or read
 [[nodiscard]] ZEB_EXPORT String getFileContents(String const& path);
 

@@ -47,7 +47,7 @@ void render(StringBuffer& out, T const& value) {
 }  // namespace detail
 
 /// Positional message formatting: each placeholder `%1`, `%2`, ... `%9` of a text is replaced by
-/// that argument, each as often as it stands there.
+/// that argument, wherever it occurs.
 ///
 /// A placeholder is `%` and one digit; `%%` is a percent sign; any other `%` is literal, and so is
 /// a digit without an argument (`%0`, or `%3` where there are two).
@@ -56,7 +56,7 @@ void render(StringBuffer& out, T const& value) {
 /// ```
 /// An argument is anything with a stream output operator; a null `char const*` renders as nothing,
 /// any other up to its NUL. Within the text, and within a `String` or a view, NUL is a byte like
-/// any other. The locale has no influence: numbers are rendered as in the classic one.
+/// any other. The locale has no influence: numbers are rendered as in the classic locale.
 /// @par Exceptions `std::bad_alloc`, and what an argument's output operator throws.
 /// @par Complexity linear in the text and the rendered arguments.
 /// @par Thread safety one object belongs to one thread.
@@ -76,7 +76,7 @@ public:
     Format& operator=(Format const&) = delete;
     virtual ~Format();
 
-    /// The formatted text. A temporary hands its memory over instead of copying it.
+    /// The formatted text. A temporary's memory is moved, not copied.
     [[nodiscard]] String toString() const& { return result_.toString(); }
     /// The formatted text, taken out of a temporary.
     [[nodiscard]] String toString() && { return result_.releaseString(); }
@@ -90,16 +90,17 @@ public:
     // ---------------------------------------------------------------- not API
 
 protected:
-    /// What becomes of a placeholder whose digit is out of range.
+    /// How a placeholder is treated whose digit is out of range.
     enum ErrorMode {
         KEEP_PLACEHOLDER = 0,    ///< it stays in the text as written
-        CONSUME_PLACEHOLDER = 1  ///< it vanishes, and its digit is returned all the same
+        CONSUME_PLACEHOLDER = 1  ///< it is removed, and its digit is still returned
     };
 
-    /// What `process` returns when the text holds no further placeholder: beyond every argument.
+    /// The result of `process` when the text contains no further placeholder: an index beyond every
+    /// argument.
     static constexpr std::size_t NO_PLACEHOLDER = static_cast<std::size_t>(-1);
 
-    /// A formatter without text, for a variant that fills itself with `process` and `put`.
+    /// A formatter without text, for a derived class that fills itself with `process` and `put`.
     Format();
 
     /// Moves literal text from the front of `text` to the result, up to and including the next

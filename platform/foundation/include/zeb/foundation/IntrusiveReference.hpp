@@ -10,11 +10,11 @@ namespace zeb::foundation {
 
 /// Base of objects that carry their own reference count; see `IntrusiveReference`.
 /// @par Complexity constant.
-/// @par Thread safety the count changes atomically; copying and assigning leave it alone.
+/// @par Thread safety the count changes atomically; copying and assigning do not change it.
 class ZEB_EXPORT IntrusiveCounted {
 public:
     IntrusiveCounted() noexcept = default;
-    /// The count belongs to the object, not to its value: a copy starts with none.
+    /// The count belongs to the object, not to its value: a copy starts at 0.
     IntrusiveCounted(IntrusiveCounted const&) noexcept {}
     /// The count stays as it is.
     IntrusiveCounted& operator=(IntrusiveCounted const&) noexcept { return *this; }
@@ -32,8 +32,8 @@ private:
 /// A counted reference to a `T`, which derives from `IntrusiveCounted`; it may be null.
 ///
 /// The object is destroyed with its last reference. An exception from its destructor is logged and
-/// goes no further.
-/// @par Complexity constant, beside destroying the object.
+/// caught.
+/// @par Complexity constant, except for destroying the object.
 /// @par Thread safety counts change atomically, so references to one object may be copied and
 ///   dropped by several threads; one reference needs exclusive access to be changed.
 template <typename T>

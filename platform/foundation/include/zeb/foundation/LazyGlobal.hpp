@@ -9,8 +9,8 @@
 
 namespace zeb::foundation {
 
-/// Makes the object of a `LazyGlobal` from its initialisation parameter, which is handed on as it
-/// is: what a NUL or null means there is up to `T`.
+/// Makes the object of a `LazyGlobal` from its initialisation parameter, which is passed on
+/// unchanged: `T` decides what a NUL or null means.
 /// @par Complexity that of building a `T`.
 /// @par Thread safety as safe as building a `T` is; `LazyGlobal` calls it in one thread at a time.
 template <typename T>
@@ -27,12 +27,11 @@ struct LazyGlobalFactory {
 /// LazyGlobal<String> NAME = {"parameter", nullptr, 0, PTHREAD_MUTEX_INITIALIZER};
 /// NAME.get() == "parameter"
 /// ```
-/// The members are public because an aggregate's are; use `get()` alone. Teardown brings all of
-/// them back to what they were at load. Globals of one source file are torn down in reverse order.
+/// The members are public because an aggregate's are; use only `get()`. Destruction restores all of
+/// them to their values at load. Globals of one source file are destroyed in reverse order.
 ///
-/// @tparam Factory `create(char const*)` returns a new `T`; what it throws leaves the
-///   global unbuilt
-/// @par Complexity one read of memory, beside building the object once.
+/// @tparam Factory `create(char const*)` returns a new `T`; if it throws, the global stays unbuilt
+/// @par Complexity one read of memory, plus building the object once.
 /// @par Thread safety `get()` may be called by any number of threads; the object is built once. The
 ///   object itself is as safe as a `T` is, and destroying the global needs exclusive access.
 template <typename T, typename Factory = LazyGlobalFactory<T>>
@@ -43,12 +42,11 @@ struct LazyGlobal {
     T* object;
     /// 1 once `object` may be read.
     std::atomic<std::int32_t> built;
-    /// Held while the object is built.
+    /// Locked while the object is built.
     pthread_mutex_t mutex;
 
-    /// The object, built now if this is its first use. The initialisation parameter is handed to
-    /// the factory.
-    /// @throws whatever building the object throws; the next call tries again
+    /// The object; the first call builds it from the initialisation parameter.
+    /// @throws any exception from building the object; the next call tries again
     T& get() {
         if (built.load(std::memory_order_acquire) == 0) {
             Lock const lock(mutex);
@@ -67,7 +65,7 @@ struct LazyGlobal {
         pthread_mutex_destroy(&mutex);
         static constexpr pthread_mutex_t INITIAL = PTHREAD_MUTEX_INITIALIZER;
         mutex = INITIAL;
-        // Without it the optimiser drops the stores above: nobody may read them after a destructor.
+        // Without it the optimiser drops the stores above, as a destroyed object may not be read.
         std::atomic_signal_fence(std::memory_order_seq_cst);
     }
 

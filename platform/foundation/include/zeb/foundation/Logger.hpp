@@ -10,31 +10,31 @@
 #include <mutex>
 
 /// @file
-/// Trace messages: who writes them, where they go, and what they cost when nobody listens.
-/// Messages may hold NUL bytes; the locale has no influence.
+/// Log messages: their source, their destination, and the test by which a disabled level costs next
+/// to nothing. Messages may contain NUL bytes; the locale has no influence.
 
 namespace zeb::foundation {
 
 /// One message on its way to an appender.
 struct LogMessage {
-    String component;      ///< who speaks, such as "zeb.common.regex"
+    String component;      ///< the logger's name, such as "zeb.common.regex"
     String category;       ///< one of the category constants of `Logger`
-    String text;           ///< the message; may hold newlines and NUL bytes
+    String text;           ///< the message; may contain newlines and NUL bytes
     char const* file;      ///< source unit, a constant
     int line;              ///< line in it, 1-based
     char const* function;  ///< signature of the logging function, a constant
 };
 
-/// Where messages go. Derive from it to route them into a log of your own.
+/// The destination of messages. Derive from it to route them into a log of your own.
 ///
 /// What `append` throws reaches the function that logged.
-/// @par Complexity of those below, `append` is linear in the message, beside what a stream, the
-///   system or a function does with it; all else is constant.
+/// @par Complexity `append` of the appenders below is linear in the message, plus the cost of the
+///   stream, the system or the function that receives it; all else is constant.
 /// @par Thread safety `append` may be called by several threads at once.
 class ZEB_EXPORT LogAppender : public IntrusiveCounted {
 public:
     LogAppender();
-    /// May throw in a derived class; who drops the last reference logs that.
+    /// May throw in a derived class; the thread that drops the last reference logs that.
     virtual ~LogAppender() noexcept(false);
     LogAppender(LogAppender const&) = delete;
     LogAppender& operator=(LogAppender const&) = delete;
@@ -45,8 +45,8 @@ public:
 
 /// Writes a line "category component: text" for each message to a stream, which must outlive it.
 /// NUL bytes are written as they are.
-/// @par Thread safety several threads may log at once, but none may use the stream meanwhile in
-///   another way.
+/// @par Thread safety several threads may log at once, but none may use the stream otherwise
+///   meanwhile.
 class ZEB_EXPORT StreamAppender : public LogAppender {
 public:
     /// Writes to `stream`.
@@ -60,18 +60,18 @@ private:
     std::ostream& stream_;
 };
 
-/// Hands each message as "component: text" to the system's log daemon, with the priority of its
-/// category. NUL bytes of the text are written as blanks, and the component ends at its first.
+/// Sends each message as "component: text" to the system's log daemon, with the priority of its
+/// category. NUL bytes of the text are written as blanks; the component ends at its first NUL.
 /// @par Thread safety several threads may log at once.
 class ZEB_EXPORT SyslogAppender : public LogAppender {
 public:
     SyslogAppender();
     ~SyslogAppender() noexcept(false) override;
-    /// Hands the message to `syslog`.
+    /// Passes the message to `syslog`.
     void append(LogMessage const& message) override;
 };
 
-/// Calls a function for each message, NUL bytes and all.
+/// Calls a function for each message, which arrives unchanged, NUL bytes included.
 /// @par Thread safety as safe as the function, which may be called by several threads at once.
 class ZEB_EXPORT CallbackAppender : public LogAppender {
 public:
@@ -87,21 +87,21 @@ private:
     Callback callback_;
 };
 
-/// A named source of messages, built where a function wants to log.
+/// A named source of messages, constructed in the function that logs.
 ///
-/// Test the level first, so that a message nobody wants costs one comparison:
+/// Test the level first, so that a message whose level is disabled costs one comparison:
 /// ```cpp
 /// Logger const logger("my.component");
 /// if (logger.getLogLevel() >= Logger::DEBUG_LEVEL) {
 ///     logger.logMessage(Logger::STR_DEBUG_CATEGORY, "text", "Unit", __LINE__, __func__);
 /// }
 /// ```
-/// @par Complexity constant, beside what the appender does.
+/// @par Complexity constant, plus the appender's cost.
 /// @par Thread safety a logger belongs to one thread; `setDefault` may be called by any thread at
 ///   any time.
 class ZEB_EXPORT Logger {
 public:
-    /// How much is let through; each level includes those below it.
+    /// Which messages are logged; each level includes the lower ones.
     enum Level {
         NO_LEVEL = 0,
         FATAL_LEVEL = 1,
@@ -129,24 +129,25 @@ public:
     static constexpr char STR_DEBUG3_CATEGORY[] = "DEBUG3";
 
     /// @param component the name that the messages carry
-    /// @param appender where they go; null for the process's default. With an appender of its own
-    ///   the logger lets every level through.
+    /// @param appender where they go; null for the process's default. A logger with an appender of
+    ///   its own logs every level.
     explicit Logger(String component, IntrusiveReference<LogAppender> appender =
                                           IntrusiveReference<LogAppender>()) noexcept;
 
     /// The level when the logger was built, as an integer: one read of memory.
     [[nodiscard]] int getLogLevel() const noexcept { return level_; }
 
-    /// Hands a message to the appender, whatever the level. Nothing happens when there is none.
-    /// @param category one of the category constants; like any other, up to its NUL
+    /// Passes a message to the appender without testing the level. Does nothing when there is no
+    /// appender.
+    /// @param category one of the category constants, or any other text up to its NUL
     /// @param file,function constants that outlive the message
     /// @throws std::bad_alloc and whatever the appender throws
     void logMessage(char const* category, String const& message, char const* file, int line,
                     char const* function) const;
 
-    /// Chooses, for the whole process, how much is let through and where it goes. A null appender
-    /// or `NO_LEVEL` switches logging off, as it is at start. Loggers built before keep their
-    /// level, but their messages go where the choice of the moment sends them.
+    /// Sets, for the whole process, the level and the appender. A null appender or `NO_LEVEL`
+    /// switches logging off, which is the initial state. Existing loggers keep their level, but
+    /// their messages go to the appender that is the default when they log.
     static void setDefault(Level level, IntrusiveReference<LogAppender> appender) noexcept;
 
 private:
@@ -155,7 +156,7 @@ private:
     int level_;
 };
 
-/// Brings `errno` back to what it was, so that logging never changes what a caller sees.
+/// Restores `errno` on destruction, so that logging never changes what a caller sees.
 /// @par Complexity constant.
 /// @par Thread safety each thread has an `errno` of its own; make and destroy it in one thread.
 class ErrnoGuard {
@@ -170,14 +171,14 @@ private:
 };
 
 /// @name Logging statements
-/// Log `message`, an expression that is evaluated only when `logger` lets the level through, in the
-/// name of the source unit `unit`. `errno` stays as it was.
-/// @par Complexity one comparison when the level is not let through, otherwise that of `message`
-/// and `Logger::logMessage`.
+/// Log `message`, an expression that is evaluated only when the level of `logger` includes it,
+/// under the source unit `unit`. `errno` is unchanged.
+/// @par Complexity one comparison when the level is disabled, otherwise that of `message` and
+///   `Logger::logMessage`.
 /// @par Thread safety that of the logger.
 /// @{
-/// Logs at the level `LEVEL`, such as `DEBUG`, in the name of `function`: of a public one, where
-/// several share a step.
+/// Logs at the level `LEVEL`, such as `DEBUG`, under the signature `function`: a public function's,
+/// in a step that several of them share.
 #define ZEB_LOG_AS(logger, LEVEL, unit, function, message)                                        \
     do {                                                                                          \
         if ((logger).getLogLevel() >= ::zeb::foundation::Logger::LEVEL##_LEVEL) {                 \
@@ -186,7 +187,7 @@ private:
                                 __LINE__, function);                                              \
         }                                                                                         \
     } while (false)
-/// Logs at the level `LEVEL` in the name of the function where it stands.
+/// Logs at the level `LEVEL` under the signature of the enclosing function.
 #define ZEB_LOG(logger, LEVEL, unit, message) \
     ZEB_LOG_AS(logger, LEVEL, unit, __PRETTY_FUNCTION__, message)
 /// Logs at debug level.

@@ -7,8 +7,8 @@
 
 namespace zeb::foundation {
 
-/// An output stream into a `StringBuffer`. It formats as the classic locale does, whatever the
-/// global locale is, so that its texts are the same on every machine. NUL is a byte like any other.
+/// An output stream into a `StringBuffer`. It always formats as the classic locale does, so its
+/// texts are the same on every machine. NUL is a byte like any other.
 /// @par Exceptions as the standard streams: exhausted memory sets `badbit`. The text is incomplete
 ///   then, and asking for it throws `std::bad_alloc`.
 /// @par Complexity writing is amortised linear in what is written, `toString` is linear in all of
@@ -21,7 +21,7 @@ public:
 
     /// Number of bytes written so far.
     [[nodiscard]] std::size_t length() const noexcept { return bytes_.buffer.length(); }
-    /// What was written so far; valid until the next write.
+    /// The bytes written so far; valid until the next write.
     // NOLINTNEXTLINE(google-explicit-constructor): every text is read as a view
     operator std::string_view() const {
         if (bytes_.incomplete) {
@@ -29,7 +29,7 @@ public:
         }
         return bytes_.buffer;
     }
-    /// A copy of what was written so far.
+    /// A copy of the bytes written so far.
     [[nodiscard]] String toString() const { return String(static_cast<std::string_view>(*this)); }
 
     // ---------------------------------------------------------------- not API

@@ -29,19 +29,18 @@ class String;
 using StringArray = Array<String>;
 
 namespace detail {
-/// Enables an operator for operands that read as bytes but are no `String`: literals, views, ...
+/// Enables an operator for operands that convert to bytes but are no `String`: literals, views, ...
 template <typename T>
 using IfOtherText = std::enable_if_t<
     std::is_convertible_v<T const&, std::string_view> && !std::is_same_v<T, String>, int>;
 
-/// Names the overloads that refuse numbers: no operand of these types reads as bytes, and without
-/// the refusal 80 would be taken for the byte `P`.
+/// Selects the deleted overloads for numbers, without which 80 would be taken for the byte `P`.
 template <typename T, typename Result = int>
 using IfNumber =
     std::enable_if_t<(std::is_arithmetic_v<T> && !std::is_same_v<T, char>) || std::is_enum_v<T>,
                      Result>;
 
-/// What only a literal 0, `NULL` or `nullptr` is converted to.
+/// Only a literal 0, `NULL` or `nullptr` converts to a pointer to it.
 struct NullLiteral;
 
 /// `head` and `tail` joined with one allocation.
@@ -50,29 +49,29 @@ struct NullLiteral;
 
 /// An immutable-by-sharing byte string: reference-counted, copied on write.
 ///
-/// It holds any bytes, NUL included (UTF-8 where the text is Unicode), and always ends its memory
-/// with one NUL more, for `c_str()`. Positions are 0-based byte offsets, ends are exclusive, and a
-/// failed search yields `npos`. No operation depends on the locale: case folding is ASCII's, white
-/// space is blank, `\t \n \v \f \r`.
+/// It contains any bytes, NUL included (UTF-8 where the text is Unicode); one more NUL follows
+/// them, for `c_str()`. Positions are 0-based byte offsets, ends are exclusive, and a failed search
+/// yields `npos`. No operation depends on the locale: case folding is ASCII's, white space is
+/// blank, `\t \n \v \f \r`.
 ///
 /// A copy costs one atomic increment and never throws. Every operation that yields a new text makes
 /// at most one allocation for it, and none when the result is empty or the whole string. A
 /// `std::string_view` parameter must not be made from a null pointer; a `String` may be.
 ///
-/// Numbers are no text: a string is neither made from one nor joined with one, since 80 would be
-/// the byte `P`. `Format("port %1", 80)` renders it. A byte in an integer is written as a `char`.
+/// Numbers are not text: a string is neither made from a number nor joined with one, since 80 would
+/// be the byte `P`. `Format("port %1", 80)` renders it. Convert a byte in an integer to `char`.
 ///
-/// A string is a range of bytes, and has the standard containers' names where they mean the same;
-/// what is out of bounds throws OutOfBoundsException. No byte can be written in place. With
+/// A string is a range of bytes, with the standard containers' names where they mean the same; an
+/// index out of bounds throws OutOfBoundsException. No byte can be written in place. With
 /// `std::less<>` or, from C++20 on, `std::hash<String>` and `std::equal_to<>`, containers look it
 /// up by a `std::string_view` or a literal without making a `String`.
 ///
 /// @par Exceptions
 /// `std::bad_alloc` where memory is needed; the string is unchanged then.
-/// @par Complexity linear in the bytes looked at or written, unless said otherwise.
+/// @par Complexity linear in the bytes read or written, unless said otherwise.
 /// @par Thread safety
 /// One object may be read by several threads at once; changing it needs exclusive access. Copies
-/// are independent objects, whatever they share inside.
+/// are independent objects, even while they share bytes.
 class ZEB_EXPORT String {
 public:
     /// "Not found", and as a count "to the end": all bits set.
@@ -103,9 +102,9 @@ public:
     String(char const* text);  // NOLINT(google-explicit-constructor): a text is a String
     /// The empty string, as from any null pointer.
     String(std::nullptr_t) noexcept {}  // NOLINT(google-explicit-constructor): likewise
-    /// A literal 0 is no text.
+    /// A literal 0 is not text.
     String(detail::NullLiteral const*) = delete;  // NOLINT(google-explicit-constructor): likewise
-    /// A number is no text: render it by `Format`.
+    /// A number is not text: render it by `Format`.
     template <typename T, detail::IfNumber<T> = 0>
     explicit String(T) = delete;
     /// The `count` bytes at `bytes`, NUL bytes included; a null `bytes` gives the empty string.
@@ -142,7 +141,7 @@ public:
     /// Constant time.
     void swap(String& other) noexcept { std::swap(block_, other.block_); }
 
-    /// Number of bytes, the terminating NUL not counted.
+    /// Number of bytes, not counting the terminating NUL.
     [[nodiscard]] std::size_t length() const noexcept {
         return block_ == nullptr ? 0 : block_->length;
     }
@@ -167,7 +166,7 @@ public:
     [[nodiscard]] char const* data() const noexcept { return c_str(); }
     /// The first byte.
     [[nodiscard]] const_iterator begin() const noexcept { return c_str(); }
-    /// Behind the last byte.
+    /// After the last byte.
     [[nodiscard]] const_iterator end() const noexcept { return c_str() + length(); }
     /// `begin()`.
     [[nodiscard]] const_iterator cbegin() const noexcept { return begin(); }
@@ -213,7 +212,7 @@ public:
     [[nodiscard]] size_type rfind(std::string_view wanted, size_type from = npos) const noexcept {
         return lastIndexOf(wanted, from);
     }
-    /// `substring(start, count)`, but `start` has to be within the string.
+    /// `substring(start, count)`, but `start` must be within the string.
     /// @throws OutOfBoundsException when `start` is greater than `length()`
     [[nodiscard]] String substr(size_type start = 0, size_type count = npos) const {
         if (start > length()) {
@@ -252,7 +251,7 @@ public:
     /// beyond the end gives the empty string.
     [[nodiscard]] String substring(std::size_t start, std::size_t count = npos) const;
 
-    /// Whether both hold the same bytes, the case of ASCII letters left aside. Linear time.
+    /// Whether both contain the same bytes, ignoring the case of ASCII letters. Linear time.
     [[nodiscard]] bool equalsIgnoreCase(std::string_view other) const noexcept;
     /// Whether the first bytes are those of `prefix`; an empty one starts every text.
     [[nodiscard]] bool startsWith(std::string_view prefix) const noexcept;
@@ -263,7 +262,7 @@ public:
     String& operator+=(std::string_view text);
     /// Appends one byte, NUL too; amortised constant time.
     String& operator+=(char byte) { return *this += std::string_view(&byte, 1); }
-    /// A number is no text.
+    /// A number is not text.
     template <typename T, detail::IfNumber<T> = 0>
     String& operator+=(T) = delete;
     /// The named form of `+=`.
@@ -273,7 +272,7 @@ public:
     [[nodiscard]] String trim() const;
 
     /// Splits the string at every byte of `delimiters`. The empty string has no tokens at all.
-    /// @param delimiters bytes, each a delimiter; when there are none the whole string is the token
+    /// @param delimiters bytes, each a delimiter; without any the whole string is the only token
     /// @par Complexity linear; one allocation at most for each token
     /// ```cpp
     /// String const lines("a\n\nb\n");
@@ -286,13 +285,13 @@ public:
         ReturnEmptyTokens returnEmptyTokens = SKIP_EMPTY_TOKENS) const;
 
     /// @name Numbers
-    /// The whole text must be the number: no blanks, no group separators, the decimal point a full
-    /// stop in every locale. An optional sign comes first, `-` for signed and real types only.
+    /// The whole text must be the number: no blanks, no group separators; the decimal point is a
+    /// full stop in every locale. An optional sign comes first, `-` for signed and real types only.
     /// `base` is 2 to 36; digits beyond 9 are letters of either case; base 16 takes an optional
     /// `0x` or `0X`. Reals are decimal, `inf`, `infinity` and `nan` included, in either case.
     /// @throws StringConversionException naming the text and the type, when the text is empty,
     ///   malformed or out of the type's range (a real that would become infinite or zero too), or
-    ///   the base is not one of those above
+    ///   the base is not allowed
     /// @{
     /// As `double`.
     [[nodiscard]] double toReal64() const;
@@ -316,21 +315,21 @@ public:
     [[nodiscard]] std::uint64_t toUInt64(int base = 10) const;
     /// @}
 
-    // The operators are friends, so that they are considered where an operand is a String, and not
-    // for any two operands that could become one.
+    // The operators are friends, so that they are considered only where an operand is a String, not
+    // for any two operands that convert to one.
 
     /// @name Comparison by unsigned bytes
     /// @{
-    /// Whether both hold the same bytes.
+    /// Whether both contain the same bytes.
     friend bool operator==(String const& a, String const& b) noexcept {
         return std::string_view(a) == std::string_view(b);
     }
-    /// Whether both hold the same bytes.
+    /// Whether both contain the same bytes.
     template <typename T, detail::IfOtherText<T> = 0>
     friend bool operator==(String const& a, T const& b) noexcept {
         return std::string_view(a) == std::string_view(b);
     }
-    /// Whether both hold the same bytes.
+    /// Whether both contain the same bytes.
     template <typename T, detail::IfOtherText<T> = 0>
     friend bool operator==(T const& a, String const& b) noexcept {
         return std::string_view(a) == std::string_view(b);
@@ -351,9 +350,9 @@ public:
     friend bool operator<(String const& a, String const& b) noexcept {
         return std::string_view(a) < std::string_view(b);
     }
-    /// Whether `a` comes behind `b`.
+    /// Whether `a` comes after `b`.
     friend bool operator>(String const& a, String const& b) noexcept { return b < a; }
-    /// Whether `a` does not come behind `b`.
+    /// Whether `a` does not come after `b`.
     friend bool operator<=(String const& a, String const& b) noexcept { return !(b < a); }
     /// Whether `a` does not come before `b`.
     friend bool operator>=(String const& a, String const& b) noexcept { return !(a < b); }
@@ -367,22 +366,22 @@ public:
     friend bool operator<(T const& a, String const& b) noexcept {
         return std::string_view(a) < std::string_view(b);
     }
-    /// Whether `a` comes behind `b`.
+    /// Whether `a` comes after `b`.
     template <typename T, detail::IfOtherText<T> = 0>
     friend bool operator>(String const& a, T const& b) noexcept {
         return b < a;
     }
-    /// Whether `a` comes behind `b`.
+    /// Whether `a` comes after `b`.
     template <typename T, detail::IfOtherText<T> = 0>
     friend bool operator>(T const& a, String const& b) noexcept {
         return b < a;
     }
-    /// Whether `a` does not come behind `b`.
+    /// Whether `a` does not come after `b`.
     template <typename T, detail::IfOtherText<T> = 0>
     friend bool operator<=(String const& a, T const& b) noexcept {
         return !(b < a);
     }
-    /// Whether `a` does not come behind `b`.
+    /// Whether `a` does not come after `b`.
     template <typename T, detail::IfOtherText<T> = 0>
     friend bool operator<=(T const& a, String const& b) noexcept {
         return !(b < a);
@@ -398,11 +397,11 @@ public:
         return !(a < b);
     }
 #ifdef __cpp_lib_three_way_comparison
-    /// How `a` stands to `b`; from C++20 on.
+    /// The order of `a` and `b`; from C++20 on.
     friend std::strong_ordering operator<=>(String const& a, String const& b) noexcept {
         return std::string_view(a) <=> std::string_view(b);
     }
-    /// How `a` stands to `b`; from C++20 on.
+    /// The order of `a` and `b`; from C++20 on.
     template <typename T, detail::IfOtherText<T> = 0>
     friend std::strong_ordering operator<=>(String const& a, T const& b) noexcept {
         return std::string_view(a) <=> std::string_view(b);
@@ -412,29 +411,29 @@ public:
 
     /// @name Concatenation
     /// @{
-    /// `a` with `b` behind it; NUL bytes are kept.
+    /// `a` followed by `b`; NUL bytes are kept.
     [[nodiscard]] friend String operator+(String a, std::string_view b) {
         a += b;
         return a;
     }
-    /// `a` with the byte `b` behind it.
+    /// `a` followed by the byte `b`.
     [[nodiscard]] friend String operator+(String a, char b) {
         a += b;
         return a;
     }
-    /// `a` with `b` behind it; NUL bytes are kept.
+    /// `a` followed by `b`; NUL bytes are kept.
     template <typename T, detail::IfOtherText<T> = 0>
     [[nodiscard]] friend String operator+(T const& a, String const& b) {
         return detail::prepended(std::string_view(a), b);
     }
-    /// The byte `a` with `b` behind it.
+    /// The byte `a` followed by `b`.
     [[nodiscard]] friend String operator+(char a, String const& b) {
         return detail::prepended(std::string_view(&a, 1), b);
     }
-    /// A number is no text.
+    /// A number is not text.
     template <typename T>
     friend detail::IfNumber<T, String> operator+(String const& a, T b) = delete;
-    /// A number is no text.
+    /// A number is not text.
     template <typename T>
     friend detail::IfNumber<T, String> operator+(T a, String const& b) = delete;
     /// @}
@@ -444,7 +443,7 @@ public:
 private:
     friend class StringBuffer;
 
-    /// Head of the one allocation that holds the bytes and the terminating NUL behind it.
+    /// Header of the single allocation; the bytes and the terminating NUL follow it.
     struct Block {
         std::atomic<std::size_t> references{1};
         std::size_t length{0};
@@ -465,19 +464,20 @@ private:
 inline void swap(String& a, String& b) noexcept { a.swap(b); }
 
 /// Writes the bytes, NUL too, field width and fill applied as for `std::string_view`; the locale
-/// has no influence. The stream's state tells of its own failures.
+/// has no influence. The stream's state reports its own failures.
 /// @par Complexity linear. @par Thread safety `out` needs exclusive access.
 ZEB_EXPORT std::ostream& operator<<(std::ostream& out, String const& text);
 
 /// @name Reading from a stream
-/// What `std::string`'s functions of the same names do, but `text` stays as it was when nothing is
-/// read and when anything is thrown.
+/// Like `std::string`'s functions of the same names, but `text` is unchanged when nothing is read
+/// and when anything is thrown.
 /// @throws std::bad_alloc, with the bytes taken from the stream; what a stream with an exception
 ///   mask throws
 /// @par Complexity linear in what is read. @par Thread safety `in` and `text` need exclusive
 ///   access.
 /// @{
-/// A word: white space of the stream's locale is skipped, and ends it; a width, too.
+/// A word: white space of the stream's locale is skipped and ends it; the stream's width also
+/// limits it.
 ZEB_EXPORT std::istream& operator>>(std::istream& in, String& text);
 /// A line: all bytes, NUL too, up to `delimiter`, which is taken out of the stream and dropped.
 ZEB_EXPORT std::istream& getline(std::istream& in, String& text, char delimiter = '\n');
@@ -489,7 +489,7 @@ ZEB_EXPORT std::istream& getline(std::istream& in, String& text, char delimiter 
 /// The hash of the bytes, as of a `std::string_view`. Linear time.
 template <>
 struct std::hash<zeb::foundation::String> {
-    /// What reads as bytes is hashed as such.
+    /// Whatever converts to bytes is hashed without making a `String`.
     using is_transparent = void;
     /// The hash of `text`.
     std::size_t operator()(std::string_view text) const noexcept {

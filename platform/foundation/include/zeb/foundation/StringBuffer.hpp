@@ -10,18 +10,18 @@ namespace zeb::foundation {
 
 /// A text under construction: bytes are appended, then taken as a `String` without a copy.
 ///
-/// It holds any bytes, NUL included; the locale has no influence.
+/// It contains any bytes, NUL included; the locale has no influence.
 /// @par Complexity the room doubles when it is used up, so appending is amortised constant time per
-///   byte. Making room and `toString` are linear in the contents, and so at worst is
-///   `releaseString`, where it gives room back; all else is constant.
+///   byte. Making room and `toString` are linear in the contents, and so is `releaseString` when it
+///   frees unused room; all else is constant.
 /// @par Exceptions `std::bad_alloc`; the contents are unchanged then.
 /// @par Thread safety one thread at a time.
 class ZEB_EXPORT StringBuffer {
 public:
-    /// Room for the first bytes when the caller does not say.
+    /// Default capacity of the first allocation.
     static constexpr std::size_t INITIAL_CAPACITY = 128;
 
-    /// An empty buffer; memory for `capacity` bytes is taken at the first append.
+    /// An empty buffer; memory for `capacity` bytes is allocated at the first append.
     explicit StringBuffer(std::size_t capacity = INITIAL_CAPACITY) noexcept
         : initialCapacity_(capacity) {}
     StringBuffer(StringBuffer const&) = delete;
@@ -64,21 +64,21 @@ public:
     /// The operator form of `append`.
     StringBuffer& operator+=(std::string_view bytes) { return append(bytes); }
 
-    /// Makes room for `count` bytes more and returns where they go; `commit` then counts those
-    /// that were really written there. For converters whose output size has a known bound.
+    /// Makes room for `count` more bytes and returns where to write them; `commit` then adds those
+    /// actually written. For converters whose output size has a known bound.
     [[nodiscard]] char* prepare(std::size_t count) {
         if (count > capacity_ - length_) {
             grow(count);
         }
         return text_ + length_;
     }
-    /// Counts `count` bytes, at most as many as were prepared, as written.
+    /// Adds `count` written bytes, at most as many as were prepared.
     void commit(std::size_t count) noexcept { length_ += count; }
 
     /// A copy of the contents.
     [[nodiscard]] String toString() const { return String(text_, length_); }
     /// The contents as a `String` that takes over the memory; the buffer is empty afterwards.
-    /// Room that was never used is given back when there is much of it.
+    /// Unused room is freed when there is much of it.
     [[nodiscard]] String releaseString();
 
     /// Makes the buffer empty; keeps its memory.

@@ -6,8 +6,8 @@
 
 /// @file
 /// Not API: the first occurrence of one sequence of bytes in another, in linear time and constant
-/// memory, whatever they are read as: from the end, or with the case of letters left aside. Pure:
-/// it throws nothing, and several threads may search at once.
+/// memory, for any way of reading them: from the end, or ignoring the case of letters. Pure,
+/// reentrant, and throws nothing.
 ///
 /// This is the two-way algorithm of Crochemore and Perrin. The wanted sequence is cut at a critical
 /// position, where a local repetition is as long as the period of the whole. What is after the cut

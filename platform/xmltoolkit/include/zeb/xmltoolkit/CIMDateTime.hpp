@@ -8,14 +8,14 @@ namespace zeb::xmltoolkit {
 
 /// A point in time as CIM writes it: the 25-byte form `yyyymmddhhmmss.mmmmmm+ooo` of the DMTF's
 /// datetime type, with microseconds and the offset from UTC in minutes. It is always rendered in
-/// UTC, offset `+000`, whatever the time zone and the locale of the process are.
+/// UTC, offset `+000`; time zone and locale of the process have no influence.
 /// @par Complexity constant.
 /// @par Thread safety one object may be read by several threads at once. A copy costs a few words.
 class ZEB_EXPORT CIMDateTime {
 public:
     /// @param time in the Gregorian calendar, continued backwards, in the years 0 to 9999
     /// @throws zeb::foundation::Exception naming the seconds since 1970 when the year is another,
-    ///   since four digits cannot hold it
+    ///   which four digits cannot express
     explicit CIMDateTime(foundation::DateTime const& time);
 
     /// The 25 bytes; dates of different points in time compare as the times do.

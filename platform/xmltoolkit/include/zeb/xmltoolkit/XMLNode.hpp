@@ -18,23 +18,23 @@ namespace zeb::xmltoolkit {
 struct XMLDocument;
 class XMLChildren;
 
-/// A handle to an element of a parsed tree, or to none: a null handle.
+/// A handle to an element of a parsed tree, or a null handle.
 ///
-/// The tree itself never changes, and lives as long as there is a handle to any of its elements.
-/// Copying a handle costs one atomic increment and never throws; moving leaves a null handle and
-/// costs nothing. Every operation is allowed on a null handle, which has no name, no attributes, no
-/// text and no relatives.
+/// The tree itself never changes, and lives as long as a handle to any of its elements. Copying a
+/// handle costs one atomic increment and never throws; moving leaves a null handle and costs
+/// nothing. Every operation is allowed on a null handle, which has no name, no attributes, no text
+/// and no relatives.
 ///
-/// The tree holds elements, their attributes and their character data, all in document order. It
-/// does not hold comments, processing instructions and the document type declaration.
+/// The tree contains elements, their attributes and their character data, all in document order. It
+/// does not contain comments, processing instructions and the document type declaration.
 ///
-/// No operation uses a stack in proportion to the depth of the tree, destroying it included.
-/// Names, values and texts are in UTF-8 and hold no NUL; the locale has no influence.
+/// No operation uses a stack in proportion to the depth of the tree, destroying it included. Names,
+/// values and texts are in UTF-8 and contain no NUL; the locale has no influence.
 /// @par Exceptions `std::bad_alloc` where a `String` or an `Array` is returned.
 /// @par Complexity linear in what is returned, unless said otherwise; dropping the last handle is
-/// constant but for giving the tree's memory back.
+///   constant except for freeing the tree's memory.
 /// @par Thread safety one handle may be read by several threads at once; changing it needs
-/// exclusive access. Different handles are independent, also when they refer to the same tree.
+/// exclusive access. Different handles are independent, even when they refer to the same tree.
 class ZEB_EXPORT XMLNode {
 public:
     /// A null handle.
@@ -51,8 +51,8 @@ public:
     /// The name as written, with its prefix; empty for a null handle.
     [[nodiscard]] foundation::String getName() const { return nameView(); }
 
-    /// Names and values of the attributes: those written, in the order written, then those that the
-    /// document type adds. Two attributes never have the same name.
+    /// Names and values of the attributes: those in the start tag, in the order written, then the
+    /// defaults that the document type adds. Two attributes never have the same name.
     [[nodiscard]] foundation::Array<std::pair<foundation::String, foundation::String>> getAttrs()
         const;
 
@@ -75,9 +75,9 @@ public:
         return std::nullopt;
     }
 
-    /// The character data that stands directly in the element, CDATA sections and replaced entities
-    /// included, joined over the child elements in between; that of child elements is not included.
-    /// Lines end in "\n" as XML demands.
+    /// The character data directly in the element, CDATA sections and replaced entities included,
+    /// joined across the child elements in between, whose own data is not included. Lines end in
+    /// "\n" as XML demands.
     /// @par Complexity linear in the text and the number of children
     /// ```cpp
     /// XMLParserDOM::parse("<a>1<b>2</b><![CDATA[<]]>&amp;</a>").getText() == "1<&"
@@ -85,9 +85,9 @@ public:
     [[nodiscard]] foundation::String getText() const;
 
     /// @name Relatives
-    /// The first child element; the next sibling element. A null handle when there is none: also
-    /// for the sibling of the top element. The second forms turn a handle that is no longer needed
-    /// into the result, which costs no atomic operation:
+    /// The first child element; the next sibling element. A null handle when there is none, as for
+    /// the sibling of the top element. The second forms turn a handle that is no longer needed into
+    /// the result, which costs no atomic operation:
     /// ```cpp
     /// XMLNode const node = XMLParserDOM::parse("<a><b/><c/></a>");
     /// String names;
@@ -119,7 +119,7 @@ public:
     /// @}
 
     /// Whether both refer to the same element of the same tree, or both are null. Trees of two
-    /// parses have no element in common, whatever their texts. Constant time.
+    /// parses have no element in common, even if their texts are equal. Constant time.
     friend bool operator==(XMLNode const& a, XMLNode const& b) noexcept {
         return a.document_ == b.document_ && (a.isNull() || a.index_ == b.index_);
     }
@@ -168,11 +168,12 @@ private:
 /// @par Thread safety as of `XMLNode`.
 class XMLChildren {
 public:
-    /// A position among the children; reading it gives a handle that lives until the next step.
+    /// A position among the children; dereferencing it gives a handle that is valid until the next
+    /// step.
     // NOLINTNEXTLINE(readability-identifier-naming): the standard containers' name
     class const_iterator {
     public:
-        /// As `std::iterator_traits` asks for.
+        /// The types that `std::iterator_traits` needs.
         /// @{
         using iterator_category = std::input_iterator_tag;
         using value_type = XMLNode;
@@ -181,12 +182,12 @@ public:
         using reference = XMLNode const&;
         /// @}
 
-        /// Behind the last child of any node.
+        /// The end position of any node.
         const_iterator() noexcept = default;
         /// At `child`.
         explicit const_iterator(XMLNode child) noexcept : child_(std::move(child)) {}
 
-        /// As of any input iterator; nothing may be asked of one behind the last child.
+        /// The operations of an input iterator; the end position may only be compared.
         /// @{
         [[nodiscard]] reference operator*() const noexcept { return child_; }
         [[nodiscard]] pointer operator->() const noexcept { return &child_; }
@@ -217,7 +218,7 @@ public:
 
     /// The first child.
     [[nodiscard]] const_iterator begin() const noexcept { return const_iterator(first_); }
-    /// Behind the last child.
+    /// The end position.
     [[nodiscard]] const_iterator end() const noexcept { return {}; }
     /// Whether there is no child.
     [[nodiscard]] bool empty() const noexcept { return first_.isNull(); }
@@ -230,9 +231,9 @@ private:
 
 inline XMLChildren XMLNode::children() const noexcept { return XMLChildren(getChild()); }
 
-/// Writes `node.toString()`, field width and fill applied to the whole of it; the locale has no
+/// Writes `node.toString()`, field width and fill applied to the whole text; the locale has no
 /// influence.
-/// @throws std::bad_alloc; the stream's state tells of its own failures
+/// @throws std::bad_alloc; the stream's state reports its own failures
 /// @par Complexity linear in what is written. @par Thread safety `out` needs exclusive access.
 ZEB_EXPORT std::ostream& operator<<(std::ostream& out, XMLNode const& node);
 

@@ -14,10 +14,10 @@ class ZEB_EXPORT XMLParserDOM {
 public:
     XMLParserDOM() = delete;
 
-    /// How deep elements may be nested, the top element counting as 1.
+    /// The greatest allowed nesting of elements; the top element counts as 1.
     static constexpr std::size_t MAXIMUM_DEPTH = 10000;
 
-    /// How many entities may be open at a time: one whose text refers to no other counts as 1.
+    /// The greatest allowed nesting of entities; one whose text refers to no other counts as 1.
     static constexpr std::size_t MAXIMUM_ENTITY_DEPTH = 100;
 
     /// Parses a whole XML 1.0 document.
@@ -28,9 +28,9 @@ public:
     /// reference to such an entity in an element's content yields nothing, in an attribute it is an
     /// error. Where there is an external subset or a reference to a parameter entity, an entity may
     /// be declared where nothing is read: unless the document is standalone, a reference to one
-    /// that is not declared yields nothing, in an attribute, too; and behind a reference to a
+    /// that is not declared yields nothing, in an attribute too; and after a reference to a
     /// parameter entity that is external or not declared, declarations of entities and attributes
-    /// have no effect. Names keep their namespace prefixes, which mean nothing here.
+    /// have no effect. Names keep their namespace prefixes, which have no meaning here.
     /// ```cpp
     /// XMLParserDOM::parse("<!DOCTYPE a SYSTEM 's'><a x='[&u;]'/>").toString() == "<a x=\"[]\"/>"
     /// ```
@@ -40,18 +40,17 @@ public:
     /// @return the top element, its names and texts in UTF-8; the tree does not refer to `xml`
     /// @throws DOMException
     ///   - when `xml` is not well-formed; empty texts and texts with a NUL character are not
-    ///   - when its declaration tells a version other than "1." and digits, another encoding, or
-    ///   one
-    ///     that is not that of the mark
+    ///   - when its declaration names a version other than "1." and digits, an encoding other than
+    ///     those above, or one that contradicts the mark
     ///   - when elements are nested deeper than `MAXIMUM_DEPTH`
     ///   - when a reference leads to entities nested deeper than `MAXIMUM_ENTITY_DEPTH`, parameter
-    ///     entities included; what is declared and never referred to does not count
-    ///   - when entities make the text more than 100 times as long, or default attributes do,
-    ///     and the surplus exceeds 8 MiB
+    ///     entities included; what is declared but never referred to does not count
+    ///   - when entities or default attributes make the text more than 100 times as long, and the
+    ///     surplus exceeds 8 MiB
     ///   - when its names, values and texts exceed 4 GiB, or its elements, attributes and texts
     ///     2^32
-    /// @throws std::bad_alloc when memory is exhausted, or libexpat takes more of it than befits
-    ///   the text
+    /// @throws std::bad_alloc when memory is exhausted, or libexpat needs more of it than is
+    ///   plausible for the text
     /// @par Complexity linear in the text with its entities replaced; nothing recurses.
     /// @par Thread safety reentrant.
     [[nodiscard]] static XMLNode parse(foundation::String const& xml);
