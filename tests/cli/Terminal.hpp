@@ -1,7 +1,5 @@
 #pragma once
 
-#include "RunProcess.hpp"
-
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -13,6 +11,8 @@
 #include <string>
 #include <system_error>
 #include <vector>
+
+#include "RunProcess.hpp"
 
 /// @file
 /// Runs a program with standard output and standard error on a terminal.

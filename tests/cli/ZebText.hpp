@@ -1,18 +1,16 @@
 #pragma once
 
-#include "RunProcess.hpp"
-
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "RunProcess.hpp"
+#include "TemporaryDirectory.hpp"
+
 /// @file
-/// How the tests of zeb-text run the built program, and the files that they give it.
+/// How the tests of zeb-text run the built program.
 
 namespace zeb::test {
 
@@ -41,39 +39,5 @@ inline ProcessResult findsNothing() { return {1, "", ""}; }
 inline ProcessResult failsWith(std::string const& message, std::string const& place = {}) {
     return {2, "", "zeb-text: " + message + "\n" + place};
 }
-
-/// A folder that goes away with its contents.
-class TemporaryFolder {
-public:
-    TemporaryFolder() : path_(std::filesystem::temp_directory_path() / "zeb-text.XXXXXX") {
-        if (::mkdtemp(path_.data()) == nullptr) {
-            throw std::system_error(errno, std::generic_category(), path_);
-        }
-    }
-    TemporaryFolder(TemporaryFolder const&) = delete;
-    TemporaryFolder& operator=(TemporaryFolder const&) = delete;
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-
-    /// Path of the file `name` in the folder.
-    [[nodiscard]] std::string path(std::string const& name) const { return path_ + "/" + name; }
-
-    /// Makes a file and returns its path.
-    std::string file(std::string const& name, std::string_view contents) const {
-        std::ofstream stream(path(name), std::ios::binary);
-        stream.write(contents.data(), static_cast<std::streamsize>(contents.size()));
-        return path(name);
-    }
-
-    [[nodiscard]] std::string contents(std::string const& name) const {
-        std::ifstream stream(path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    }
-
-private:
-    std::string path_;
-};
 
 }  // namespace zeb::test

@@ -158,11 +158,11 @@ TEST_F(FileInformationOf, AMissingFileIsAnException) {
 }
 
 TEST_F(FileInformationOf, APathWithANulNamesNoFile) {
-    String const path = directory.file("file", "") + "\0tail"sv;
-    expectFailure([&] { (void)typeOf(path); },
-                  "Cannot get information for file " + text(directory.path("file")) +
-                      "\\0tail: Invalid argument",
-                  EINVAL);
+    String const path = String(directory.file("file", "")) + "\0tail"sv;
+    expectFailure(
+        [&] { (void)typeOf(path); },
+        "Cannot get information for file " + directory.path("file") + "\\0tail: Invalid argument",
+        EINVAL);
 }
 
 // ---------------------------------------------------------------- canWrite

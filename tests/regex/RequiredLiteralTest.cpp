@@ -150,7 +150,7 @@ TEST(RequiredLiteral, FindsTheFirstOccurrence) {
 
 TEST(RequiredLiteral, NothingIsRequiredWhereACharacterMayEndLikeAnother) {
     zeb::test::TemporaryDirectory const directory;
-    std::string const path(std::string_view(directory.path("ja_JP.SJIS")));
+    std::string const path = directory.path("ja_JP.SJIS");
     try {
         // It warns of the backslash, and so does not end with 0.
         zeb::test::runProcess({"localedef", "-c", "-i", "ja_JP", "-f", "SHIFT_JIS", path});

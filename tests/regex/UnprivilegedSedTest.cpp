@@ -12,13 +12,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <string_view>
 
 #include "LogCapture.hpp"
+#include "TemporaryDirectory.hpp"
 
 namespace {
 
@@ -40,28 +39,12 @@ std::string debug3(std::string const& text) { return "DEBUG3 zeb.common.regex: r
 
 class UnprivilegedSed : public testing::Test {
 protected:
-    UnprivilegedSed() {
-        std::string pattern = (fs::temp_directory_path() / "regex-XXXXXX").string();
-        folder_ = ::mkdtemp(pattern.data());
-        // For the user that a child process becomes.
-        fs::permissions(folder_, fs::perms::all);
-    }
-    ~UnprivilegedSed() override { fs::remove_all(folder_); }
-
-    std::string path(std::string const& name = "file") const { return (folder_ / name).string(); }
-
-    std::string write(std::string_view contents) const {
-        std::ofstream(path(), std::ios::binary) << contents;
-        return path();
-    }
-
-    std::string read(std::string const& name = "file") const {
-        std::ifstream file(path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string path(std::string const& name = "file") const { return directory_.path(name); }
+    std::string write(std::string_view contents) const { return directory_.file("file", contents); }
+    std::string read(std::string const& name = "file") const { return directory_.contents(name); }
 
 private:
-    fs::path folder_;
+    zeb::test::TemporaryDirectory directory_;
 };
 
 /// What `edit` throws, or an empty text.

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <zeb/foundation/String.hpp>
-
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -26,17 +25,28 @@ public:
     }
     TemporaryDirectory(TemporaryDirectory const&) = delete;
     TemporaryDirectory& operator=(TemporaryDirectory const&) = delete;
-    ~TemporaryDirectory() { std::filesystem::remove_all(path_); }
+    ~TemporaryDirectory() {
+        std::error_code ignored;  // a test may leave a directory that its user cannot empty
+        std::filesystem::remove_all(path_, ignored);
+    }
 
-    foundation::String path(std::string_view name) const {
-        return foundation::String(path_) + "/" + name;
+    /// Path of what is called `name` in the directory.
+    [[nodiscard]] std::string path(std::string_view name) const {
+        return path_ + "/" + std::string(name);
     }
 
     /// Makes a file of these bytes and returns its path.
-    foundation::String file(std::string_view name, std::string_view bytes) const {
-        foundation::String const where = path(name);
-        std::ofstream(where.c_str(), std::ios_base::binary) << bytes;
+    std::string file(std::string_view name, std::string_view bytes) const {
+        std::string where = path(name);
+        std::ofstream stream(where, std::ios_base::binary);
+        stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         return where;
+    }
+
+    /// The bytes of a file; none when there is no such file.
+    [[nodiscard]] std::string contents(std::string_view name) const {
+        std::ifstream stream(path(name), std::ios_base::binary);
+        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     }
 
 private:

@@ -175,7 +175,7 @@ TEST(Numbers, GlobalCppLocaleWithADecimalCommaHasNoInfluence) {
 TEST(Numbers, CLocaleWithADecimalCommaHasNoInfluence) {
     // Few machines have such a locale, but the sources of all of them come with the C library.
     zeb::test::TemporaryDirectory const directory;
-    std::string const path(std::string_view(directory.path("de_DE")));
+    std::string const path = directory.path("de_DE");
     int status = -1;
     try {
         status =

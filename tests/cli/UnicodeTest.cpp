@@ -1,6 +1,6 @@
-#include "ZebText.hpp"
-
 #include <gtest/gtest.h>
+
+#include "ZebText.hpp"
 
 using namespace std::string_literals;
 
@@ -48,7 +48,7 @@ TEST(Utf8, AMarkAloneIsAnEmptyText) {
 }
 
 TEST(Utf8, NamesTheFile) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const a = folder.file("a", utf16(u"\uFEFFA", true));
     std::string const b = folder.file("b", "B");
     ProcessResult const expected{

@@ -1,10 +1,10 @@
 // What users of grep and sed expect: the same options, and for them the same output.
 
-#include "ZebText.hpp"
-
 #include <gtest/gtest.h>
 
 #include <random>
+
+#include "ZebText.hpp"
 
 namespace zeb::test {
 namespace {
@@ -38,7 +38,7 @@ TEST(Habits, LinesAroundAMatchAreShown) {
 }
 
 TEST(Habits, ExpressionsMayComeFromAFile) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("patterns", "^o\nx$\n");
     EXPECT_EQ(zebText({"match", "-f", file}, TEXT), prints("one\nsix\n"));
     EXPECT_EQ(zebText({"match", "-f", folder.file("none", "")}, TEXT), findsNothing());
@@ -50,7 +50,7 @@ TEST(Habits, ExpressionsMayComeFromAFile) {
 }
 
 TEST(Habits, FoldersAreSearchedOnDemand) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     folder.file("b", "yes\n");
     std::filesystem::create_directories(folder.path("a/c"));
     folder.file("a/c/d", "yes\nno\n");
@@ -101,7 +101,7 @@ TEST(Habits, GrepGivesTheSame) {
     int const cases = wanted == nullptr ? 150 : std::atoi(wanted);
     std::mt19937 engine(7);
     auto const random = [&engine] { return static_cast<unsigned>(engine()); };
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     for (int i = 0; i < cases; ++i) {
         std::string text;
         for (unsigned lines = random() % 12; lines > 0; --lines) {

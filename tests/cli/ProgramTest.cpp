@@ -1,8 +1,8 @@
 // What all commands of zeb-text have in common: help, words of the command line, files, pipes.
 
-#include "ZebText.hpp"
-
 #include <gtest/gtest.h>
+
+#include "ZebText.hpp"
 
 namespace zeb::test {
 namespace {
@@ -168,7 +168,7 @@ TEST(Program, WordsArriveUnchanged) {
 TEST(Program, FilesMayHaveStrangeNames) {
     for (std::string const name : {"[a,b]", "{}", "%%", "++", "edit", "xml", "\xE4", "a b"}) {
         SCOPED_TRACE(name);
-        TemporaryFolder const folder;
+        TemporaryDirectory const folder;
         folder.file(name, "line\n");
         folder.file("other", "other line\n");
         ProcessResult const result =
@@ -183,7 +183,7 @@ TEST(Program, AHyphenBeginsAWordBehindADoubleHyphen) {
     EXPECT_EQ(zebText({"match", "--", "--numbers"}, "--numbers\n"), prints("--numbers\n"));
     EXPECT_EQ(zebText({"escape", "--", "--"}), prints("--\n"));
     EXPECT_EQ(zebText({"flatten", "--", "-a", "--", "-b"}), prints("-a -- -b\n"));
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     folder.file("-f", "text");
     EXPECT_EQ(shell("cd \"$1\" && \"$0\" edit s/t/T/ -- -f", folder.path(".")), prints("Text"));
     EXPECT_EQ(shell("cd \"$1\" && \"$0\" edit s/t/T/ ./-f -- -f", folder.path(".")),
@@ -197,7 +197,7 @@ TEST(Program, OptionsMayStandAnywhere) {
 }
 
 TEST(Program, UnreadableFilesAreReportedAndTheOthersRead) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const good = folder.file("good", "a\n");
     std::string const missing = folder.path("missing");
     std::string const directory = folder.path(".");
@@ -220,7 +220,7 @@ TEST(Program, ClosedStandardInputIsAnError) {
 TEST(Program, ReadsFromAPipeAndFromWhereAFileStands) {
     EXPECT_EQ(shell("{ printf 'a\\n'; sleep 0.1; printf 'a\\n'; } | \"$0\" edit s/a/b/"),
               prints("b\nb\n"));
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("f", "first\nsecond\n");
     EXPECT_EQ(shell("{ read -r line; exec \"$0\" edit s/s/S/; } <\"$1\"", file),
               prints("Second\n"));

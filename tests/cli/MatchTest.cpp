@@ -1,6 +1,6 @@
-#include "ZebText.hpp"
-
 #include <gtest/gtest.h>
+
+#include "ZebText.hpp"
 
 using namespace std::string_literals;
 
@@ -78,7 +78,7 @@ TEST(Match, AFinalNewlineBeginsNoLine) {
 }
 
 TEST(Match, NamesTheFileWhenThereAreSeveral) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const a = folder.file("a", "one\ntwo\n");
     std::string const b = folder.file("b", "three\nfour\n");
     EXPECT_EQ(zebText({"match", "--numbers", "t", a}), prints("2:two\n"));
@@ -89,7 +89,7 @@ TEST(Match, NamesTheFileWhenThereAreSeveral) {
 }
 
 TEST(Match, AnErrorOutweighsAMatch) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const missing = folder.path("missing");
     ProcessResult const expected{
         2, "-:a\n", "zeb-text: Cannot read file " + missing + ": No such file or directory\n"};

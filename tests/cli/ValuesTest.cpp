@@ -1,6 +1,6 @@
-#include "ZebText.hpp"
-
 #include <gtest/gtest.h>
+
+#include "ZebText.hpp"
 
 using namespace std::string_literals;
 
@@ -21,7 +21,7 @@ TEST(Unit, FindsNoUnit) {
 }
 
 TEST(Date, PrintsTheFirstDateOfEachInput) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const a = folder.file(
         "a", "started\nat Tue Mar 14 09:26:53 UTC 2023, not Wed Mar 15 09:26:53 2023\n");
     std::string const b = folder.file("b", "[Sun Jan 5 1:02:03 2025] up");

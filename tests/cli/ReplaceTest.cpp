@@ -1,13 +1,13 @@
-#include "ZebText.hpp"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "ZebText.hpp"
 
 namespace zeb::test {
 namespace {
 
 TEST(Replace, RewritesFilesInPlaceAndPrintsNothing) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const a = folder.file("a", "a=1\nb=2\n");
     std::string const b = folder.file("b", "c=3=4");
     EXPECT_EQ(zebText({"replace", "=", ": ", a, b}), prints(""));
@@ -16,21 +16,21 @@ TEST(Replace, RewritesFilesInPlaceAndPrintsNothing) {
 }
 
 TEST(Replace, FillsTheTemplateWithGroups) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", "key=value\n");
     EXPECT_EQ(zebText({"replace", "([a-z]+)=(.*)", "%2:%1 %0 100%%", file}), prints(""));
     EXPECT_EQ(folder.contents("a"), "value:key key=value 100%\n");
 }
 
 TEST(Replace, IgnoresCaseAndReadsBasicSyntaxOnDemand) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", "A+ a+\n");
     EXPECT_EQ(zebText({"replace", "--ignore-case", "--basic", "a+", "x", file}), prints(""));
     EXPECT_EQ(folder.contents("a"), "x a+\n");
 }
 
 TEST(Replace, AFileWithoutMatchOrWithoutContentsStaysAsItIs) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", "abc\n");
     std::string const empty = folder.file("empty", "");
     EXPECT_EQ(zebText({"replace", "z", "q", file, empty}), prints(""));
@@ -39,7 +39,7 @@ TEST(Replace, AFileWithoutMatchOrWithoutContentsStaysAsItIs) {
 }
 
 TEST(Replace, ReportsAFileThatCannotBeDoneAndDoesTheOthers) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", "abc\n");
     std::string const missing = folder.path("missing");
     ProcessResult const result = zebText({"replace", "b", "x", missing, folder.path("."), file});
@@ -53,14 +53,14 @@ TEST(Replace, ReportsAFileThatCannotBeDoneAndDoesTheOthers) {
 }
 
 TEST(Replace, DoesNotWaitForAPipe) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const pipe = folder.path("pipe");
     EXPECT_EQ(shell("mkfifo \"$1\" && exec \"$0\" replace a b \"$1\"", pipe),
               failsWith("File is not a regular file: " + pipe));
 }
 
 TEST(Replace, AFaultyExpressionLeavesTheFileAlone) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", "a(b\n");
     EXPECT_EQ(zebText({"replace", "a(b", "x", file}),
               failsWith("Error creating regular expression: Unmatched ( or \\(", "  a(b\n   ^\n"));
@@ -73,7 +73,7 @@ TEST(Replace, NeedsAFile) {
 }
 
 TEST(Replace, AFileThatMayNotGrowStaysAsItIs) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string text;
     for (int i = 0; i < 1000; ++i) {
         text += "line with text\n";
@@ -94,14 +94,14 @@ TEST(Replace, AFileThatMayNotGrowStaysAsItIs) {
 
 // The file then gets the number of standard error.
 TEST(Replace, MessagesNeverGetIntoTheFile) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", "abc\n");
     EXPECT_EQ(shell("exec \"$0\" replace --trace debug3 b x \"$1\" 2>&-", file), prints(""));
     EXPECT_EQ(folder.contents("a"), "axc\n");
 }
 
 TEST(Replace, TracesTheLibrarysMessages) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", "abc");
     ProcessResult const result = zebText({"replace", "--trace", "debug2", "b", "x", file});
     EXPECT_EQ(result.status, 0);

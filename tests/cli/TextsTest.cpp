@@ -1,6 +1,6 @@
-#include "ZebText.hpp"
-
 #include <gtest/gtest.h>
+
+#include "ZebText.hpp"
 
 using namespace std::string_literals;
 
@@ -33,7 +33,7 @@ TEST(Tokens, SplitsAtTheGivenDelimiters) {
 
 TEST(Tokens, WithoutDelimitersTheWholeTextIsOne) {
     EXPECT_EQ(zebText({"tokens", "--delimiters", ""}, "a b"), prints("a b\n"));
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     EXPECT_EQ(zebText({"tokens", "--delimiters=", folder.file("f", "a b")}), prints("a b\n"));
 }
 

@@ -1,6 +1,6 @@
-#include "ZebText.hpp"
-
 #include <gtest/gtest.h>
+
+#include "ZebText.hpp"
 
 using namespace std::string_literals;
 
@@ -15,7 +15,7 @@ constexpr char DISKS[] =
     "</config>\n";
 
 TEST(XmlCheck, TellsOfEachFileWhetherItIsWellFormed) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const good = folder.file("good.xml", DISKS);
     std::string const bad = folder.file("bad.xml", "<a>\n  <b></a>\n");
     ProcessResult const result = zebText({"xml", "check", good, bad});
@@ -31,7 +31,7 @@ TEST(XmlCheck, ReadsStandardInput) {
 }
 
 TEST(XmlCheck, AnUnreadableFileIsAnError) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const missing = folder.path("missing.xml");
     ProcessResult const expected{
         2, "-: ok\n", "zeb-text: Cannot read file " + missing + ": No such file or directory\n"};
@@ -69,7 +69,7 @@ TEST(XmlFind, AnEmptyNameIsTheNameOfNoAttribute) {
 }
 
 TEST(XmlFind, SearchesEachFile) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const a = folder.file("a.xml", "<a x='1'/>");
     std::string const b = folder.file("b.xml", "<b x='2'/>");
     std::string const c = folder.file("c.xml", "<a x='3'/>");

@@ -1,10 +1,9 @@
 // What --json prints.
 
-#include "ZebText.hpp"
-
 #include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
+
+#include "ZebText.hpp"
 
 using namespace std::string_literals;
 
@@ -127,7 +126,7 @@ TEST(Json, JqReadsEveryByte) {
         all += static_cast<char>(byte);
         all += byte == '\n' ? "" : "\n";
     }
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     ProcessResult const result =
         shell("\"$0\" match --json '' \"$1\" | jq -s '[length, .[65].text, .[255].line]' -c",
               folder.file("all", all));
@@ -135,7 +134,7 @@ TEST(Json, JqReadsEveryByte) {
 }
 
 TEST(Json, SeveralInputsGiveSeveralLines) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const a = folder.file("a", "x y");
     std::string const b = folder.file("b\u00E4", "z");
     EXPECT_EQ(zebText({"tokens", "--json", a, b}),

@@ -1,8 +1,5 @@
 // Files that are edited are never lost: whatever happens, a file is the old one or the new one.
 
-#include "SystemCalls.hpp"
-#include "ZebText.hpp"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -12,6 +9,9 @@
 
 #include <limits>
 #include <random>
+
+#include "SystemCalls.hpp"
+#include "ZebText.hpp"
 
 namespace zeb::test {
 namespace {
@@ -42,7 +42,7 @@ std::string linesWith(std::string const& word, int count) {
 }
 
 TEST(InPlace, EditTakesEveryCommand) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const a = folder.file("a", "a=1\nb=2\n");
     std::string const b = folder.file("b", "x\ny");
     EXPECT_EQ(zebText({"edit", "-i", "s/(.)=(.)/\\2=\\1/", a, b}), prints(""));
@@ -57,14 +57,14 @@ TEST(InPlace, EditTakesEveryCommand) {
 }
 
 TEST(InPlace, EveryMatchOfALineIsReplacedOnDemand) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", "a/b\\a 5%\n");
     EXPECT_EQ(zebText({"replace", "--all", "(a)|%", "<%1%%\\1>%x%", file}), prints(""));
     EXPECT_EQ(folder.contents("a"), "<a%\\1>%x%/b\\<a%\\1>%x% 5<%\\1>%x%\n");
 }
 
 TEST(InPlace, AFileWithoutAChangeIsNotWritten) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", linesWith("word", 50000));
     struct stat const before = statusOf(file);
     EXPECT_EQ(zebText({"replace", "--backup", "nothing", "x", file}), prints(""));
@@ -77,7 +77,7 @@ TEST(InPlace, AFileWithoutAChangeIsNotWritten) {
 }
 
 TEST(InPlace, WhatFollowsAnUnchangedBeginningIsChanged) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const lines = linesWith("word", 50000);
     std::string const file = folder.file("a", lines + "last");
     EXPECT_EQ(zebText({"replace", "last", "end", file}), prints(""));
@@ -90,7 +90,7 @@ TEST(InPlace, WhatFollowsAnUnchangedBeginningIsChanged) {
 }
 
 TEST(InPlace, ModeOwnerAndExtendedAttributesStay) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", "old\n");
     ASSERT_EQ(::chmod(file.c_str(), 04751), 0);
     bool const root = ::geteuid() == 0;
@@ -115,7 +115,7 @@ TEST(InPlace, ModeOwnerAndExtendedAttributesStay) {
 }
 
 TEST(InPlace, ASymbolicLinkStaysAndItsTargetIsEdited) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", "old\n");
     std::string const link = folder.path("link");
     std::filesystem::create_symlink("a", link);
@@ -126,7 +126,7 @@ TEST(InPlace, ASymbolicLinkStaysAndItsTargetIsEdited) {
 }
 
 TEST(InPlace, HardLinksAreKeptTogetherOnDemand) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", "old\n");
     std::filesystem::create_hard_link(file, folder.path("b"));
     EXPECT_EQ(zebText({"replace", "old", "new", file}),
@@ -141,7 +141,7 @@ TEST(InPlace, HardLinksAreKeptTogetherOnDemand) {
 }
 
 TEST(InPlace, AFileThatAnotherProgramHasOpenForWritingIsRefused) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", "old\n");
     EXPECT_EQ(shell("exec 5>>\"$1\"; exec \"$0\" replace old new \"$1\"", file),
               failsWith(file + ": another program has it open for writing and would lose its "
@@ -167,7 +167,7 @@ TEST(InPlace, AFolderThatMayNotBeWrittenIsRefused) {
     if (::geteuid() == 0) {
         GTEST_SKIP() << "root may write everywhere";
     }
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", "old\n");
     ASSERT_EQ(::chmod(folder.path("").c_str(), 0500), 0);
     ProcessResult const refused = zebText({"replace", "old", "new", file});
@@ -192,7 +192,7 @@ TEST(InPlace, OptionsThatMakeNoSenseAreRefused) {
 }
 
 TEST(InPlace, PreviewsWriteNothing) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("a", "one\ntwo\nthree\n");
     EXPECT_EQ(shell("cd \"$1\" && exec \"$0\" replace --diff two 2 a", folder.path("")),
               prints("--- a\n+++ a\n@@ -1,3 +1,3 @@\n one\n-two\n+2\n three\n"));
@@ -222,7 +222,7 @@ TEST(InPlace, WhatAPreviewShowsPatchMakes) {
         {"-e", "/1/d", "-e", "s/2$/&\\2/", "-e", "/3/,/5/d"},
         {"-e", "/^$/d", "-e", "s/0/1\n/g"}};
     for (int i = 0; i < 60; ++i) {
-        TemporaryFolder const folder;
+        TemporaryDirectory const folder;
         std::string text;
         for (unsigned lines = below(40); lines > 0; --lines) {
             text += below(8) == 0 ? "\n" : std::to_string(below(60)) + "\n";
@@ -291,7 +291,7 @@ protected:
 
     std::string const OLD = linesWith("old", 3000);
     std::string const NEW = linesWith("newer", 3000);
-    TemporaryFolder folder_;
+    TemporaryDirectory folder_;
     std::vector<std::string> options_;
     std::size_t calls_ = 0;
     std::size_t first_ = 0;

@@ -1,10 +1,10 @@
 // Colours, and the progress of reading, on a terminal and elsewhere.
 
-#include "Terminal.hpp"
-#include "ZebText.hpp"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "Terminal.hpp"
+#include "ZebText.hpp"
 
 namespace zeb::test {
 namespace {
@@ -119,7 +119,7 @@ std::string lastLine(std::string const& written) {
 
 // A sparse file takes no room on the disk.
 TEST_F(Progress, ALargeFileHasALineThatGoesAway) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("large", "");
     std::filesystem::resize_file(file, 101'000'000);
     ProcessResult const result = onTerminal("\"$0\" xml check " + file + " >/dev/null");
@@ -139,7 +139,7 @@ TEST_F(Progress, OfAPipeTheSizeIsNotKnown) {
 }
 
 TEST_F(Progress, ThereIsNoneForSmallFilesAndWithoutATerminal) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const file = folder.file("file", "");
     std::filesystem::resize_file(file, 99'000'000);
     EXPECT_EQ(onTerminal("\"$0\" xml check " + file + " >/dev/null"), (ProcessResult{1, "", ""}));

@@ -1,8 +1,8 @@
 // Where a faulty expression has its fault.
 
-#include "ZebText.hpp"
-
 #include <gtest/gtest.h>
+
+#include "ZebText.hpp"
 
 using namespace std::string_literals;
 

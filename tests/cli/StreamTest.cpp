@@ -1,14 +1,14 @@
 // Texts that are read piece by piece give what the library makes of the whole text, in little
 // memory.
 
-#include "../../cli/LineEditor.hpp"
-#include "ZebText.hpp"
-
 #include <OrventoTextOperations.hpp>
 
 #include <gtest/gtest.h>
 
 #include <random>
+
+#include "../../cli/LineEditor.hpp"
+#include "ZebText.hpp"
 
 namespace zeb::test {
 namespace {
@@ -172,7 +172,7 @@ TEST(Streaming, RepairedTextIsThatOfTheWholeText) {
 
 // A program that kept its output back would wait for the reader for ever, and the reader for it.
 TEST(Streaming, WhatIsThereIsPrintedBeforeTheNextWait) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     // utf8 judges a text by its first eleven bytes.
     for (std::string const command : {"match a", "match -h -o a+", "edit s/a/a/", "tokens",
                                       "search-replace x y", "utf8 2>/dev/null", "xml-fix"}) {

@@ -1,13 +1,13 @@
 // The manual and the completions of the shells tell of all that the program has, and of no more.
 
-#include "ZebText.hpp"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cctype>
 #include <set>
 #include <sstream>
+
+#include "ZebText.hpp"
 
 namespace zeb::test {
 namespace {

@@ -1,6 +1,6 @@
-#include "ZebText.hpp"
-
 #include <gtest/gtest.h>
+
+#include "ZebText.hpp"
 
 using namespace std::string_literals;
 
@@ -39,7 +39,7 @@ TEST(Edit, IgnoresCaseAndReadsBasicSyntaxOnDemand) {
 }
 
 TEST(Edit, ReadsFilesInOrderAndStandardInputForAHyphen) {
-    TemporaryFolder const folder;
+    TemporaryDirectory const folder;
     std::string const a = folder.file("a", "1a\n");
     std::string const b = folder.file("b", "1b\n");
     EXPECT_EQ(zebText({"edit", "s/1/2/", b, "-", a}, "1in\n"), prints("2b\n2in\n2a\n"));

@@ -1,6 +1,6 @@
-#include "ZebText.hpp"
-
 #include <gtest/gtest.h>
+
+#include "ZebText.hpp"
 
 namespace zeb::test {
 namespace {
