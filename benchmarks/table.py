@@ -102,7 +102,7 @@ def print_works(times, works):
         rows.append([work, code(title), f"{duration(own['ns'])} ±{own['spread']:.0f} %", rate, others,
                      told_aims(aims, ratios, own["ns"])])
     print_table("Times",
-                "Processor time of the library, its spread, its throughput; the time of each other as a multiple of\n"
+                "Processor time of the library, its spread, its throughput; the time of each peer as a multiple of\n"
                 "the library's (above 1 the library is faster); the multiples aimed at.",
                 ["", "Work", "Library", "Throughput", "Others", "Aim"], rows)
 
@@ -115,7 +115,7 @@ def print_threads(times, works):
         if rates:
             rows.append([work, works[work][0], f"{rates[1] / 1e3:.0f}", f"{rates[2] / rates[1]:.2f}"])
     print_table("Threads",
-                "Thousands of calls in a second of one thread, and those of two threads together as a multiple of that.",
+                "Thousands of calls per second of one thread, and of two threads together as a multiple of that.",
                 ["", "Work", "One thread", "Two threads"], rows)
 
 
@@ -134,7 +134,7 @@ def print_peaks(path):
                 aim = f"{limit / 1e6:.0f}: {verdict}"
             rows.append([work, code(title), *(f"{size / 1e6:.1f}" for size in (given, result, peak)),
                          f"{peak / given:.2f}", aim])
-    print_table("Memory", "The peak during a call, input included, in MB and as a multiple of the input; the most aimed at.",
+    print_table("Memory", "The peak during a call, input included, in MB and as a multiple of the input; the limit aimed at.",
                 ["", "Work", "Input", "Output", "Peak", "Multiple", "Aim"], rows)
 
 
@@ -181,9 +181,9 @@ def print_growth(path, kept_path):
         rows.append([work, code(works[work][0]), *(f"{cost:.3f}" for _, cost in sizes), quotient(sizes),
                      *(f"{sizes[i][0]['page_faults']:.0f}" for i in (0, 2)), quotient(growth(kept, work))])
     print_table("Growth",
-                "Nanoseconds for each byte at 1, 10 and 100 times a size, and the last by the first: 1 where the cost\n"
-                "grows as the input does. Then the page faults of one run, each a page of memory that the kernel had to\n"
-                "clear, and the quotient of another process, whose libc keeps the memory that it has once got.\n\n" +
+                "Nanoseconds for each byte at 1, 10 and 100 times a size, and the last divided by the first: 1 when the\n"
+                "cost grows as the input does. Then the page faults of one run, each a page of memory that the kernel\n"
+                "had to clear, and the quotient of another process, whose libc keeps its memory.\n\n" +
                 machine(context),
                 ["", "Work", "x 1", "x 10", "x 100", "Quotient", "Faults x 1", "Faults x 100",
                  "Quotient, memory kept"], rows)
