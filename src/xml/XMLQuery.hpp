@@ -19,8 +19,8 @@
 /// @file
 /// The query language: its parser, and the search for the node that fits a query.
 ///
-/// A part of OrventoXMLOperations.cpp: nothing but that and tests includes it. Its functions are in
-/// an unnamed namespace because the log records their signatures.
+/// A part of OrventoXMLOperations.cpp: only that and tests include it. Its functions are in an
+/// unnamed namespace because the log records their signatures.
 
 namespace ZEBNS2 {
 // Included by one source.
@@ -42,7 +42,7 @@ LazyGlobal<String> COMPONENT_NAME = {"zeb.common", nullptr, 0, PTHREAD_MUTEX_INI
 
 // ------------------------------------------------------------------------------- Query language
 
-/// One step of a query. One without a name fits any node name; it has attributes then.
+/// One step of a query. One without a name fits any node name and has at least one attribute.
 struct XMLQueryEntry {
     String name;
     /// Names and values in the order written. An empty value means any value.
@@ -62,7 +62,7 @@ inline std::ostream& operator<<(std::ostream& out, XMLQueryEntry const& entry) {
     return entry.attributes.empty() ? out : out << ']';
 }
 
-/// Name and value of a demanded attribute; both are empty when `specifier` holds nothing.
+/// Name and value of a demanded attribute; both are empty when `specifier` is blank.
 inline std::pair<String, String> XMLQuery_parse_attribute_specifier(String const& specifier) {
     Logger const logger(COMPONENT_NAME.get());
     String const trimmed = specifier.trim();
@@ -126,23 +126,22 @@ inline Array<XMLQueryEntry> parseXMLQuery(String const& query) {
 
 // ---------------------------------------------------------------------------------- Node search
 
-/// Whether the texts are equal but for case. Most differ in length, which is seen here without a
-/// call.
+/// Whether the texts are equal, ignoring case. Most differ in length, which needs no call.
 inline bool equalIgnoringCase(String const& wanted, std::string_view text) {
     return wanted.length() == text.size() && wanted.equalsIgnoreCase(text);
 }
 
 /// Whether `node` fits one step.
-/// @param logger a search hands its own on: to build one counts references to the component's name,
-///   which searching threads share
+/// @param logger a search passes its own: building one counts references to the component's name,
+///   on which searching threads would contend
 inline bool XMLQueryEntryMatches(XMLNode const& node, XMLQueryEntry const& entry,
                                  Logger const& logger = Logger(COMPONENT_NAME.get())) {
     ZEB_LOG_DEBUG2(logger, UNIT, Format("XMLNodeSearch: Comparing %1 to %2", entry, node));
     if (!entry.name.empty() && !equalIgnoringCase(entry.name, node.nameView())) {
         return false;
     }
-    // Every attribute that fits is counted, also a second one whose name differs in case alone:
-    // such a node is deliberately no match.
+    // Every attribute that fits counts, even a second one whose name differs in case alone: such a
+    // node is deliberately not a match.
     std::size_t matched = 0;
     std::size_t const count = node.attributeCount();
     for (auto const& [name, value] : entry.attributes) {
@@ -179,10 +178,10 @@ inline bool XMLQueryEntryMatches(XMLNode const& node, XMLQueryEntry const& entry
 
 /// Searches `node` and its following siblings for the steps from `current` to `end`, depth first.
 ///
-/// The recursion over the levels is a loop with a stack of its own, since a query may have any
-/// number of steps. `path` holds the nodes, one for each level entered, that matched the steps
-/// before `current`; dropping one is the return from its level.
-/// @param[out] found the first node that completes the query; untouched when there is none
+/// The recursion over the levels is a loop with an explicit stack, since a query may have any
+/// number of steps. `path` contains the node of each level entered, which matched the steps before
+/// `current`; removing one returns from its level.
+/// @param[out] found the first node that completes the query; unchanged when there is none
 inline bool RecursiveNodeSearch(XMLNode const& node, XMLQueryIterator current, XMLQueryIterator end,
                                 XMLNode& found) {
     Logger const logger(COMPONENT_NAME.get());

@@ -21,7 +21,7 @@ DateTime::DateTime(std::int64_t seconds, std::uint32_t microseconds) noexcept
       microseconds_(static_cast<std::uint32_t>(microseconds % MICROSECONDS)) {}
 
 void DateTime::setToCurrent() noexcept {
-    // Not std::chrono: on 32-bit x86 the clock inside libstdc++ fails from 2038 on.
+    // Not std::chrono: on 32-bit x86 libstdc++'s clock fails from 2038 on.
     timespec now{};
     ::clock_gettime(CLOCK_REALTIME, &now);
     static_assert(sizeof now.tv_sec == sizeof seconds_, "seconds end in 2038");

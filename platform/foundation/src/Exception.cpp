@@ -15,7 +15,7 @@ constexpr char COMPONENT[] = "zeb.foundation";
 /// A copy of `chained` on the heap; null for null, and when memory is exhausted.
 std::shared_ptr<Exception const> copyOf(Exception const* chained) {
     Exception const* const copy = chained == nullptr ? nullptr : chained->clone();
-    // Even an owner of null would allocate.
+    // Even a shared_ptr to null would allocate.
     return copy == nullptr ? nullptr : std::shared_ptr<Exception const>(copy);
 }
 
@@ -25,7 +25,7 @@ void logError(char const* text, char const* reason) noexcept {
         ZEB_LOG(logger, ERROR, UNIT,
                 reason == nullptr ? String(text) : String(Format("%1: %2", text, reason)));
     } catch (...) {
-        // Nowhere is left to report it.
+        // There is no way left to report it.
     }
 }
 

@@ -19,8 +19,8 @@ namespace {
 
 constexpr char UNIT[] = "FileSystem";
 
-/// Room for the first read of a file that does not tell its size, and for one that outgrows the
-/// size it told. Many of the kernel's own files cannot be read in smaller pieces.
+/// Room for the first read of a file that reports no size, and for one that outgrows its size. Many
+/// of the kernel's own files cannot be read in smaller pieces.
 constexpr std::size_t LEAST_READ = 4096;
 
 [[noreturn]] void throwFailure(char const* what, String const& path, int error) {
@@ -88,7 +88,7 @@ ssize_t readSome(int descriptor, char* bytes, std::size_t count) noexcept {
     }
 }
 
-/// What the file says of its size, as room to begin with; a hint, never trusted.
+/// The size that the file reports, as initial room; a hint, never trusted.
 std::size_t expectedSize(int descriptor) noexcept {
     struct stat status{};
     if (::fstat(descriptor, &status) != 0 || status.st_size <= 0 ||
@@ -124,7 +124,7 @@ String FileSystem::getFileContents(String const& path) {
     }
     std::size_t const expected = expectedSize(file.get());
     StringBuffer contents(0);
-    // One byte more than expected, so that the end is seen without growing.
+    // One byte more than expected, so that the end is detected without growing.
     std::size_t wanted = expected > 0 ? expected + 1 : LEAST_READ;
     for (;;) {
         ssize_t const got = readSome(file.get(), contents.prepare(wanted), wanted);

@@ -12,7 +12,7 @@ namespace zeb::foundation {
 
 namespace {
 
-/// The choice of the process. The level stands apart so that a disabled message costs one read.
+/// The process's default. The level is separate so that a disabled message costs one read.
 class Default {
 public:
     int level() const noexcept { return level_.load(std::memory_order_relaxed); }
@@ -31,7 +31,7 @@ public:
             level_.store(appender ? level : int{Logger::NO_LEVEL}, std::memory_order_relaxed);
             appender_.swap(appender);
         }
-        // The old appender goes here, outside the lock, since its destructor may log.
+        // The old appender is destroyed here, outside the lock, since its destructor may log.
     }
 
     // A message from a later destructor finds logging switched off.

@@ -18,7 +18,7 @@ std::streamsize OStringStream::Bytes::xsputn(char const* bytes, std::streamsize 
     try {
         buffer.append(std::string_view(bytes, static_cast<std::size_t>(count)));
     } catch (...) {
-        incomplete = true;  // the stream sets badbit and lets nothing through
+        incomplete = true;  // the stream sets badbit and throws nothing
         throw;
     }
     return count;

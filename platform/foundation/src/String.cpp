@@ -50,7 +50,7 @@ T parseWith(String const& text, std::string_view digits, char const* type,
     T value{};
     char const* const end = digits.data() + digits.size();
     auto const [stop, error] = std::from_chars(digits.data(), end, value, parameters...);
-    // A number out of range is read to its end all the same.
+    // from_chars reads a number out of range to its end.
     if (error == std::errc::invalid_argument || stop != end) {
         throwConversion(text, type, "not a number");
     }
@@ -73,8 +73,8 @@ T parseInteger(String const& text, int base, char const* type) {
     if (base == 16 && (digits.substr(0, 2) == "0x" || digits.substr(0, 2) == "0X")) {
         digits.remove_prefix(2);
     }
-    // The magnitude is read unsigned: from_chars takes "-80" but not "-0x80", and of an unsigned
-    // number no sign, so that a second one is refused.
+    // The magnitude is read as unsigned: from_chars accepts "-80" but not "-0x80", and for an
+    // unsigned type no sign, so a second sign is refused.
     using Magnitude = std::make_unsigned_t<T>;
     auto const magnitude = parseWith<Magnitude>(text, digits, type, base);
     auto const limit = static_cast<Magnitude>(std::numeric_limits<T>::max());
@@ -91,9 +91,8 @@ T parseInteger(String const& text, int base, char const* type) {
 }
 
 #ifdef __i386__
-/// While it lives, the coprocessor rounds each result to a double. The 32-bit from_chars multiplies
-/// doubles as if it did so by itself, and is one bit off when a product is rounded twice: the one
-/// of "332000e22" for example.
+/// During its lifetime the coprocessor rounds each result to a double. The 32-bit from_chars relies
+/// on that, and is one bit off when a product is rounded twice, for example for "332000e22".
 class DoubleRounding {
 public:
     DoubleRounding() noexcept {
@@ -123,7 +122,7 @@ T parseReal(String const& text, char const* type) {
         }
     }
     if (digits.find('(') != std::string_view::npos) {
-        throwConversion(text, type, "not a number");  // from_chars knows "nan(...)"
+        throwConversion(text, type, "not a number");  // from_chars accepts "nan(...)"
     }
     return parseWith<T>(text, digits, type, std::chars_format::general);
 }
@@ -194,7 +193,7 @@ std::size_t String::lastIndexOf(std::string_view wanted, std::size_t from) const
     if (wanted.size() > text.size()) {
         return npos;
     }
-    // What starts at or before `from` ends before this.
+    // An occurrence that starts at or before `from` ends before this.
     std::size_t const end = std::min(from, text.size() - wanted.size()) + wanted.size();
     auto const length = static_cast<std::ptrdiff_t>(end);
     auto const wantedLength = static_cast<std::ptrdiff_t>(wanted.size());
@@ -238,7 +237,7 @@ String& String::operator+=(std::string_view text) {
         return *this;
     }
     if (block_ == nullptr) {
-        // The first text of a string gets just the room it needs.
+        // A string's first text gets exactly the room it needs.
         return *this = String(text);
     }
     std::size_t const oldLength = block_->length;
@@ -246,7 +245,7 @@ String& String::operator+=(std::string_view text) {
     std::size_t const newCapacity = detail::grownCapacity(oldLength, newLength);
     bool const shared = block_->references.load(std::memory_order_acquire) != 1;
     bool const full = newLength > block_->capacity;
-    // A part of this string must stay where it is until it is copied.
+    // `text` may be part of this string: keep the old block until it is copied.
     bool const ownText = std::less_equal<>()(c_str(), text.data()) &&
                          std::less_equal<>()(text.data(), c_str() + oldLength);
     if (shared || (full && ownText)) {
@@ -296,7 +295,7 @@ StringArray String::tokenize(std::string_view delimiters, ReturnDelimiters retur
     std::string_view const text = *this;
     auto const endOfToken = [&](std::size_t start) {
         if (delimiters.size() == 1) {
-            // Lines, mostly; the search of a single byte is much faster than a look-up of each.
+            // Mostly lines; searching a single byte is much faster than looking up each byte.
             return std::min(text.find(delimiters[0], start), text.size());
         }
         while (start < text.size() && !isDelimiter[static_cast<unsigned char>(text[start])]) {

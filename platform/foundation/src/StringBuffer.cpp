@@ -25,8 +25,8 @@ String StringBuffer::releaseString() {
     if (length_ == 0) {
         return result;
     }
-    // Little room, as a buffer starts with, costs more to give back than to keep; so does an
-    // eighth.
+    // Freeing little room, such as a buffer's initial room or an eighth, costs more than keeping
+    // it.
     std::size_t const waste = capacity_ - length_;
     if (waste > INITIAL_CAPACITY && waste > length_ / 8) {
         block_ = String::resize(block_, length_);

@@ -7,8 +7,8 @@
 
 namespace zeb::foundation::detail {
 
-/// `text` with `\0` written for each NUL byte: an exception takes its message up to the first NUL,
-/// and would lose the reason behind it.
+/// `text` with `\0` written for each NUL byte: an exception takes its message up to the first NUL
+/// and would lose the reason after it.
 inline String withVisibleNul(String const& text) {
     StringBuffer visible(text.length());
     for (char const byte : std::string_view(text)) {

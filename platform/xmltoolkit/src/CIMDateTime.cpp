@@ -34,14 +34,14 @@ struct Date {
     std::int64_t day;
 };
 
-/// The date that lies `days` days behind 0000-03-01.
+/// The date `days` days after 0000-03-01.
 ///
 /// With years that begin in March the leap day is the last of its year, and the months' lengths
 /// follow the rule 31 30 31 30 31, which (153 * month + 2) / 5 adds up.
 Date dateOf(std::int64_t days) {
     std::int64_t const era = days / 146'097;  // 400 years
     std::int64_t const dayOfEra = days % 146'097;
-    // Days without the leap days before them: one in 4 years but for 100 years, and the 400th.
+    // Subtracts the earlier leap days: one in 4 years, except in 100, but in 400.
     std::int64_t const yearOfEra =
         (dayOfEra - dayOfEra / 1'460 + dayOfEra / 36'524 - dayOfEra / 146'096) / 365;
     std::int64_t const dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);

@@ -17,7 +17,7 @@ struct Parts {
     std::string_view reason;
 };
 
-/// Whether `text` begins with `before` and a number, which are cut off.
+/// Removes `before` and a number from the front of `text`; false when it does not begin so.
 bool cut(std::string_view& text, std::string_view before, std::uint64_t& number) noexcept {
     if (text.substr(0, before.size()) != before) {
         return false;
@@ -28,8 +28,8 @@ bool cut(std::string_view& text, std::string_view before, std::uint64_t& number)
     return error == std::errc();
 }
 
-/// The parts of "line L, column C: reason". The message is where they are kept: a member would make
-/// the class larger than the programs expect that were built before.
+/// The parts of "line L, column C: reason". They are read from the message, because a new member
+/// would change the size of the class, which compiled programs rely on.
 Parts partsOf(std::string_view message) noexcept {
     constexpr std::string_view SEPARATOR = ": ";
     Parts parts{0, 0, message};

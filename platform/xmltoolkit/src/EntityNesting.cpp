@@ -1,28 +1,3 @@
-// How deep the entities of a document are nested, found without expanding them.
-//
-// Some releases of libexpat recurse once for each entity that is open: a chain of e1 = "&e0;",
-// e2 = "&e1;", ... exhausts the stack as soon as its end is referred to. No handler is called
-// before that, so the references that are too deep have to be known before libexpat gets the text.
-//
-// The reader below does what libexpat does, reference by reference and in the same order, but
-// builds nothing: it reads the internal subset, entering each parameter entity where it is referred
-// to; notes the entities declared; and follows the references in default values, content and values
-// of attributes. It stops at the first reference that opens one entity more than allowed, and where
-// libexpat refuses the document anyhow. For example, with a limit of 2:
-//
-//     <!DOCTYPE a [<!ENTITY e0 "x"> <!ENTITY e1 "&e0;"> <!ENTITY e2 "&e1;">]>
-//     <a v="&e1;">&e2;</a>
-//
-// &e1; opens e1, then e0, and closes both: e0 has the height 1, e1 the height 2. &e2; opens e2, and
-// there &e1;, of height 2, would be the third: the reference found is &e2;.
-//
-// Invariants: never more than `limit` entities are open, which bounds every stack here. Once an
-// entity is closed its height is known, and as long as nothing new is declared it is not entered
-// again: following is linear, whatever refers to what. (An entity that leads to a cycle never
-// closes: libexpat refuses the first reference to it, and so the reading ends.) Only parameter
-// entities are entered each time, since what they declare may differ; the bytes are counted, and
-// the reading ends with more than libexpat takes.
-
 #include "EntityNesting.hpp"
 
 #include <algorithm>
@@ -40,7 +15,7 @@ namespace {
 
 constexpr std::size_t NPOS = std::string_view::npos;
 
-/// In content an entity may hold markup, in the value of an attribute it is text.
+/// In content an entity may contain markup; in the value of an attribute it is text.
 enum Use : unsigned char { CONTENT, ATTRIBUTE };
 
 struct Entity {
@@ -52,8 +27,8 @@ struct Entity {
     bool isOpen = false;
     /// Whether a parameter entity declares it.
     bool isDeclaredInside = false;
-    /// For each `Use` how many entities are open at a time while this one is replaced, itself
-    /// included; and how many were declared when that was found. 0 is not known.
+    /// For each `Use`: the most entities that are open at a time while this one is replaced, itself
+    /// included, and how many were declared when that was found. 0 means unknown.
     std::uint32_t height[2] = {0, 0};
     std::uint32_t declared[2] = {0, 0};
 };
@@ -73,7 +48,7 @@ public:
         return index == 0 ? nullptr : &entities_[index - 1];
     }
 
-    /// Does nothing when there is one of that name: the first declaration holds.
+    /// Does nothing when there is one of that name: the first declaration counts.
     void declare(Entity const& entity) {
         std::uint32_t& slot = slots_[slotOf(entity.name)];
         if (slot != 0) {
@@ -105,7 +80,7 @@ private:
 
     SecretHash hash_;
     std::deque<Entity> entities_;
-    /// Indexes from 1; 0 is a free place. Their number is a power of two.
+    /// Indexes from 1; 0 marks a free slot. The number of slots is a power of two.
     std::vector<std::uint32_t> slots_;
 };
 
@@ -113,14 +88,14 @@ private:
 struct Reading {
     std::string_view text;
     std::size_t at;
-    Entity* entity;  ///< null when the text is none of an entity
+    Entity* entity;  ///< null when the text is not an entity's
     Use use;
-    /// The greatest height of the entities that it has referred to.
+    /// The greatest height of the entities referred to so far.
     std::uint32_t height = 0;
-    /// Where in a tag: the quote that is open; in no literal ' '; in no tag NUL.
+    /// Position in a tag: the open quote; ' ' outside a literal; NUL outside a tag.
     char tag = '\0';
     bool isEndTag = false;
-    /// Elements that are open; negative in a malformed text.
+    /// Number of open elements; negative in a malformed text.
     std::ptrdiff_t elements = 0;
 
     [[nodiscard]] bool isAtEnd() const noexcept { return at >= text.size(); }
@@ -136,7 +111,7 @@ bool isBlank(char byte) noexcept {
 
 bool isQuote(char byte) noexcept { return byte == '"' || byte == '\''; }
 
-/// References to these give characters, however they are declared.
+/// References to these give characters, even if they are declared otherwise.
 bool isPredefined(std::string_view name) noexcept {
     return name == "lt" || name == "gt" || name == "amp" || name == "apos" || name == "quot";
 }
@@ -180,7 +155,7 @@ private:
 
     // ---------------------------------------------------------------- Opening and closing
 
-    /// Makes `entity` the one that `readings` reads next, unless that is one too many.
+    /// Makes `entity` the one that `readings` reads next, unless the limit is reached.
     void open(std::vector<Reading>& readings, Entity& entity, Use use) {
         if (entity.isOpen) {
             end();  // "recursive entity reference"
@@ -193,7 +168,7 @@ private:
         }
     }
 
-    /// Closes what `readings` has read to its end.
+    /// Closes the last of `readings`, which is at its end.
     void close(std::vector<Reading>& readings) noexcept {
         Reading const closed = readings.back();
         readings.pop_back();
@@ -219,7 +194,7 @@ private:
         }
     }
 
-    /// Skips what begins with `start` bytes, up to and with `last`.
+    /// Skips `start` bytes and everything up to and including `last`.
     void skipBehind(Reading& reading, std::size_t start, std::string_view last) noexcept {
         std::size_t const found = reading.text.find(last, reading.at + start);
         if (found == NPOS) {
@@ -242,7 +217,7 @@ private:
         return true;
     }
 
-    /// A name, or what stands in its place; it ends before a blank or a character of markup.
+    /// A name, or whatever is in its place; it ends before a blank or a character of markup.
     static std::string_view readName(Reading& reading) noexcept {
         std::size_t const start = reading.at;
         while (!reading.isAtEnd() && !isBlank(reading.next()) &&
@@ -264,7 +239,7 @@ private:
         return name;
     }
 
-    /// What stands between the quotes, the first of which is next.
+    /// The text between quotes, the first of which is next.
     Reading readLiteral(Reading& reading) noexcept {
         char const quote = reading.next();
         std::size_t const start = ++reading.at;
@@ -275,7 +250,7 @@ private:
 
     // ---------------------------------------------------------------- Content and values
 
-    /// Whether libexpat refuses a reference to what it does not know.
+    /// Whether libexpat refuses a reference to an undeclared entity.
     [[nodiscard]] bool mustBeDeclared() const noexcept {
         if (inContent_) {
             return standalone_ || !hasParameterReferences_;
@@ -409,7 +384,7 @@ private:
 
     // ---------------------------------------------------------------- The document type
 
-    /// Whether the document has an internal subset; that is what is read next then.
+    /// Whether the document has an internal subset, which is then next.
     bool findSubset(Reading& document) noexcept {
         document.at = document.startsWith("\xEF\xBB\xBF") ? 3 : 0;
         do {
@@ -420,7 +395,7 @@ private:
         }
         while (isGoingOn_ && !document.isAtEnd() && document.next() != '>') {
             if (isQuote(document.next())) {
-                hasParameterReferences_ = true;  // as an external subset is one
+                hasParameterReferences_ = true;  // an external subset counts as one
                 readLiteral(document);
             } else if (document.text[document.at++] == '[') {
                 return true;
@@ -488,7 +463,7 @@ private:
         end();
     }
 
-    /// Reads a declaration of an entity behind its first word.
+    /// Reads a declaration of an entity after its first word.
     void readEntity(Reading& reading) {
         skipBlanks(reading);
         bool const isParameter = reading.next() == '%';
@@ -566,8 +541,8 @@ private:
         if (entity != nullptr && entity->kind == Entity::INTERNAL) {
             open(values_, *entity, CONTENT);
         } else if (name != declared) {
-            // The recursive releases also leave out the rest of this text, the others read it: here
-            // it is read, and counted, for both.
+            // The releases that recurse skip the rest of this text, the others read it: here it is
+            // always read and counted.
             takesEffect_ = standalone_;
             isCountExact_ = isCountExact_ && entity != nullptr;
         }
@@ -597,11 +572,11 @@ private:
 
     Entities general_;
     Entities parameter_;
-    /// Replacement texts that differ from what the declaration says.
+    /// Replacement texts that differ from the text in the declaration.
     std::deque<std::string> replacements_;
 
-    /// The document and the parameter entities that are open in it; the values of entities; content
-    /// and values of attributes. The first of each is no entity.
+    /// Stacks of open texts: the document with its parameter entities; the values of entities;
+    /// content and values of attributes. The first of each is not an entity.
     std::vector<Reading> subset_;
     std::vector<Reading> values_;
     std::vector<Reading> followed_;
@@ -613,10 +588,10 @@ private:
     /// Whether declarations take effect.
     bool takesEffect_ = true;
     bool hasParameterReferences_ = false;
-    /// Bytes of the entities that were closed. libexpat counts at least as many, if this is exact.
+    /// Bytes of closed entities. If this is exact, libexpat counts at least as many.
     std::uint64_t replaced_ = 0;
     bool isCountExact_ = true;
-    /// The reference in the document that is being followed.
+    /// Offset of the reference in the document that is being followed.
     std::size_t place_ = 0;
     std::size_t deep_ = NPOS;
 };

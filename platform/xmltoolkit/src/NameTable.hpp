@@ -15,16 +15,16 @@
 
 namespace zeb::xmltoolkit {
 
-/// `size` as a document stores it. Parsing::limitSize sees to it that nothing is lost.
+/// `size` as a document stores it. Parsing::limitSize ensures that it fits.
 inline std::uint32_t narrow(std::size_t size) noexcept { return static_cast<std::uint32_t>(size); }
 
 /// The distinct names of a document under construction: an open hash table of their indexes.
 ///
-/// A document repeats itself, though: mostly a name is followed by the one that followed it the
-/// last time. That one is tried first, which spares the hash.
+/// Documents repeat themselves: a name is mostly followed by the same name as the last time. That
+/// one is tried first, which saves computing the hash.
 class NameTable {
 public:
-    /// @param text where the bytes of new names go, each with a NUL behind it
+    /// @param text receives the bytes of new names, each followed by a NUL
     explicit NameTable(foundation::StringBuffer& text) : text_(text), slots_(64, 0) { add(""); }
 
     /// The index of `name`, which is not empty, in the list of names.
@@ -65,7 +65,7 @@ private:
         return index;
     }
 
-    /// Where `name` is, or else the free place for it.
+    /// The slot of `name`, or the free slot for it.
     std::size_t slotOf(std::string_view name) const noexcept {
         std::size_t const mask = slots_.size() - 1;
         std::size_t slot = hash_(name) & mask;
@@ -89,11 +89,11 @@ private:
     SecretHash hash_;
     foundation::StringBuffer& text_;
     foundation::Array<XMLDocument::Name> names_;
-    /// For each name the one that followed it the last time.
+    /// For each name, the name that followed it the last time.
     std::vector<std::uint32_t> followers_;
     std::uint32_t last_ = 0;
-    /// Indexes of names; 0, that of the empty name, is a free place. Their number is a power of
-    /// two.
+    /// Indexes of names; 0, the index of the empty name, marks a free slot. The number of slots is
+    /// a power of two.
     std::vector<std::uint32_t> slots_;
 };
 

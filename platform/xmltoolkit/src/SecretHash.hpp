@@ -8,12 +8,11 @@
 
 namespace zeb::xmltoolkit {
 
-/// A hash of names that come from a stranger.
+/// A hash of untrusted names.
 ///
 /// The hash of a name is its value as a polynomial at a secret point, modulo the prime 2^31 - 1.
-/// Two names of up to n bytes fall into the same one of m places for at most 2n of m points, so
-/// nobody can write a text whose names all fall into one place. Each object has a point of its own;
-/// copies share it.
+/// Two names of up to n bytes fall into the same one of m slots for at most 2n of m points, so no
+/// text can be prepared whose names all collide. Each object has its own point; copies share it.
 class SecretHash {
 public:
     SecretHash() noexcept : point_(secretNumber() % (PRIME - 1) + 1) {}
@@ -32,12 +31,13 @@ public:
 private:
     static constexpr std::uint64_t PRIME = (std::uint64_t{1} << 31) - 1;
 
-    /// A number that who wrote the text cannot know. std::random_device would ask the processor for
-    /// its abilities each time, which costs more than parsing a short text on a virtual machine.
+    /// A hash seed that the text's author cannot predict. std::random_device would query the
+    /// processor's features each time, which on a virtual machine costs more than parsing a short
+    /// text.
     static std::uint32_t secretNumber() noexcept {
         std::uint32_t number = 0;
         if (::getentropy(&number, sizeof number) != 0) {  // COVERAGE: only old kernels fail
-            // The place of the stack is random, too.
+            // The address of the stack is random too.
             auto const place = reinterpret_cast<std::uintptr_t>(&number);  // COVERAGE: old kernels
             number = static_cast<std::uint32_t>(place >> 4);               // COVERAGE: old kernels
         }

@@ -1,6 +1,6 @@
-// libexpat reads UTF-16 and ISO-8859-1 by tables of their own, which differ from those of UTF-8: it
-// allows letters in names that XML does not, and up to 2.5.0 a high surrogate takes the next unit
-// with it, whatever that is. So it gets UTF-8 only, and answers the same in every encoding.
+// libexpat's tables for UTF-16 and ISO-8859-1 differ from those for UTF-8: it accepts letters in
+// names that XML forbids, and up to 2.5.0 a high surrogate consumes any next unit. So it gets only
+// UTF-8, and answers the same in every encoding.
 
 #include "UTF8Conversion.hpp"
 
@@ -14,7 +14,7 @@ namespace {
 bool isHighSurrogate(std::uint32_t unit) noexcept { return (unit & 0xFC00) == 0xD800; }
 bool isLowSurrogate(std::uint32_t unit) noexcept { return (unit & 0xFC00) == 0xDC00; }
 
-/// @param first which byte of a unit is the high one
+/// @tparam HIGH index of a unit's high byte
 template <std::size_t HIGH>
 char* convertUTF16(std::string_view text, char* out) noexcept {
     std::size_t const size = text.size() & ~std::size_t{1};

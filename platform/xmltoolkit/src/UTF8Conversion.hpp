@@ -7,11 +7,10 @@
 
 namespace zeb::xmltoolkit {
 
-/// Appends a text in UTF-16 that begins with its mark, in UTF-8, the mark included. What is no
-/// character stays recognisable, so that libexpat refuses it at its place: a lone surrogate becomes
-/// the three bytes that UTF-8 would have for it if it had any; the first surrogate of a pair that
-/// the end of the text cuts becomes the first byte of a character. Half a unit at the end is left
-/// out.
+/// Appends the UTF-8 form of a UTF-16 text that begins with its mark, the mark included. Malformed
+/// units stay recognisable, so that libexpat refuses them at their place: a lone surrogate becomes
+/// the three bytes that the scheme of UTF-8 would give it; a high surrogate at the end of the text
+/// becomes the first byte of a character. Half a unit at the end is left out.
 /// @throws std::bad_alloc
 void appendUTF16(std::string_view text, foundation::StringBuffer& converted);
 
@@ -19,8 +18,8 @@ void appendUTF16(std::string_view text, foundation::StringBuffer& converted);
 /// @throws std::bad_alloc
 void appendLatin1(std::string_view text, foundation::StringBuffer& converted);
 
-/// Writes a character, or a surrogate as if it were one, and returns the place behind it, at most 4
-/// bytes further.
+/// Writes a character, or a surrogate as if it were one, and returns the end, at most 4 bytes
+/// later.
 inline char* putUTF8(char* out, std::uint32_t character) noexcept {
     auto const put = [&out](std::uint32_t byte) { *out++ = static_cast<char>(byte); };
     if (character < 0x80) {

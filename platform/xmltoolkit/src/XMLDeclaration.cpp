@@ -15,14 +15,14 @@ char capital(char byte) noexcept {
 
 bool isBeyondASCII(char byte) noexcept { return static_cast<unsigned char>(byte) >= 0x80; }
 
-/// Compares without regard to the case of `name`.
+/// Compares ignoring the case of `name`.
 bool isNamed(std::string_view name, std::string_view capitals) noexcept {
     return std::equal(name.begin(), name.end(), capitals.begin(), capitals.end(),
                       [](char left, char right) { return capital(left) == right; });
 }
 
 /// The encoding that the XML declaration names in `xml`, which is not UTF-16; empty when it names
-/// none. In a malformed one, which libexpat refuses, it may be anything.
+/// none. For a malformed declaration, which libexpat refuses, the result is unspecified.
 std::string_view declaredEncoding(std::string_view xml) noexcept {
     constexpr std::string_view START = "<?xml";
     if (xml.substr(0, START.size()) != START ||

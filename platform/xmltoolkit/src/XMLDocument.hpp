@@ -9,20 +9,24 @@
 
 namespace zeb::xmltoolkit {
 
-/// A parsed tree in three blocks of memory, so that building and freeing it costs few allocations.
+/// A parsed tree in three blocks of memory, so that building and freeing it takes few allocations.
 ///
-/// The records of an element follow each other in document order: its own, one for each attribute,
-/// then those of its content. For <a x="1">t<b/></a>:
+/// The records are in document order. An element has one of its own, one for each attribute, then
+/// those of its content. For <a x="1">t<b/></a>:
 ///
-///     0  element "a"    position 4 (behind its last record)   size 1 (attributes)
+///     0  element "a"    position 4 (after its last record)    size 1 (attributes)
 ///     1  attribute "x"  position, size of "1" in `text`
 ///     2  text           position, size of "t" in `text`
 ///     3  element "b"    position 4                            size 0
 ///
-/// Between two elements there is at most one text record. The kind of a record follows from where
-/// it stands; in content `name` tells it. All numbers have 32 bits, which the parser sees to: a
-/// smaller tree is built and searched faster, for memory that is touched for the first time is what
-/// costs.
+/// The first child is the record after the attributes, the next sibling the record at `position`:
+/// walking the tree needs neither pointers nor recursion, and a step costs constant time.
+///
+/// Invariant: the records of an element are those from its own up to `position`, exclusive, and
+/// every element inside ends there or before; between two elements there is at most one text
+/// record. The kind of a record follows from its place; in content, `name` is `TEXT` or not. All
+/// numbers have 32 bits, which the parser ensures: building and searching cost mainly the memory
+/// touched for the first time, so a smaller tree is faster.
 struct XMLDocument {
     struct Record {
         /// Index into `names`, or `TEXT`.
@@ -39,9 +43,9 @@ struct XMLDocument {
     static constexpr std::uint32_t TEXT = 0;
 
     foundation::Array<Record> records;
-    /// Each distinct name once, behind an empty one that has the index of `TEXT`.
+    /// Each distinct name once, after an empty one at the index `TEXT`.
     foundation::Array<Name> names;
-    /// All names, attribute values and character data; behind each name is a NUL.
+    /// All names, attribute values and character data; a NUL follows each name.
     foundation::String text;
 
     std::string_view bytes(std::size_t position, std::size_t size) const noexcept {

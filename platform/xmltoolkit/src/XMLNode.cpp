@@ -14,11 +14,11 @@ using foundation::Array;
 using foundation::String;
 using foundation::StringBuffer;
 
-/// Where a text is to stand.
+/// Where a text is written.
 enum Place { CONTENT, ATTRIBUTE_VALUE };
 
-/// What to write for `byte`; empty for the byte itself. A parser makes tabulators and line ends in
-/// a value blanks unless they are references, and drops a carriage return everywhere.
+/// The reference to write for `byte`; empty for the byte itself. A parser turns tabs and line ends
+/// in a value into blanks unless they are references, and drops carriage returns everywhere.
 std::string_view reference(char byte, Place place) noexcept {
     switch (byte) {
         case '&':

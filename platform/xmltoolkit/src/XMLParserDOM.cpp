@@ -1,6 +1,6 @@
 #include <zeb/xmltoolkit/XMLParserDOM.hpp>
 
-// expat.h declares the limits on entities only to who says what libexpat was built with.
+// expat.h declares the limits on entities only when this macro is defined.
 #define XML_DTD
 #include <expat.h>
 
@@ -35,14 +35,14 @@ using foundation::StringBuffer;
 
 constexpr char UNIT[] = "XMLParserDOM";
 
-/// How much of a text libexpat gets at once. It copies what it gets into a buffer whose size it
-/// doubles and must keep below INT_MAX, so a piece should be small. But behind each piece but the
-/// last it counts the lines, which costs a sixth of the time, so most texts should be one piece.
+/// Bytes passed to libexpat at once. It copies them into a buffer whose size it doubles and must
+/// keep below INT_MAX, so pieces should be small. But after each piece except the last it counts
+/// the lines, a sixth of the time, so most texts should be one piece.
 constexpr std::size_t PIECE_SIZE = std::size_t{32} << 20;
 
 constexpr std::size_t NPOS = std::string_view::npos;
 
-/// How much entities may add to a text, and how much default attributes.
+/// Limits on what entities may add to a text, and on what default attributes may.
 constexpr std::uint64_t MAXIMUM_AMPLIFICATION = 100;
 constexpr std::uint64_t AMPLIFICATION_THRESHOLD = std::uint64_t{8} << 20;
 
@@ -52,7 +52,7 @@ constexpr std::uint64_t AMPLIFICATION_THRESHOLD = std::uint64_t{8} << 20;
                        DOMException::NO_CODE);
 }
 
-// libexpat 2.9 deprecates the functions that count in a long and has others that count in 64 bits.
+// libexpat 2.9 deprecates the functions that return a long for others that return 64 bits.
 #if XML_MAJOR_VERSION == 2 && XML_MINOR_VERSION < 9
 std::uint64_t currentLine(XML_Parser parser) { return XML_GetCurrentLineNumber(parser); }
 std::uint64_t currentColumn(XML_Parser parser) { return XML_GetCurrentColumnNumber(parser); }
@@ -65,7 +65,7 @@ std::int64_t currentByte(XML_Parser parser) { return XML_GetCurrentByteIndex64(p
 
 constexpr char WRONG_VERSION[] = "XML version is not 1.x";
 
-/// Refuses what comes after `text`, which is ASCII behind a mark in UTF-8.
+/// Refuses the character after `text`, which is a UTF-8 mark and ASCII.
 [[noreturn]] void refuseBehind(std::string_view text, std::string_view reason) {
     std::uint64_t line = 1;
     std::uint64_t column = 0;
@@ -77,10 +77,10 @@ constexpr char WRONG_VERSION[] = "XML version is not 1.x";
     refuse(line, column + 1, reason);
 }
 
-/// What libexpat gets of a document: UTF-8, or ASCII under whatever name.
+/// The document as passed to libexpat: UTF-8, or ASCII under any name.
 struct Input {
     std::string_view text;
-    /// The encoding and the bytes of the document as it was given.
+    /// Encoding and size of the original document.
     Encoding encoding;
     std::size_t size;
 
@@ -90,10 +90,10 @@ struct Input {
     [[nodiscard]] bool isConverted() const noexcept {
         return isUTF16() || encoding == Encoding::LATIN1;
     }
-    /// Whether half a unit follows, which `text` lacks.
+    /// Whether half a unit follows, which is not in `text`.
     [[nodiscard]] bool endsInHalfAUnit() const noexcept { return isUTF16() && size % 2 != 0; }
-    /// How often entities may make `text` as long, so that it is MAXIMUM_AMPLIFICATION times as
-    /// long as what was given.
+    /// The amplification of `text` that makes it MAXIMUM_AMPLIFICATION times as long as the
+    /// original.
     [[nodiscard]] float amplification() const noexcept {
         return text.empty() ? float{MAXIMUM_AMPLIFICATION}
                             : float{MAXIMUM_AMPLIFICATION} * static_cast<float>(size) /
@@ -101,7 +101,7 @@ struct Input {
     }
 };
 
-/// A reference that nests entities too deep, thrown where libexpat has not seen it yet.
+/// A reference that nests entities too deep, thrown before libexpat reaches it.
 struct DeepReference {
     std::size_t place;
 };
@@ -120,7 +120,7 @@ public:
         if (parser_ == nullptr) {
             throw std::bad_alloc();
         }
-        // Of libexpat's own defaults the hash tables salted with the system's randomness stay.
+        // libexpat's default, hash tables salted with the system's randomness, is kept.
         XML_SetUserData(parser_.get(), this);
         XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser_.get(),
                                                                  input.amplification());
@@ -134,7 +134,7 @@ public:
         XML_SetCharacterDataHandler(parser_.get(), onCharacters);
     }
 
-    /// @throws DeepReference unless `deep` was told
+    /// @throws DeepReference unless `deep` was given
     std::shared_ptr<XMLDocument const> run() {
         std::string_view const text = input_.text.substr(0, deep_);
         bool last = false;
@@ -144,8 +144,8 @@ public:
             feed(piece, last && deep_ == NPOS && !input_.endsInHalfAUnit());
         }
         if (deep_ != NPOS) {
-            // A character that is none makes libexpat end here, wherever this is, and tell the
-            // place; or it has another complaint about what it has got so far.
+            // An invalid character makes libexpat stop here and report the place, unless it first
+            // reports an error in what precedes.
             feed("\x01", /*last=*/true);
         } else if (input_.endsInHalfAUnit()) {
             feed({}, /*last=*/true);
@@ -179,7 +179,7 @@ private:
                 Format("entities are nested deeper than %1", XMLParserDOM::MAXIMUM_ENTITY_DEPTH)));
         }
         if (error == XML_ERROR_XML_DECL && isVersionAt(input_.text, place)) {
-            // The place that the handler sees, behind the mark.
+            // The place that the handler would see, after the mark.
             refuse(1, input_.text[0] == '<' ? 1 : 2, WRONG_VERSION);
         }
         if (error == XML_ERROR_NO_ELEMENTS && input_.endsInHalfAUnit()) {
@@ -199,7 +199,7 @@ private:
         isStandalone_ = standalone == 1;
         Fit const found = encoding == nullptr ? Fit::FITS : fit(encoding, input_.encoding);
         if (found != Fit::FITS) {
-            // Here libexpat would believe the declaration, or was told not to look.
+            // Here libexpat would trust the declaration, or was given an encoding.
             refuseBehind(input_.text.substr(0, placeOfEncoding(input_.text)),
                          XML_ErrorString(found == Fit::DIFFERS ? XML_ERROR_INCORRECT_ENCODING
                                                                : XML_ERROR_UNKNOWN_ENCODING));
@@ -241,7 +241,7 @@ private:
         limitSize();
     }
 
-    /// Attributes that the document type adds stand behind those written.
+    /// Attributes that the document type adds follow those in the tag.
     void limitDefaults(char const** attributes) {
         auto i = static_cast<std::size_t>(XML_GetSpecifiedAttributeCount(parser_.get()));
         for (; attributes[i] != nullptr; ++i) {
@@ -253,9 +253,9 @@ private:
         }
     }
 
-    /// Refuses a tree whose parts 32 bits cannot number.
+    /// Refuses a tree that is too large for 32-bit indexes.
     void limitSize() const {
-        // No test has the memory: 4 GiB and a tree of 16 times as much.
+        // No test has the memory: 4 GiB, and a tree 16 times as large.
         if (text_.length() > UINT32_MAX || records_.size() > UINT32_MAX) {  // COVERAGE: takes 4 GiB
             refuseHere("the tree is larger than 4 GiB");                    // COVERAGE: takes 4 GiB
         }
@@ -328,19 +328,19 @@ private:
     Array<XMLDocument::Record> records_;
     /// Records of the elements that are not closed yet.
     std::vector<std::size_t> open_;
-    /// Whether the last record is a text that goes on.
+    /// Whether the last record is a text that may continue.
     bool inText_ = false;
     bool isStandalone_ = false;
     /// Entities that refer to others.
     std::size_t referring_ = 0;
     /// Bytes that default attributes have added.
     std::uint64_t defaulted_ = 0;
-    /// What a handler has thrown.
+    /// An exception from a handler.
     std::exception_ptr failure_;
     std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> parser_;
 };
 
-/// A NUL in the first two bytes would make libexpat take the text for UTF-16 without its mark.
+/// With a NUL in the first two bytes libexpat would assume UTF-16 without its mark.
 void refuseLeadingNul(std::string_view xml) {
     std::size_t const nul = xml.substr(0, 2).find('\0');
     if (nul != NPOS) {
@@ -348,7 +348,7 @@ void refuseLeadingNul(std::string_view xml) {
     }
 }
 
-/// @param converted holds the text when that is not `xml` itself
+/// @param converted contains the text when that is not `xml` itself
 Input inputOf(std::string_view xml, StringBuffer& converted) {
     Input input{xml, encodingOf(xml), xml.size()};
     if (input.isUTF16()) {
