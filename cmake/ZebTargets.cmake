@@ -11,9 +11,9 @@ function(zeb_configure_target target)
     target_compile_options(
         ${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow -Wpedantic $<$<BOOL:${ZEB_WERROR}>:-Werror>
                           ${ZEB_HARDENING})
-    # No file name in an object tells where the sources were; a debug build is for the one who has them there.
+    # Objects do not reveal the path of the sources; a debug build is used where they are.
     target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)
-    # The 32-bit build opens large files and knows dates behind 2038; on x86-64 both change nothing.
+    # The 32-bit build opens large files and handles dates after 2038; on x86-64 both change nothing.
     target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
     target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now)
 endfunction()
@@ -135,7 +135,7 @@ macro(zeb_require_arguments target)
     endif()
 endmacro()
 
-# The pkg-config module of a library. It finds its prefix from where it lies, so that an installed tree can be moved.
+# The pkg-config module of a library. It derives its prefix from its own path, so that an installed tree can be moved.
 function(zeb_install_pkg_config target include_destination public_links)
     file(RELATIVE_PATH prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
     string(REGEX REPLACE "/$" "" prefix ${prefix})

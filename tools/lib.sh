@@ -1,4 +1,4 @@
-# What the scripts of this folder share: they source it and then stand in the tree's top folder.
+# Shared by the scripts of this folder, which source it; it changes to the tree's top folder.
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -8,17 +8,17 @@ fail() {
     exit 1
 }
 
-# Runs apt-get by the arguments; when that fails, once more by the main suite alone, without its updates, because a mirror
-# can list security updates that it does not hold (yet).
+# Runs apt-get with the arguments; when that fails, once more with only the main suite, without updates, because a
+# mirror can list security updates that it does not have (yet).
 apt_get_or_main_suite() {
     local suite
     "$@" && return
     suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
-    echo "Trying again with $suite alone" >&2
+    echo "Trying again with $suite only" >&2
     "$@" -t "$suite"
 }
 
-# Configures a preset when it is new or the presets have changed; whatever else changes, ninja notices itself.
+# Configures a preset when it is new or the presets have changed; ninja detects all other changes.
 configure() {
     if [ ! "build/$1/build.ninja" -nt CMakePresets.json ]; then
         mkdir -p build

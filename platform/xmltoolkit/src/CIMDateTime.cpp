@@ -34,10 +34,8 @@ struct Date {
     std::int64_t day;
 };
 
-/// The date `days` days after 0000-03-01.
-///
-/// With years that begin in March the leap day is the last of its year, and the months' lengths
-/// follow the rule 31 30 31 30 31, which (153 * month + 2) / 5 adds up.
+/// The date `days` days after 0000-03-01. In years that begin in March the leap day is the last,
+/// and the months' lengths repeat 31 30 31 30 31, whose sums are (153 * month + 2) / 5.
 Date dateOf(std::int64_t days) {
     std::int64_t const era = days / 146'097;  // 400 years
     std::int64_t const dayOfEra = days % 146'097;
