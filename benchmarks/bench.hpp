@@ -10,19 +10,19 @@
 #include <vector>
 
 /// @file
-/// What every benchmark here is made of: a work, done by the library and by its peers on the same
-/// input, their answers compared before anything is timed.
+/// The parts of every benchmark: a work, done by the library and by its peers on the same input;
+/// their answers are compared before anything is timed.
 
 namespace bench {
 
 /// The library's name in every contest.
 inline constexpr char LIBRARY[] = "library";
 
-/// Whether the command line asks for the work `name` (it asks for all unless it says otherwise), so
-/// that inputs nobody needs are not made.
+/// Whether the command line selects the work `name` (by default it selects all), so that unneeded
+/// inputs are not made.
 [[nodiscard]] bool wanted(std::string_view name);
 
-/// What this process, and those that it started and that have ended, have used so far.
+/// Resources that this process and its finished child processes have used so far.
 struct Usage {
     double processorSeconds = 0;
     /// Pages of memory that the kernel had to provide, because they were touched for the first
@@ -31,14 +31,14 @@ struct Usage {
 };
 [[nodiscard]] Usage used();
 
-/// The option that makes the program call `firstDrop` and nothing else.
+/// The option that makes the program only call `firstDrop`.
 inline constexpr std::string_view FIRST_DROP = "--first-drop";
 
-/// Has `contestant` parse 20 MiB of XML into a tree, as the first thing that this process does, and
+/// Lets `contestant` parse 20 MiB of XML into a tree as the first action of this process, and
 /// returns the seconds of processor time that dropping the tree takes.
 [[nodiscard]] double firstDrop(std::string_view contestant);
 
-/// A function that registers works, to be run by main; a source file's way to join the program.
+/// A function that registers the works of a source file; main calls it.
 struct Family {
     explicit Family(void (*registerWorks)());
 };
@@ -62,8 +62,8 @@ std::string asText(List const& answers) {
 }
 /// @}
 
-/// One work and those who do it. The first contestant is the library; each further one's answer
-/// must equal the library's, or the program ends with both.
+/// One work and its contestants. The first contestant is the library; each further one's answer
+/// must equal the library's, or the program prints both and exits.
 class Contest {
 public:
     /// @param name short and unique; "A1@10" is work A1 at ten times its smallest size
@@ -73,18 +73,18 @@ public:
     Contest(Contest const&) = delete;
     Contest& operator=(Contest const&) = delete;
 
-    /// Publishes the title and the aims; table.py reads an aim at the library as its limit.
+    /// Publishes the title and the aims; table.py treats an aim for the library as its limit.
     ~Contest();
 
     /// Adds a contestant; `work()` is timed, its result's destruction included, and returns the
-    /// answer. Whatever it refers to must live as long as the program.
+    /// answer. Everything it refers to must live as long as the program.
     template <typename Work>
     Contest& add(std::string const& contestant, Work work) {
         return add(contestant, work, asText(work()));
     }
 
-    /// Adds a contestant whose timed run shows no answer, such as a process that writes to
-    /// /dev/null; `answer` was had from it in another way.
+    /// Adds a contestant whose timed run has no answer, such as a process that writes to /dev/null;
+    /// `answer` comes from another run of it.
     template <typename Work>
     Contest& add(std::string const& contestant, Work work, std::string const& answer) {
         compare(contestant, answer);
@@ -104,13 +104,14 @@ public:
                 state.counters["bytes"] = static_cast<double>(bytes);
                 state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
             });
-        // By this process's own processor time one that starts others would never run long enough.
+        // Measured by this process's own processor time, a contestant that starts others would
+        // never run long enough.
         registered->UseRealTime();
         return *this;
     }
 
-    /// The library is to be at least `factor` times as fast as `contestant`; as the best of all
-    /// others when that is "*".
+    /// The library is to be at least `factor` times as fast as `contestant`; as the best peer when
+    /// that is "*".
     Contest& aim(std::string const& contestant, double factor);
 
     /// The library is to take at most `milliseconds`.

@@ -1,5 +1,5 @@
-// K: small calls, each beside the least that it must do: the calls of libc or of the standard
-// library underneath, and a String made of the result where there is one.
+// K: small calls, each compared with the least that it must do: the underlying calls of libc or the
+// standard library, and a String of the result if there is one.
 
 #include "bench.hpp"
 

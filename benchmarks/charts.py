@@ -1,10 +1,11 @@
-"""Draws the figures of docs/benchmarks.md as SVG, in docs/pictures, and shows the pictures in that page and in the README.
+"""Draws the figures of docs/benchmarks.md as SVG, in docs/pictures, and includes the pictures in that page and in the
+README.
 
 The tables of the page are the only source, so the pictures can be drawn and checked without measuring anything. Each
-picture is legible at the width of a phone and brings colors for light and for dark surroundings, its background included.
+picture is legible at the width of a phone and has colors for light and dark color schemes, including its background.
 
-Usage: charts.py           writes docs/pictures/*.svg and what lies between the marks "pictures" of both pages
-       charts.py --check   writes nothing; fails when something of that differs from what the tables give
+Usage: charts.py           writes docs/pictures/*.svg and the text between the marks "pictures" of both pages
+       charts.py --check   writes nothing; fails when any of that differs from the tables
 """
 
 import pathlib
@@ -72,7 +73,7 @@ STYLE = """
 
 
 class Drawing:
-    """An SVG picture that grows downwards: `y` is the upper edge of what comes next."""
+    """An SVG picture that grows downwards: `y` is the upper edge of the next element."""
 
     def __init__(self, title, notes):
         self.title = title

@@ -1,7 +1,7 @@
 // Fixed works whose instructions callgrind counts (tools/bench --counts).
 //
-// zeb-counts          lists them: name, and what one unit is
-// zeb-counts <name>   does one, once to warm up and once inside zeb_counted, and prints its units
+// zeb-counts lists them: name, and what one unit is zeb-counts <name> does one, once to warm up and
+// once inside zeb_counted, and prints its units
 
 #include "inputs.hpp"
 
@@ -22,7 +22,7 @@ using ZEBNS2::RegularExpression;
 using ZEBNS2::String;
 using ZEBNS2::StringArray;
 
-/// Keeps a result from being optimised away.
+/// Prevents a result from being optimised away.
 template <typename T>
 void use(T const& value) {
     asm volatile("" : : "g"(&value) : "memory");
@@ -94,7 +94,7 @@ std::size_t parseXML() {
     return text.length() / 1024;
 }
 
-/// The disk looked for is the last one.
+/// The wanted disk is the last one.
 std::size_t searchXML() {
     static ZEBNS2::XMLNode const tree =
         zeb::xmltoolkit::XMLParserDOM::parse(bench::inventoryXML(DISKS));
@@ -163,7 +163,7 @@ Entry const ENTRIES[] = {
 
 }  // namespace
 
-/// What callgrind is told to count.
+/// The function that callgrind counts.
 extern "C" [[gnu::noinline]] std::size_t zeb_counted(std::function<std::size_t()> const& work) {
     return work();
 }

@@ -46,8 +46,8 @@ constexpr std::array<char const*, 16> NOUNS = {
 constexpr std::array<char const*, 8> KEYS = {"id",    "port", "slot",  "unit",
                                              "speed", "temp", "retry", "usage"};
 
-/// A letter of a word in `script`; of a Greek word, where both alphabets occur, when `greek` is
-/// set.
+/// A letter of a word in `script`; when `greek` is set, of a Greek word, for scripts with both
+/// alphabets.
 std::uint32_t letter(Script script, bool greek, Random& random) {
     switch (script) {
         case Script::ASCII:
@@ -113,7 +113,7 @@ Array<char> utf16Text(Script script, bool bigEndian, std::size_t bytes) {
     put(0xFEFF);
     while (end - out >= 4) {
         bool const greek = random.below(2) == 0;
-        // Few blanks stand between Chinese characters.
+        // Blanks between Chinese characters are rare.
         std::uint32_t const length =
             script == Script::CJK ? 20 + random.below(40) : 3 + random.below(8);
         for (std::uint32_t i = 0; i < length && end - out >= 4; ++i) {
@@ -146,7 +146,7 @@ String proseText(std::size_t bytes, std::size_t distance) {
             next += distance;
             continue;
         }
-        // Without the letter l no needle comes about by chance.
+        // Without the letter l no needle occurs by chance.
         constexpr std::string_view LETTERS = "abcdefghijkmnopqrstuvwxyz  eeenn";
         text.append(LETTERS[random.below(LETTERS.size())]);
     }

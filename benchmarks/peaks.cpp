@@ -1,6 +1,6 @@
-// The peak of memory during one call, in a process of its own for each: bytes of the input, of the
-// result (of a tree, the memory that it holds), and how far the resident memory rose at most above
-// what it was before the input was made.
+// The peak of memory during one call, each in a separate process: bytes of the input, of the result
+// (of a tree, its memory), and the greatest rise of the resident memory above its size before the
+// input was made.
 //
 // Prints a line "work <tab> title <tab> input <tab> output <tab> peak" for each.
 
@@ -44,7 +44,7 @@ std::size_t memory(std::string const& field) {
     std::exit(EXIT_FAILURE);
 }
 
-/// Makes the peak start anew at what is resident now.
+/// Resets the peak to the current resident memory.
 void forgetPeak() {
     ::malloc_trim(0);
     std::ofstream clear("/proc/self/clear_refs");
@@ -54,7 +54,7 @@ void forgetPeak() {
     }
 }
 
-/// A tree, and the memory that it holds.
+/// A tree and its memory.
 struct Tree {
     XMLNode root;
     std::size_t bytes;
@@ -67,7 +67,7 @@ Tree parse(String const& xml) {
     return {root, memory("VmRSS:") - before};
 }
 
-/// @name Bytes of what is given and of what results
+/// @name Bytes of inputs and results
 /// @{
 std::size_t bytesOf(String const& text) { return text.length(); }
 std::size_t bytesOf(Array<char> const& text) { return text.size(); }

@@ -21,13 +21,13 @@
 #endif
 
 /// @file
-/// Regular-expression libraries behind one small interface, and a plain line editor over it:
-/// `test(line)` tells whether there is a match, `find(line)` where, and `group(i)` gives the text
-/// of group i of the match found.
+/// Regular-expression libraries with one small interface, and a plain line editor that uses it:
+/// `test(line)` reports whether there is a match, `find(line)` where, and `group(i)` returns the
+/// text of group i of the match found.
 
 namespace bench {
 
-/// libc's regexec with as many slots as the expression has groups, or as many as it is told to.
+/// libc's regexec with as many slots as the expression has groups, or with a given number.
 class PosixMatcher {
 public:
     explicit PosixMatcher(char const* pattern, std::size_t slots = 0) {
@@ -51,7 +51,7 @@ public:
     }
 
 private:
-    // Start and end are handed over, so that a line needs no NUL and no copy.
+    // Start and end are passed, so that a line needs no NUL and no copy.
     bool search(std::string_view line, std::size_t slots) {
         slots_[0].rm_so = 0;
         slots_[0].rm_eo = static_cast<regoff_t>(line.size());
@@ -121,7 +121,7 @@ private:
 #endif
 
 #ifdef ZEB_HAVE_RE2
-/// RE2, in its Latin-1 mode: bytes, as the others see them.
+/// RE2, in its Latin-1 mode: bytes, like the others.
 class Re2Matcher {
 public:
     explicit Re2Matcher(char const* pattern)

@@ -1,4 +1,4 @@
-// A: realSed beside regular-expression libraries that edit line by line, and beside GNU sed.
+// A: realSed compared with regular-expression libraries that edit line by line, and with GNU sed.
 
 #include "bench.hpp"
 #include "inputs.hpp"
@@ -26,9 +26,9 @@ using ZEBNS2::String;
 constexpr std::size_t LINES = 1000000;
 
 #ifdef ZEB_GNU_SED
-/// GNU sed as a process of its own: from its start to its end, reading a file that is in the page
-/// cache, writing to /dev/null (to a file when its answer is wanted), in the locale C as the
-/// library in this process.
+/// GNU sed as a separate process, from start to end: it reads a file in the page cache and writes
+/// to /dev/null (to a file when its answer is wanted), in the locale C like the library in this
+/// process.
 class GnuSed {
 public:
     explicit GnuSed(std::string_view text) : input_(text) {}
@@ -61,7 +61,7 @@ private:
 };
 #endif
 
-/// The log, and whatever else does its work on it.
+/// The log, as a text and as a file.
 struct Log {
     explicit Log(std::size_t lines) : text(logText(lines)) {}
 
@@ -82,8 +82,8 @@ void addLibrary(Contest& contest, String const& text, char const* command) {
     });
 }
 
-/// Adds everybody to `contest`. `edit(make)` does the work with matchers that `make(pattern)`
-/// compiles, as realSed compiles its own.
+/// Adds all contestants. `edit(make)` does the work with matchers that `make(pattern)` compiles,
+/// just as realSed compiles its own.
 template <typename Edit>
 void addEditors(Contest& contest, char const* command, Edit edit) {
     Log const& log = fullLog();
@@ -132,7 +132,7 @@ constexpr char SWAP_COMMAND[] = R"(s/([a-z]+)=([0-9]+)/\2=\1/g)";
 constexpr char SWAP_PATTERN[] = "([a-z]+)=([0-9]+)";
 std::vector<Piece> const SWAP_REPLACEMENT = {{2, ""}, {-1, "="}, {1, ""}};
 
-/// A substitution in which nothing matches, beside copying line by line alone.
+/// A substitution in which nothing matches, compared with only copying line by line.
 void addMismatch(char const* name, char const* command, char const* pattern) {
     if (wanted(name)) {
         Contest contest(name, title(command), fullLog().text.length());
@@ -179,8 +179,8 @@ void addSed() {
     addMismatch("A7", "s/[A-Z]+_[0-9]+/X/g", "[A-Z]+_[0-9]+");
 }
 
-/// Adds the library, which edits a file in its place. Timed is a replacement that leaves the file
-/// as it was, so that each run does the same; the answer is that of one that does not.
+/// Adds the library, which edits a file in place. The timed replacement leaves the file unchanged,
+/// so that each run does the same; the answer is that of one that changes it.
 void addFileEdit(Contest& contest, String const& text) {
     auto const edit = [](TemporaryFile const& file, char const* replacement) {
         ZEBNS2::unprivilegedSed(file.path(), "quiet", replacement);
@@ -238,7 +238,7 @@ void addGrowth() {
     }
 }
 
-/// What asking for more slots than groups costs.
+/// The cost of more slots than groups.
 void addSlots() {
     constexpr std::size_t MANY = ZEBNS2::RegularExpression::MAX_MATCH_SLOTS;
     static String const text = logText(LINES / 10);

@@ -1,4 +1,4 @@
-// T: one RegularExpression that all threads use, beside one for each thread.
+// T: one RegularExpression shared by all threads, compared with one for each thread.
 
 #include "bench.hpp"
 

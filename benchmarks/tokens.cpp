@@ -1,6 +1,6 @@
-// F: quoted_string_tokenization beside other readers of quoted arguments. The peers take quotes and
-// backslashes away while they read; the library leaves that to remove_quotes, so only what its
-// tokens stand for is compared.
+// F: quoted_string_tokenization compared with other readers of quoted arguments. The peers remove
+// quotes and backslashes while they read; the library leaves that to remove_quotes, so the texts
+// that its tokens mean are compared.
 
 #include "bench.hpp"
 #include "inputs.hpp"
@@ -28,7 +28,7 @@ using ZEBNS2::StringArray;
 
 constexpr std::size_t BYTES = 10000000;
 
-/// The texts that the library's tokens stand for.
+/// The texts that the library's tokens mean.
 std::string meaning(StringArray const& tokens) {
     std::vector<String> texts;
     for (String const& token : tokens) {
@@ -57,7 +57,7 @@ std::vector<std::string> byBoost(std::string_view text) {
 #endif
 
 #ifdef ZEB_HAVE_GLIB
-/// The arguments as g_shell_parse_argv makes them.
+/// The arguments by g_shell_parse_argv.
 class GlibArguments {
 public:
     explicit GlibArguments(String const& text) {

@@ -1,4 +1,4 @@
-// C: convertToUTF8 beside ICU, iconv and a plain loop, all into new memory each time.
+// C: convertToUTF8 compared with ICU, iconv and a plain loop, each into new memory every time.
 
 #include "bench.hpp"
 #include "inputs.hpp"
@@ -23,9 +23,9 @@ namespace {
 using ZEBNS2::Array;
 
 constexpr std::size_t BYTES = std::size_t{64} << 20;
-constexpr std::size_t MARK = 2;  // bytes of the byte order mark, which no answer holds
+constexpr std::size_t MARK = 2;  // bytes of the byte order mark, which no answer contains
 
-/// A text in memory that nobody has cleared; std::string would write it twice.
+/// A text in uninitialised memory; std::string would write it twice.
 class Output {
 public:
     explicit Output(std::size_t room) : bytes_(new char[room]) {}

@@ -1,5 +1,5 @@
-// X: parsing XML into a tree, dropping the tree, searching it, beside bare libexpat, pugixml and
-// libxml2. None of the trees leaves out blank text.
+// X: parsing XML into a tree, dropping the tree and searching it, compared with bare libexpat,
+// pugixml and libxml2. All trees include blank text.
 
 #include "bench.hpp"
 #include "inputs.hpp"
@@ -36,7 +36,7 @@ using ZEBNS2::XMLNode;
 
 constexpr std::size_t BYTES = std::size_t{20} << 20;
 
-/// What all parsers must agree on.
+/// The counts that all parsers must agree on.
 struct Digest {
     std::size_t elements = 0;
     std::size_t attributes = 0;
@@ -100,7 +100,7 @@ std::string parsedBy(XMLNode const& tree) {
     return digest.text();
 }
 
-/// The text of the element that the searches look for, by a loop over handles.
+/// The text of the wanted element, found by a loop over handles.
 std::string searchByLoop(XMLNode const& config, std::string const& id) {
     for (XMLNode disk = config.getChild(); disk; disk = std::move(disk).getNext()) {
         if (disk.nameView() != "disk") {
@@ -241,7 +241,7 @@ void addParse(std::string const& name, char const* title, String const& xml) {
     }
 }
 
-/// Calls `use` with the name of each parser that makes a tree, and with the parser.
+/// Calls `use` with the name of each tree-building parser, and with the parser.
 template <typename Use>
 void forEachTreeParser(Use use) {
     use(LIBRARY, [](String const& xml) { return XMLParserDOM::parse(xml); });
@@ -255,7 +255,7 @@ void forEachTreeParser(Use use) {
 
 constexpr double MOST_MILLISECONDS_FOR_DROP = 5;
 
-/// Times the destruction of trees alone, in a process that has made and dropped others before, so
+/// Times only the destruction of trees, in a process that has made and dropped others before, so
 /// that libc keeps their memory for the next ones.
 void addDrops(String const& xml) {
     if (!wanted("X3")) {
@@ -279,7 +279,7 @@ void addDrops(String const& xml) {
     });
 }
 
-/// What `firstDrop` returns in a process of its own.
+/// The result of `firstDrop` in a separate process.
 double firstDropElsewhere(std::string const& contestant) {
     std::string const program = std::filesystem::read_symlink("/proc/self/exe");
     std::string const command =

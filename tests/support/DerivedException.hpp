@@ -16,8 +16,8 @@
 
 namespace zeb::test {
 
-/// What the classes have in common that add nothing to the foundation's exception but their name:
-/// instantiate it for each of them.
+/// Tests for classes that add only their name to the foundation's exception: instantiate it for
+/// each of them.
 template <typename T>
 class DerivedException : public testing::Test {
 protected:

@@ -5,8 +5,8 @@
 #include <new>
 
 /// @file
-/// The test program's own malloc, which counts and fails when told to. Everything in the process
-/// uses it, operator new and C libraries included. Include it in one source of a program; not under
+/// The test program's own malloc, which counts and fails on demand. Everything in the process uses
+/// it, including operator new and C libraries. Include it in one source of a program, but not with
 /// the sanitizers, which have a malloc of their own.
 
 namespace zeb::test {
@@ -15,9 +15,9 @@ inline constexpr long UNLIMITED = -1;
 
 /// Allocations that still succeed, or UNLIMITED. For programs with one thread.
 inline long allocationsLeft = UNLIMITED;
-/// Whether one allocation fails and those behind it succeed; otherwise all that follow fail too.
+/// Whether only one allocation fails; otherwise all later ones fail too.
 inline bool failsOnce = false;
-/// Whether allocations are neither counted nor refused for now.
+/// Whether counting and refusing allocations is suspended.
 inline bool sparesAllocations = false;
 inline long allocationsMade = 0;
 inline long allocationsRefused = 0;
@@ -49,10 +49,10 @@ inline void* counted(void* block) {
 
 }  // namespace detail
 
-/// What became of an action that got ever more memory until it succeeded.
+/// The result of an action that got ever more memory until it succeeded.
 struct Exhaustion {
-    long refusals;  ///< how often it failed for want of memory
-    bool leaked;    ///< whether a failure or the success left blocks behind
+    long refusals;  ///< how often it failed for lack of memory
+    bool leaked;    ///< whether a failure or the success leaked blocks
 };
 
 /// Runs `action` with 0, 1, 2, ... allocations until it does not throw std::bad_alloc.

@@ -10,11 +10,11 @@
 #include <vector>
 
 /// @file
-/// Keeps what the code under test logs.
+/// Captures the messages of the code under test.
 
 namespace zeb::test {
 
-/// A message with texts of its own, so that it outlives the library that logged it.
+/// A message with copies of its texts, so that it outlives the library that logged it.
 struct CapturedMessage {
     std::string component;
     std::string category;
@@ -46,7 +46,7 @@ private:
     std::vector<CapturedMessage> messages_;
 };
 
-/// Switches logging on for the whole process while it lives, and off again at its end.
+/// Switches logging on for the whole process during its lifetime.
 class LogCapture {
 public:
     explicit LogCapture(foundation::Logger::Level level = foundation::Logger::DEBUG3_LEVEL)
@@ -63,7 +63,7 @@ public:
 
     std::vector<CapturedMessage> messages() const { return appender_->messages(); }
 
-    /// What was logged so far, each message as "CATEGORY component: text".
+    /// The messages so far, each as "CATEGORY component: text".
     std::vector<std::string> lines() const {
         std::vector<std::string> lines;
         for (CapturedMessage const& message : messages()) {

@@ -12,7 +12,7 @@
 
 namespace zeb::test {
 
-/// What the match operations are to find, by `regexec` itself.
+/// The expected results of the match operations, computed with `regexec`.
 class Oracle {
 public:
     Oracle(std::string const& pattern, unsigned int options) {
@@ -42,7 +42,7 @@ public:
     }
 
     std::vector<ZEBNS2::OffsetPair> allMatches(std::string const& subject) const {
-        // As many slots as can ever be filled, and one that cannot.
+        // As many slots as can be filled, and one more.
         std::vector<regmatch_t> slots(compiled_.re_nsub + 2);
         std::vector<ZEBNS2::OffsetPair> ranges;
         if (::regexec(&compiled_, subject.c_str(), slots.size(), slots.data(), 0) == 0) {

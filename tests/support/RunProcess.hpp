@@ -14,13 +14,13 @@
 #include <vector>
 
 /// @file
-/// Runs a program and catches what it writes.
+/// Runs a program and captures its output.
 
 extern "C" char** environ;
 
 namespace zeb::test {
 
-/// What has become of a process.
+/// The result of a process.
 struct ProcessResult {
     int status;       ///< exit status, or 1000 and the number of the signal that ended it
     std::string out;  ///< all of its standard output
@@ -40,7 +40,7 @@ namespace detail {
 
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
-/// A file without a name. Unlike a pipe it takes any amount, so that nobody waits for a reader.
+/// A file without a name. Unlike a pipe it takes any amount, so that no writer waits for a reader.
 inline File temporaryFile() {
     File file(std::tmpfile(), std::fclose);
     if (!file) {

@@ -2,8 +2,8 @@
 
 namespace zeb::test {
 
-/// Whether the address or the thread sanitizer is at work: they reserve terabytes of addresses and
-/// replace functions of libc.
+/// Whether the address or the thread sanitizer is active: they reserve terabytes of address space
+/// and replace functions of libc.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool SANITIZED = true;
 #elif defined(__has_feature)

@@ -14,7 +14,7 @@
 
 namespace zeb::test {
 
-/// A directory that everybody may search; it goes with all that is in it.
+/// A directory that all users may search; it is removed with its contents.
 class TemporaryDirectory {
 public:
     TemporaryDirectory()
@@ -30,12 +30,12 @@ public:
         std::filesystem::remove_all(path_, ignored);
     }
 
-    /// Path of what is called `name` in the directory.
+    /// Path of the entry `name` in the directory.
     [[nodiscard]] std::string path(std::string_view name) const {
         return path_ + "/" + std::string(name);
     }
 
-    /// Makes a file of these bytes and returns its path.
+    /// Writes these bytes to a file and returns its path.
     std::string file(std::string_view name, std::string_view bytes) const {
         std::string where = path(name);
         std::ofstream stream(where, std::ios_base::binary);

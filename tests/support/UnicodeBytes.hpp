@@ -40,8 +40,8 @@ inline std::string bytesOf(std::u16string_view units, ZEBNS2::BOMTypes order) {
     return bytes;
 }
 
-/// A decoder that shares nothing with the one under test: it looks at what may follow, not at what
-/// is pending.
+/// A decoder that shares nothing with the one under test: it looks ahead instead of keeping pending
+/// units.
 /// @param[out] malformed when not null, one entry for each sequence replaced: its units, as the
 ///   messages write them
 inline std::u32string decode(std::u16string_view units,
