@@ -77,6 +77,33 @@ inline bool parseSedDelete(String const& sedString, SedOperationMode& mode, Stri
     return false;
 }
 
+/// Appends the replacement of a substitute command, as a template for ArrayFormat.
+/// @param i offset of its first byte; becomes that of the byte that ended it
+/// @return false when a backslash is the last byte of the command
+inline bool takeReplacement(String const& sedString, std::size_t& i, StringBuffer& format) {
+    std::size_t const length = sedString.length();
+    char const delimiter = sedString[1];
+    for (; i < length && sedString[i] != delimiter; ++i) {
+        char const byte = sedString[i];
+        if (byte == '%') {
+            format.append("%%");
+        } else if (byte != '\\') {
+            format.append(byte);
+        } else if (++i == length) {
+            return false;
+        } else if (sedString[i] == '\\') {
+            format.append('\\');
+        } else if (sedString[i] >= '0' && sedString[i] <= '9') {
+            format.append('%').append(sedString[i]);
+        } else {
+            // Ends the replacement here and now: this system's behaviour.
+            format.append('\\').append(sedString[i]);
+            break;
+        }
+    }
+    return true;
+}
+
 /// Takes a substitute command apart. When it is none, `mode` and `searchExpression` may have been
 /// written all the same.
 /// @param replacement template for ArrayFormat
@@ -108,31 +135,11 @@ inline bool parseSedSearch(String const& sedString, SedOperationMode& mode,
 
     StringBuffer format;
     std::size_t i = expressionEnd + 1;
-    for (; i < length && sedString[i] != delimiter; ++i) {
-        char const byte = sedString[i];
-        if (byte == '%') {
-            format.append("%%");
-        } else if (byte == '\\') {
-            ++i;
-            if (i == length) {
-                ZEB_LOG_DEBUG(
-                    logger, UNIT,
-                    Format("regex: Malformed sed string (trailing escape): \"%1\"", sedString));
-                return false;
-            }
-            char const escaped = sedString[i];
-            if (escaped == '\\') {
-                format.append('\\');
-            } else if (escaped >= '0' && escaped <= '9') {
-                format.append('%').append(escaped);
-            } else {
-                // Ends the replacement here and now: this system's behaviour.
-                format.append('\\').append(escaped);
-                break;
-            }
-        } else {
-            format.append(byte);
-        }
+    if (!takeReplacement(sedString, i, format)) {
+        ZEB_LOG_DEBUG(
+            logger, UNIT,
+            Format("regex: Malformed sed string (trailing escape): \"%1\"", sedString));
+        return false;
     }
     replacement = format.releaseString();
 
