@@ -34,17 +34,19 @@
 
 // The functions of libc below ours, which count the memory in use. A failed allocation counts as a
 // kill: libc may crash on it, or call it "no match".
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): libc's names
 extern "C" {
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);
 void* __libc_realloc(void*, std::size_t);
 void __libc_free(void*);
 }
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 namespace {
 
-constexpr std::size_t STACK_BYTES = 256 * 1024;
-constexpr rlim_t MEMORY_BYTES = 512 * 1024 * 1024;
+constexpr std::size_t STACK_BYTES = std::size_t{256} * 1024;
+constexpr rlim_t MEMORY_BYTES = rlim_t{512} * 1024 * 1024;
 constexpr int SECONDS_PER_PATTERN = 2;
 constexpr int PATTERNS_PER_CHILD = 5000;
 constexpr int PATTERNS_PER_GUIDED_CHILD = 500;
@@ -192,6 +194,7 @@ private:
         return std::string(1, static_cast<char>('a' + below(alphabet_)));
     }
 
+    // NOLINTBEGIN(misc-no-recursion): the budget of a pattern bounds it
     std::string atom(std::size_t depth) {
         if (chance(references_) && groups_ > 0) return reference();
         if (budget_ > 1 && depth < 60 && chance(45)) {
@@ -221,6 +224,7 @@ private:
         } while (budget_ > 0 && chance(60));
         return text;
     }
+    // NOLINTEND(misc-no-recursion)
 
     Random& random_;
     bool extended_;
@@ -351,7 +355,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t GUARD_BYTES = 64 * 1024;
+    static constexpr std::size_t GUARD_BYTES = std::size_t{64} * 1024;
     unsigned char* bottom_;
 };
 
@@ -428,7 +432,7 @@ void tryPattern(Hunt const& hunt, Random& random) {
             shared->phase = count == 1 ? "match" : "match with groups";
             if (hunt.guided) hunt.stack.blank();
             peak_bytes = before = used_bytes;
-            ::regexec(&compiled, subject.c_str(), count, slots.data(), 0);
+            static_cast<void>(::regexec(&compiled, subject.c_str(), count, slots.data(), 0));
             ++shared->matches;
             keepBest(MATCH_MEMORY, peak_bytes - before);
             if (hunt.guided) keepBest(MATCH_STACK, hunt.stack.used());
@@ -508,15 +512,16 @@ void report(int status, Toll& toll) {
         printText(shared->subject.data());
         std::putchar('\n');
     }
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
 }
 
 int runHunt(std::uint64_t seed, long seconds, char const* locale,
             std::vector<std::string> const& seeds) {
     void* const memory =
         ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread
     if (memory == MAP_FAILED || ::setlocale(LC_ALL, locale) == nullptr) {
-        std::fprintf(stderr, "cannot hunt in locale %s\n", locale);
+        static_cast<void>(std::fprintf(stderr, "cannot hunt in locale %s\n", locale));
         return 2;
     }
     shared = new (memory) Shared{};
@@ -583,8 +588,8 @@ std::vector<std::string> readPatterns(char const* const* files, int count) {
 int main(int count, char** arguments) {
     std::vector<std::string> const seeds = readPatterns(arguments + 4, count - 4);
     if (seeds.empty()) {
-        std::fprintf(stderr, "usage: %s <seed> <seconds> <locale> <file of patterns>...\n",
-                     arguments[0]);
+        static_cast<void>(std::fprintf(
+            stderr, "usage: %s <seed> <seconds> <locale> <file of patterns>...\n", arguments[0]));
         return 2;
     }
     return runHunt(std::strtoull(arguments[1], nullptr, 10), std::strtol(arguments[2], nullptr, 10),

@@ -140,8 +140,8 @@ Fragment BackReferenceCost::sequence(Fragment const& a, Fragment const& b) noexc
         bool const row = b.isReference && b.pending[n] != 0;
         Width const further = row ? Width{0} : b.end.width;
         if (inA || inB) {
-            part.sinceGroup[n] =
-                inB ? b.sinceGroup[n] : saturated(std::uint64_t{a.sinceGroup[n]} + further);
+            std::uint64_t const sinceA = std::uint64_t{a.sinceGroup[n]} + further;
+            part.sinceGroup[n] = inB ? b.sinceGroup[n] : saturated(sinceA);
         }
         Width const before = inA ? a.sinceGroup[n] : a.end.width;
         Width const distance = saturated(std::uint64_t{before} + b.untilReference[n]);
@@ -234,8 +234,8 @@ Fragment BackReferenceCost::repeat(Fragment const& item, int least, int most) no
         part.pending[n] =
             static_cast<std::uint8_t>(std::min<std::uint32_t>(item.pending[n] * choices, 255));
         if (part.pending[n] != 0 && !item.isReference) {
-            part.untilReference[n] =
-                saturated(item.untilReference[n] + std::uint64_t{item.end.width} * (choices - 1));
+            std::uint64_t const between = std::uint64_t{item.end.width} * (choices - 1);
+            part.untilReference[n] = saturated(item.untilReference[n] + between);
         }
         if ((item.groups >> n & 1U) != 0) {
             groups_[n].place = std::max({groups_[n].place, part.end.width, Width{1}});
