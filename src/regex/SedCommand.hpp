@@ -136,9 +136,8 @@ inline bool parseSedSearch(String const& sedString, SedOperationMode& mode,
     StringBuffer format;
     std::size_t i = expressionEnd + 1;
     if (!takeReplacement(sedString, i, format)) {
-        ZEB_LOG_DEBUG(
-            logger, UNIT,
-            Format("regex: Malformed sed string (trailing escape): \"%1\"", sedString));
+        ZEB_LOG_DEBUG(logger, UNIT,
+                      Format("regex: Malformed sed string (trailing escape): \"%1\"", sedString));
         return false;
     }
     replacement = format.releaseString();
