@@ -13,23 +13,24 @@
 #include "CompiledExpression.hpp"
 
 /// @file
-/// What the two sources of the unit OrventoCommonRegex have in common: searches for an expression
-/// and its groups, and the offsets and texts that they find.
+/// Shared by the two sources of the unit OrventoCommonRegex: searches for an expression and its
+/// groups, and the offsets and texts found.
 
 namespace ZEBNS2 {
 
-/// What the C library sees of a text.
+/// The part of a text that the C library sees.
 inline std::string_view upToNul(std::string_view text) noexcept {
     return text.substr(0, text.find('\0'));
 }
 
-/// The offsets of a match that took part, `base` bytes further on.
+/// The offsets of a match that took part, plus `base` bytes.
 inline OffsetPair offsetsOf(regmatch_t const& match, std::size_t base = 0) noexcept {
     return {static_cast<std::uint32_t>(base + static_cast<std::size_t>(match.rm_so)),
             static_cast<std::uint32_t>(base + static_cast<std::size_t>(match.rm_eo))};
 }
 
-/// The text of a match; a faulty end, before the start or beyond the subject, means the subject's.
+/// The text of a match; an invalid end, before the start or beyond the subject, means the subject's
+/// end.
 inline std::string_view textOf(std::string_view subject, OffsetPair const& range) noexcept {
     std::size_t const start = std::min<std::size_t>(range.first, subject.size());
     return subject.substr(start, range.second - range.first);
@@ -56,7 +57,7 @@ public:
     }
 };
 
-/// An expression and the slots for its match and groups, which serve one search after the other.
+/// An expression and the slots for its match and groups, reused by one search after another.
 class RegularExpression::Search {
 public:
     /// With as many slots as the expression can fill.
@@ -68,7 +69,7 @@ public:
           slotCount_(slotCount),
           slots_(new regmatch_t[slotCount]) {}
 
-    /// Whether there is a match in `subject`, which holds no NUL.
+    /// Whether there is a match in `subject`, which contains no NUL.
     bool find(std::string_view subject) noexcept {
         return compiled_ != nullptr &&
                compiled_->search(subject, slots_.get(), slotCount_, /*flags=*/0);

@@ -7,17 +7,17 @@
 #include <string_view>
 
 /// @file
-/// A text as lines, and lines as a text.
+/// Splits a text into lines, and joins lines to a text.
 
 namespace ZEBNS2 {
 
-/// Walks over the lines of a text where they lie: what is between its newlines. The empty text has
-/// no line; after a final newline there is an empty one.
+/// Iterates over the lines of a text, the parts between newlines, without copying them. The empty
+/// text has no line; after a final newline there is an empty one.
 class LineReader {
 public:
     explicit LineReader(std::string_view text) noexcept : rest_(text), atEnd_(text.empty()) {}
 
-    /// Goes to the next line, first to the first one; false when there is none.
+    /// Moves to the next line, at first to the first one; false when there is none.
     bool next() noexcept {
         if (atEnd_) {
             return false;
@@ -43,13 +43,13 @@ private:
     std::size_t linesRead_ = 0;
 };
 
-/// Puts lines together again, a newline between any two.
+/// Joins lines with a newline between any two.
 class LineWriter {
 public:
-    /// @param capacity bytes that are likely to come
+    /// @param capacity bytes that are expected
     explicit LineWriter(std::size_t capacity) noexcept : text_(capacity) {}
 
-    /// Begins the next line, whose bytes are to be appended to what is returned.
+    /// Begins the next line; append its bytes to the returned buffer.
     zeb::foundation::StringBuffer& beginLine() {
         if (!first_) {
             text_.append('\n');

@@ -48,15 +48,15 @@ String optionsText(RegularExpression::CompilationOptions options) {
     return text;
 }
 
-/// What escapeRegexSpecialCharacters makes literal. The comma is among them although it is no
-/// operator outside braces: this system's behaviour.
+/// The bytes that escapeRegexSpecialCharacters escapes. The comma is one although it is no operator
+/// outside braces: this system's behaviour.
 constexpr std::string_view OPERATORS = "$()*+,.?[]^{|}";
 
 /// The same without the wildcards.
 constexpr std::string_view OPERATORS_BESIDE_WILDCARDS = "$()+,.[]^{|}";
 
-/// Appends one byte of a text as a literal. In basic syntax the backslash alone is escaped,
-/// although others are operators there too: this system's behaviour.
+/// Appends one byte of a text as a literal. In basic syntax only the backslash is escaped, although
+/// others are operators there too: this system's behaviour.
 void appendLiteral(StringBuffer& expression, char byte, std::string_view operators,
                    RegularExpression::CompilationOptions options) {
     bool const basic = (options & RegularExpression::BASIC_SYNTAX) != 0;
@@ -119,7 +119,7 @@ void RegularExpression::replace(String const& pattern, CompilationOptions option
         String const message =
             Format("Error creating regular expression: %1  The faulty expression (%2) is: \"%3\"",
                    compiled->errorText().data(), optionsText(options_),
-                   pattern_.c_str());  // up to its NUL, where the message would end without a quote
+                   pattern_.c_str());  // up to its NUL, which would end the message
         throw RegularExpressionException(UNIT, RegularExpressionException::SOURCE_LINE,
                                          message.c_str(), Exception::NO_CODE, nullptr,
                                          Exception::NO_CODE);
@@ -176,7 +176,7 @@ Array<OffsetPair> RegularExpression::all_unique_matches(String const& subject) c
 }
 
 Array<String> RegularExpression::all_matching_substrings(String const& subject) const {
-    // As all_matches, but without the slots that no group can fill.
+    // Like all_matches, but without the slots that no group can fill.
     Search search(*this);
     if (!search.find(upToNul(subject))) {
         return Array<String>();

@@ -14,7 +14,7 @@
 #include "SedCommand.hpp"
 #include "SedOperations.hpp"
 
-// The sed engine, of the source unit OrventoCommonRegex: messages and exceptions name that unit.
+// The sed engine, part of the source unit OrventoCommonRegex, which messages and exceptions name.
 
 namespace ZEBNS2 {
 
@@ -50,7 +50,7 @@ String realSed(String const& text, String const& sedString,
     }
     ZEB_LOG_DEBUG(logger, UNIT,
                   Format("regex: Unknown sed operation (ignored): \"%1\"", sedString));
-    // Not the text, in spite of the message: this system's behaviour.
+    // Not the text, despite the message: this system's behaviour.
     return String();
 }
 
@@ -92,8 +92,8 @@ void unprivilegedSed(String const& fileName, RegularExpression const& expression
     }
     String const result = edited.releaseText();
     ZEB_LOG_DEBUG2(logger, UNIT, Format("regex: Writing results in \"%1\"", fileName));
-    // What happens from here on is not reported: this system's behaviour.
-    // A stream without a buffer takes one after emptying the file, which may fail.
+    // Failures from here on are not reported: this system's behaviour. Without a buffer of its own,
+    // the stream would allocate one after emptying the file, which may fail.
     char buffer[1024];
     std::ofstream file;
     file.rdbuf()->pubsetbuf(buffer, sizeof buffer);

@@ -13,10 +13,10 @@
 #include <cstddef>
 
 /// @file
-/// How a sed command is taken apart.
+/// The parser of sed commands.
 ///
-/// A part of Sed.cpp: nothing but that and tests includes it. Its functions are in an unnamed
-/// namespace because the log records their signatures.
+/// A part of Sed.cpp: only that and tests include it. Its functions are in an unnamed namespace
+/// because the log records their signatures.
 
 namespace ZEBNS2 {
 // Included by one source.
@@ -49,7 +49,7 @@ enum SedOperationMode {
     SED_DELETE_RANGE = 3    ///< delete from one matching line to another
 };
 
-/// Takes a delete command apart; the outputs are untouched when it is none.
+/// Parses a delete command; the outputs are unchanged when it is none.
 inline bool parseSedDelete(String const& sedString, SedOperationMode& mode, String& firstExpression,
                            String& secondExpression) {
     Logger const logger(COMPONENT);
@@ -96,7 +96,7 @@ inline bool takeReplacement(String const& sedString, std::size_t& i, StringBuffe
         } else if (sedString[i] >= '0' && sedString[i] <= '9') {
             format.append('%').append(sedString[i]);
         } else {
-            // Ends the replacement here and now: this system's behaviour.
+            // Ends the replacement here: this system's behaviour.
             format.append('\\').append(sedString[i]);
             break;
         }
@@ -104,8 +104,8 @@ inline bool takeReplacement(String const& sedString, std::size_t& i, StringBuffe
     return true;
 }
 
-/// Takes a substitute command apart. When it is none, `mode` and `searchExpression` may have been
-/// written all the same.
+/// Parses a substitute command. When it is none, `mode` and `searchExpression` may have been
+/// written.
 /// @param replacement template for ArrayFormat
 inline bool parseSedSearch(String const& sedString, SedOperationMode& mode,
                            String& searchExpression, String& replacement) {
@@ -127,7 +127,7 @@ inline bool parseSedSearch(String const& sedString, SedOperationMode& mode,
     if (length < 2) {
         ZEB_LOG_DEBUG(logger, UNIT, Format("regex: Malformed sed string \"%1\"", sedString));
     }
-    // Of the command "s" alone this is the terminating NUL.
+    // For the command "s" alone this is the terminating NUL.
     char const delimiter = sedString[1];
 
     std::size_t const expressionEnd = std::min(sedString.indexOf(delimiter, 2), length);

@@ -7,14 +7,14 @@
 #include "SedCommand.hpp"
 
 /// @file
-/// What the sed commands do to the lines of a text. A part of Sed.cpp, as SedCommand.hpp is.
+/// Applies sed commands to the lines of a text. A part of Sed.cpp, like SedCommand.hpp.
 
 namespace ZEBNS2 {
 // Included by one source.
 namespace {  // NOLINT(cert-dcl59-cpp): the log records the signatures
 
-/// A format filled from an array: `%0` is its first element. A placeholder without an element
-/// vanishes.
+/// A format filled from an array: `%0` is its first element. A placeholder without an element is
+/// removed.
 class ArrayFormat : public Format {
 public:
     ArrayFormat(String const& format, Array<String> const& arguments) {
@@ -29,7 +29,7 @@ public:
     }
 };
 
-/// An expression and what replaces its matches.
+/// An expression and the replacement for its matches.
 class Replacer {
 public:
     /// @param replacement template for ArrayFormat
@@ -38,7 +38,7 @@ public:
           isLiteral_(replacement.indexOf('%') == String::npos),
           search_(expression) {}
 
-    /// Whether there is a match in `subject`, which holds no NUL.
+    /// Whether there is a match in `subject`, which contains no NUL.
     bool find(std::string_view subject) noexcept { return search_.find(subject); }
 
     /// The match found last.
@@ -46,7 +46,7 @@ public:
 
     String const& replacement() const noexcept { return replacement_; }
 
-    /// What replaces the match found last; `subject` is where it was found.
+    /// The replacement for the match found last, in `subject`.
     String text(std::string_view subject) const {
         if (isLiteral_) {
             return replacement_;
@@ -57,12 +57,12 @@ public:
 private:
     String const& replacement_;
     bool isLiteral_;
-    /// With the groups even where the replacement uses none: some expressions, such as `(^a)+`,
-    /// match in libc's eyes until it is asked for their groups.
+    /// Searches with groups even if the replacement uses none: some expressions, such as `(^a)+`,
+    /// match in libc only as long as it is not asked for groups.
     RegularExpression::Search search_;
 };
 
-/// Appends `text` with its first match replaced; when there is none, nothing.
+/// Appends `text` with its first match replaced; appends nothing when there is none.
 /// @return whether there is a match
 inline bool appendWithReplacement(StringBuffer& out, std::string_view text, Replacer& replacer) {
     if (!replacer.find(upToNul(text))) {
@@ -139,11 +139,11 @@ inline String doSedDeleteRange(String const& text, String const& /*sedString*/,
     return kept.releaseText();
 }
 
-/// Replaces the matches in the rest of a line behind its first match; each rest is searched as a
+/// Replaces the matches in the rest of a line after its first match; each rest is searched as a
 /// line of its own.
 /// @param position end of the first match
-/// @param function whose messages these are
-/// @return where the trailing text begins
+/// @param function whose signature the messages carry
+/// @return offset of the trailing text
 inline std::size_t replaceFurtherMatches(StringBuffer& edited, std::string_view line,
                                          std::size_t position, Replacer& replacer,
                                          Logger const& logger, char const* function) {
@@ -160,7 +160,8 @@ inline std::size_t replaceFurtherMatches(StringBuffer& edited, std::string_view 
         std::size_t const start = position + replacer.match().first;
         std::size_t const end = position + replacer.match().second;
         if (end == matchEnd) {
-            // An empty match directly behind the one before. Without a step the loop would not end.
+            // An empty match directly after the previous one. Without a step the loop would not
+            // end.
             if (position == line.size()) {
                 return position;
             }

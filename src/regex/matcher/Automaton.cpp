@@ -35,7 +35,7 @@ private:
 
     static constexpr unsigned int NON_ASCII = 0x80;
 
-    /// Whether it makes no difference if a match begins at the start of a line.
+    /// Whether a match at the start of a line is no special case.
     bool startsAlike() const {
         auto const targets = [this](Positions::Index start) {
             std::vector<Positions::Index> found;
@@ -48,8 +48,8 @@ private:
         return targets(Positions::START_OF_LINE) == targets(Positions::START);
     }
 
-    /// Notes whether a state accepts, and whether only libc knows what comes after other characters
-    /// than ASCII.
+    /// Records whether a state accepts, and whether only libc knows the next state after a
+    /// character that is not ASCII.
     void noteEdges(std::size_t state) noexcept {
         for (char16_t const member : sets_[state]) {
             for (auto i = positions_.edgesBegin(member); i < positions_.edgesEnd(member); ++i) {
@@ -69,7 +69,7 @@ private:
         return sets_.next(state, sets_.column(byte));
     }
 
-    /// Bytes that lead from a state to itself, and all others that lead elsewhere.
+    /// Bytes that lead from a state to itself, and those that lead elsewhere.
     void findStays() {
         stays_.assign(sets_.count(), false);
         finderOf_.assign(sets_.count(), 0);
@@ -99,11 +99,11 @@ private:
         }
     }
 
-    /// A state that stays for fewer bytes is left too soon.
+    /// A state that stays for fewer bytes is left too soon to pay.
     static constexpr std::size_t MIN_STAYS = 8;
     static constexpr std::size_t MAX_FINDERS = 64;
 
-    /// Numbers the states anew, the special ones first, and writes the table.
+    /// Renumbers the states, the special ones first, and writes the table.
     void pack(Number startOfLine, Number start) {
         findStays();
         std::vector<Number> order = {Automaton::DEAD, Automaton::UNKNOWN};
@@ -183,7 +183,7 @@ private:
 
     static constexpr std::size_t MAX_PAIRS = 20000;
 
-    /// Whether all that a later start can find, a run on its way finds, too.
+    /// Whether a run finds everything that a later start can find.
     bool isDominating(Number startOfLine, Number start) {
         Number const later = mode_.newline ? startOfLine : start;
         if (mode_.newline && accepts_[later] != 0) {
@@ -197,7 +197,7 @@ private:
             }
             for (std::size_t column = 0; column < sets_.columnCount(); ++column) {
                 Number const run = sets_.next(state, column);
-                // Where the run ends, the search goes on.
+                // The search continues where the run ends.
                 if (run != Automaton::DEAD && !addPair(sets_.next(later, column), run)) {
                     return false;
                 }
@@ -215,7 +215,7 @@ private:
         return true;
     }
 
-    /// @return false when the later start gets further than the run, or it takes too long to know
+    /// @return false when the later start gets further than the run, or deciding takes too long
     bool addPair(Number challenger, Number run) {
         if (challenger == run || challenger == Automaton::DEAD || run == Automaton::UNKNOWN ||
             (accepts_[run] & Automaton::ACCEPTS) != 0) {
@@ -304,7 +304,7 @@ Automaton::Byte const* Automaton::nextStart(Subject const& subject, Byte const* 
 
 template <bool RECORDS>
 Found Automaton::search(Subject const& subject, Span& span, Trail* trail) const noexcept {
-    // So many bytes may be read in vain for each byte advanced, and to begin with.
+    // The bytes that may be read in vain for each byte advanced, and in addition.
     constexpr std::size_t PATIENCE = 8;
     constexpr std::size_t CREDIT = 512;
     std::size_t wasted = 0;

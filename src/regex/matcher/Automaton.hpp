@@ -12,34 +12,35 @@
 /// @file
 /// The deterministic automaton that finds where the first match starts and ends.
 ///
-/// A state is the set of positions that can have taken the last character. All states are made
-/// beforehand, within bounds; bytes that no position tells apart share a column. For "a[a-z]*=",
+/// A state is the set of positions that can have taken the last character. All states are built in
+/// advance, within bounds; bytes that no position distinguishes share a column. For "a[a-z]*=",
 /// with the positions 2, 3 and 4, the states are {start}, {2}, {3} and {4}; the columns are a, the
-/// other letters, = and all else.
+/// other letters, = and all others.
 ///
 /// A search runs from each byte at which a match can start until no position is left, and keeps the
 /// last end that it passed: POSIX wants the leftmost match, and the longest of these. When a run
-/// fails, the starts that it passed need not be tried if whatever they could have found, the run
-/// would have found, too: `[a-z]+=` on "abcd" fails at the end of the text, so from b, c and d it
-/// fails as well. That is so when the automaton is dominating, which follows from the states alone:
-/// go along with any state q and, one byte or more later, with the start; as long as the second
-/// lives, the first must live, and it must have accepted first or accept when the second does. Then
-/// each byte is read twice at most. Where it is not so, the search begins again at the next byte;
-/// once it has read far more bytes than it has advanced, it goes on with all starts at the same
-/// time, in steps that cost the number of positions.
+/// fails, the starts that it passed need not be tried if the run would have found everything that
+/// they could find: `[a-z]+=` on "abcd" fails at the end of the text, so from b, c and d it fails
+/// as well. That holds if the automaton is dominating, which follows from the states alone: run
+/// from any state q and, one byte or more later, from the start; as long as the second run lives,
+/// the first must live, and it must have accepted before or accept whenever the second does. Then
+/// each byte is read twice at most. Otherwise the search begins again at the next byte; once it has
+/// read far more bytes than it has advanced, it continues with all starts at the same time, in
+/// steps that cost the number of positions.
 ///
-/// In a state that stays as it is for most bytes, as in `.*` or `[^ ]+`, the next byte at which it
-/// changes is looked for in vectors.
+/// In a state that most bytes do not change, as in `.*` or `[^ ]+`, a vector search finds the next
+/// byte that does.
 ///
-/// In UTF-8 the automaton knows ASCII only. At another byte that some position could take, a search
-/// gives up, and libc has to be asked.
+/// In UTF-8 the automaton handles only ASCII. At another byte that some position could take, a
+/// search gives up, and libc must search.
 ///
-/// Beyond the bounds of Subsets the pattern is not served.
+/// Beyond the bounds of Subsets the pattern is not handled.
+///
 /// Cost: time linear in the subject, no memory, no lock.
 
 namespace ZEBNS2 {
 
-/// What is known after a search.
+/// The result of a search.
 enum class Found {
     NO,
     YES,
@@ -53,7 +54,7 @@ struct Span {
     std::size_t end;
 };
 
-/// The states that a run went through, as it notes them for the groups.
+/// The states of a run, recorded for the groups.
 class Trail {
 public:
     static constexpr std::size_t CAPACITY = 512;
@@ -75,7 +76,7 @@ public:
         size_ += size_ + 1 < CAPACITY + 1 ? 1 : 0;
     }
 
-    /// Forgets the entries beyond an offset.
+    /// Drops the entries beyond an offset.
     void cut(std::size_t offset) noexcept {
         while (size_ != 0 && entries_[size_ - 1].offset > offset) {
             --size_;
@@ -84,14 +85,14 @@ public:
 
 private:
     std::size_t size_ = 0;
-    Entry entries_[CAPACITY + 1];  // one more, for what is lost
+    Entry entries_[CAPACITY + 1];  // one more, for the entry that is lost
 };
 
 class Automaton {
 public:
     using State = std::uint16_t;  ///< offset of its row in the table
 
-    /// How subjects are to be read.
+    /// How subjects are read.
     struct Mode {
         bool utf8;     ///< only ASCII is a character of one byte
         bool newline;  ///< `^` and `$` are true at newlines, too
@@ -109,7 +110,7 @@ public:
     Found find(std::string_view subject, bool notLineStart, Span& span,
                Trail* trail) const noexcept;
 
-    /// Runs from the start of a match that is known, for its trail.
+    /// Runs from the start of a known match, for its trail.
     void trace(std::string_view subject, bool notLineStart, std::size_t start,
                Trail& trail) const noexcept;
 
@@ -119,12 +120,12 @@ public:
     /// The positions of a state, ascending.
     std::vector<Positions::Index> const& members() const noexcept { return members_; }
     std::size_t membersBegin(std::size_t number) const noexcept { return membersBegin_[number]; }
-    /// Frees what only the construction of the groups needs.
+    /// Frees the members, which only the construction of the groups needs.
     void dropMembers() noexcept;
 
-    /// Whether a failed run makes the starts that it passed pointless.
+    /// Whether the starts that a failed run passed can be skipped.
     bool isDominating() const noexcept { return dominating_; }
-    /// Bytes of memory, about.
+    /// Approximate bytes of memory.
     std::size_t size() const noexcept;
 
 private:
@@ -133,13 +134,13 @@ private:
 
     using Byte = unsigned char;
 
-    // The first rows; then come the other special states, then the ordinary ones.
+    // The first rows; the other special states follow, then the ordinary ones.
     static constexpr std::uint16_t DEAD = 0;
     static constexpr std::uint16_t UNKNOWN = 1;  ///< ask libc
 
     static constexpr std::uint8_t ACCEPTS = 1;
     static constexpr std::uint8_t ACCEPTS_AT_LINE_END = 2;
-    static constexpr std::uint8_t STAYS = 4;  ///< has a finder for the byte at which it changes
+    static constexpr std::uint8_t STAYS = 4;  ///< has a finder for the byte that changes it
 
     struct Subject {
         Byte const* begin;

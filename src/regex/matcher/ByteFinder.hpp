@@ -15,10 +15,10 @@
 
 namespace ZEBNS2 {
 
-/// Where the set, or all that is not in it, is a few ranges, the processor looks at 16 bytes at a
-/// time; other sets are looked up byte by byte.
-/// @par Cost about a nanosecond to begin with, then 16 bytes in one or two; a byte in one without
-/// vectors.
+/// If the set or its complement is a few ranges, 16 bytes are tested at a time; otherwise each byte
+/// is looked up.
+/// @par Cost about a nanosecond, plus one or two for each 16 bytes; without vectors one for each
+///   byte.
 class ByteFinder {
 public:
     ByteFinder() = default;
@@ -34,7 +34,7 @@ public:
         }
     }
 
-    /// Whether a search sees several bytes at once.
+    /// Whether a search tests several bytes at once.
     bool isFast() const noexcept { return isEmpty_ || rangeCount_ != 0; }
 
     /// @param begin of readable memory, at or before `at`
@@ -115,7 +115,7 @@ private:
     }
 
 #ifdef __SSE2__
-    /// The bytes of a vector that are wanted, the first in the lowest bit.
+    /// One bit for each byte of a vector that is wanted, the first in the lowest bit.
     template <std::size_t COUNT>
     unsigned int wantedOf(unsigned char const* bytes) const noexcept {
         __m128i const vector = _mm_loadu_si128(reinterpret_cast<__m128i const*>(bytes));
@@ -141,7 +141,7 @@ private:
         if (static_cast<std::size_t>(end - begin) < VECTOR) {
             return findOneByOne(at, end);
         }
-        // The last vector of the text, without the bytes that were seen.
+        // The last vector of the text, without the bytes already tested.
         auto const seen = static_cast<unsigned int>(VECTOR - static_cast<std::size_t>(end - at));
         unsigned int const wanted = wantedOf<COUNT>(end - VECTOR) >> seen;
         return wanted != 0 ? at + __builtin_ctz(wanted) : end;
@@ -151,7 +151,7 @@ private:
     ByteSet wanted_;
     bool isEmpty_ = true;
     bool isSingle_ = false;
-    std::uint8_t rangeCount_ = 0;  ///< 0 when it is to be looked up byte by byte
+    std::uint8_t rangeCount_ = 0;  ///< 0 when each byte is looked up
     unsigned int inversion_ = 0;
     Range ranges_[MAX_RANGES] = {};
 };

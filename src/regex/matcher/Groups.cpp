@@ -27,7 +27,7 @@ std::optional<Groups> Groups::of(Positions const& positions, Automaton const& au
                 cell = static_cast<Cell>(edge);
             }
         }
-        // The end of the match is one, whether or not it is the end of a line, too.
+        // The end of the match is one target, whether or not it is also the end of a line.
         if (row[Positions::MATCH_AT_LINE_END] != NONE) {
             if (row[Positions::MATCH] != NONE) {
                 return std::nullopt;
@@ -66,8 +66,8 @@ void Groups::find(Automaton const& automaton, Trail& trail, std::size_t end, reg
         if (edge.source < Positions::FIRST) {
             return;
         }
-        // The source took the byte before the offset; as long as it follows itself, those before
-        // that as well.
+        // The source took the byte before the offset and, as long as it follows itself, those
+        // before that.
         bool const repeats = edge.source == target && edge.tagCount == 0;
         target = edge.source;
         offset = (repeats ? stretch.offset : offset) - 1;

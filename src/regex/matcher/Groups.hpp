@@ -13,18 +13,17 @@
 /// @file
 /// The groups of a match whose span is known.
 ///
-/// It serves unambiguous patterns: those in which each match can come about in one way only, so
-/// that no order of preference matters. A pattern is unambiguous when in each state of the
-/// automaton, a position that can come next has one predecessor at most, and so has the end of the
-/// match. (If there were two ways, look where they last differ: both positions are in the state,
-/// and have the same successor. The reverse is true as well, since each position can be reached and
-/// left.)
+/// It handles unambiguous patterns: those in which every match is found in one way only, so that no
+/// order of preference matters. A pattern is unambiguous when in each state of the automaton, each
+/// position that can come next, and the end of the match, has at most one predecessor. (If there
+/// were two ways, consider where they last differ: both positions are in the state and have the
+/// same successor. The reverse is true as well, since each position can be reached and left.)
 ///
-/// So the way is found from its end, along the states that the automaton noted: `([a-z]+)=([0-9]*)`
-/// on "ab=7" ends in the state {4}, whose only position 4 took the 7; before it stood {3}, the =,
-/// before that {2} twice. What starts and ends at each step is noted at the edges; of a group that
-/// is repeated, the last time counts, which is met first. A stretch of the text in which neither
-/// the state nor the position changes is passed over in one step.
+/// So the way is followed from its end, along the states that the automaton recorded:
+/// `([a-z]+)=([0-9]*)` on "ab=7" ends in the state {4}, whose only position 4 took the 7; before it
+/// was {3}, the =, before that {2} twice. The edges record which groups start and end at each step;
+/// of a repeated group the last iteration counts, which comes first here. A run of bytes in which
+/// neither the state nor the position changes is one step.
 ///
 /// Cost: the number of changes of state; memory for states times positions, at most MAX_CELLS.
 
@@ -41,8 +40,8 @@ public:
     /// Writes the groups of a match.
     /// @param trail of its states; it must be complete
     /// @param end where the match ends
-    /// @param slots from the whole match on; the first is left alone; those that no group fills may
-    ///   be left alone from the second of them on
+    /// @param slots from the whole match on; the first is not written; of those that no group fills
+    ///   only the first is surely written
     void find(Automaton const& automaton, Trail& trail, std::size_t end, regmatch_t* slots,
               std::size_t slotCount) const noexcept;
 

@@ -38,8 +38,7 @@ Matcher const* LazyMatcher::count(std::size_t length) const noexcept {
 }
 
 Matcher const* LazyMatcher::make() const noexcept {
-    // In another locale the pattern may mean something else than to the expression that libc
-    // compiled.
+    // In another locale the pattern may mean something else than libc's compiled expression.
     if (!(LocaleMark::current() == locale_)) {
         closed_.store(false, std::memory_order_relaxed);
         return nullptr;

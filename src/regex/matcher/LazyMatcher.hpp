@@ -10,18 +10,18 @@
 #include "Matcher.hpp"
 
 /// @file
-/// A matcher that is made when it pays.
+/// A matcher that is built when it pays.
 
 namespace ZEBNS2 {
 
-/// Making a matcher takes libc's time for a few hundred lines, so an expression that is used once
-/// has none. It is made by the search that brings the subjects searched so far to WORTHWHILE bytes;
-/// searches of other threads go on meanwhile as before. Where memory is exhausted, it is tried
+/// Building a matcher takes as long as libc needs for a few hundred lines, so an expression that is
+/// used once has none. The search that brings the total of subjects to WORTHWHILE bytes builds it;
+/// searches of other threads continue meanwhile without it. When memory is exhausted, it is tried
 /// again after as many bytes.
 /// @par Thread safety any number of threads may ask at once; none waits.
 class LazyMatcher {
 public:
-    /// Bytes of subjects after which a matcher is made. Each search counts SEARCH more.
+    /// Bytes of subjects after which a matcher is built. Each search counts SEARCH more.
     static constexpr std::int32_t WORTHWHILE = 2048;
     static constexpr std::int32_t SEARCH = 64;
 
@@ -40,7 +40,7 @@ public:
     ~LazyMatcher();
 
     /// The matcher, null while there is none.
-    /// @param length of the subject that is to be searched
+    /// @param length of the subject to be searched
     Matcher const* get(std::size_t length) const noexcept {
         Matcher const* const matcher = matcher_.load(std::memory_order_acquire);
         return matcher != nullptr || closed_.load(std::memory_order_relaxed) ? matcher
@@ -59,9 +59,9 @@ private:
     int flags_;
     LocaleMark locale_ = LocaleMark::current();
     mutable std::atomic<Matcher const*> matcher_{nullptr};
-    /// Bytes that are still to be searched. It may count searches of several threads as one.
+    /// Bytes still to be searched. It may count searches of several threads as one.
     mutable std::atomic<std::int32_t> credit_;
-    mutable std::atomic<bool> closed_;  ///< one is being made, or there is none for this pattern
+    mutable std::atomic<bool> closed_;  ///< one is being built, or there is none for this pattern
 };
 
 }  // namespace ZEBNS2

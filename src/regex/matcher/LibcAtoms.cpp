@@ -11,7 +11,7 @@
 namespace ZEBNS2 {
 
 LocaleMark LocaleMark::current() noexcept {
-    // NOLINTBEGIN(concurrency-mt-unsafe): safe as long as nobody changes the locale
+    // NOLINTBEGIN(concurrency-mt-unsafe): safe as long as no thread changes the locale
     LocaleMark mark;
     char const* const encoding = ::nl_langinfo(CODESET);
     mark.characters_ = *::__ctype_b_loc();
@@ -19,7 +19,7 @@ LocaleMark LocaleMark::current() noexcept {
     mark.collation_ = ::nl_langinfo(_NL_COLLATE_CODESET);
     mark.utf8_ = std::strcmp(encoding, "UTF-8") == 0;
     mark.singleByte_ = MB_CUR_MAX == 1;
-    // The item is a number in the place of the pointer.
+    // The item is a number, returned in place of the pointer.
     auto const rules = reinterpret_cast<std::uintptr_t>(::nl_langinfo(_NL_COLLATE_NRULES));
     mark.sortsByCode_ = static_cast<std::uint32_t>(rules) == 0;
     // NOLINTEND(concurrency-mt-unsafe)
@@ -37,8 +37,8 @@ std::optional<ByteSet> LibcAtoms::bytesOf(std::string_view text) {
 }
 
 std::optional<ByteSet> LibcAtoms::ask(std::string const& text) const {
-    // Optional, so that each question has an answer: when memory is exhausted, regexec says that
-    // there is no match.
+    // Optional, so that every query matches: when memory is exhausted, regexec also reports no
+    // match.
     bool const extended = (flags_ & REG_EXTENDED) != 0;
     std::string const pattern = extended ? "(" + text + ")?" : "\\(" + text + "\\)\\{0,1\\}";
     regex_t compiled;

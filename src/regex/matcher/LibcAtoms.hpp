@@ -10,14 +10,14 @@
 #include "SyntaxTree.hpp"
 
 /// @file
-/// The characters that parts of a pattern take, as libc says.
+/// The characters that parts of a pattern take, by querying libc.
 
 namespace ZEBNS2 {
 
-/// The locale, as far as it decides what a pattern means.
+/// The properties of the locale that decide what a pattern means.
 class LocaleMark {
 public:
-    /// The current one of the calling thread.
+    /// The calling thread's current locale.
     static LocaleMark current() noexcept;
 
     bool operator==(LocaleMark const& other) const noexcept {
@@ -35,7 +35,7 @@ public:
 private:
     LocaleMark() = default;
 
-    // Tables of the locale, which are known by their addresses.
+    // Tables of the locale, identified by their addresses.
     void const* characters_ = nullptr;
     void const* encoding_ = nullptr;
     void const* collation_ = nullptr;
@@ -44,14 +44,14 @@ private:
     bool sortsByCode_ = false;
 };
 
-/// Asks libc about single atoms, each once.
+/// Queries libc about single atoms, each once.
 class LibcAtoms {
 public:
     /// @param flags flags of regcomp
     explicit LibcAtoms(int flags) noexcept : flags_(flags) {}
 
-    /// The bytes that `text` takes as a pattern: one character, period, bracket or class, as it is
-    /// written. In UTF-8 only those of ASCII.
+    /// The bytes that `text` takes as a pattern: one character, period, bracket or class, as
+    /// written. In UTF-8 only ASCII bytes.
     /// @return nothing when regcomp refuses it, or memory is exhausted
     /// @throws std::bad_alloc
     std::optional<ByteSet> bytesOf(std::string_view text);

@@ -13,17 +13,17 @@ namespace ZEBNS2 {
 
 namespace {
 
-/// Puts the syntax tree together, unless something occurs that is not served.
+/// Builds the syntax tree, unless the pattern contains something that is not handled.
 class TreeBuilder : public PatternBuilder {
 public:
     struct Fragment {
         SyntaxTree::Index node = SyntaxTree::NOTHING;
-        bool isSplit = false;  ///< a character for the reader, but several for the locale
+        bool isSplit = false;  ///< a character for the reader, several for the locale
     };
     struct Group {
         std::uint32_t number = 0;
     };
-    /// Whether a bracket lists nothing but ASCII, and that by itself.
+    /// Whether a bracket is not negated and lists only ASCII.
     struct Members {
         bool isPlain = true;
         bool isNegated = false;
@@ -42,8 +42,8 @@ public:
 
     Fragment character(std::string_view bytes, bool escaped) {
         auto const first = static_cast<unsigned char>(bytes[0]);
-        // glibc folds before it looks at what is escaped: a backslash and a long s is `\S`. In
-        // single-byte locales the backslash is of the first byte alone.
+        // glibc folds case before it reads the escaped character: a backslash and a long s is `\S`.
+        // In single-byte locales the backslash applies to the first byte only.
         failed_ = failed_ || (escaped && foldsCase_ && bytes.size() > 1);
         if (first >= 0x80 && locale_.isUTF8()) {
             return otherCharacter(bytes);
@@ -128,10 +128,10 @@ private:
     Fragment otherCharacter(std::string_view bytes) {
         std::mbstate_t state{};
         wchar_t code;
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): it is, with a state of its own
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): it is, with its own state
         std::size_t const length = std::mbrtowc(&code, bytes.data(), bytes.size(), &state);
         failed_ = failed_ || length != bytes.size();
-        // Some have a case in ASCII: the long s, the sign of the kelvin.
+        // Some have an ASCII letter as their other case: the long s, the kelvin sign.
         return foldsCase_ ? atom(bytes, /*beyondASCII=*/true)
                           : Fragment{tree_.atom({ByteSet(), /*beyondASCII=*/true})};
     }
@@ -144,7 +144,7 @@ private:
 };
 
 bool isASCII(std::string_view text) noexcept {
-    // The compiler makes vectors of it.
+    // The compiler vectorises it.
     unsigned char bits = 0;
     for (char const byte : text) {
         bits = static_cast<unsigned char>(bits | static_cast<unsigned char>(byte));
@@ -152,7 +152,7 @@ bool isASCII(std::string_view text) noexcept {
     return bits < 0x80;
 }
 
-/// Whether the order in which libc prefers is the one that was measured.
+/// Whether libc's order of preference is the one that was measured.
 bool isMeasured() noexcept { return LibcLimits::isMeasured(::gnu_get_libc_version()); }
 
 }  // namespace

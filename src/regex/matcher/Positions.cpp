@@ -4,7 +4,7 @@
 
 namespace ZEBNS2 {
 
-/// Puts the graph with empty steps together, then follows it from each position.
+/// Builds the graph with epsilon steps, then follows it from each position.
 class PositionsBuilder {
 public:
     explicit PositionsBuilder(SyntaxTree const& tree) : tree_(tree) {}
@@ -43,9 +43,9 @@ private:
 
     enum class Kind : std::uint8_t {
         MATCH,
-        CHARACTER,   ///< the atom `first`, then on to `second`
+        CHARACTER,   ///< the atom `first`, then `second`
         CHOICE,      ///< `first`, or else `second`
-        LINE_START,  ///< on to `second`, and so on
+        LINE_START,  ///< then `second`, likewise below
         LINE_END,
         GROUP_START,  ///< of group `first`
         GROUP_END
@@ -75,11 +75,11 @@ private:
 
     // NOLINTBEGIN(misc-no-recursion): MAX_DEPTH bounds it
 
-    /// Adds the steps of the tree below `index`, which lead on to `next`.
+    /// Adds the steps of the tree below `index`, which lead to `next`.
     /// @param entry set to the first of them
     void emit(SyntaxTree::Index index, Node next, Node& entry) {
-        // The nodes that are reached through `first` are left to the loop. Until then the entry is
-        // known by the choice that leads to it; the graph may move while it grows.
+        // The loop handles the nodes reached through `first`. Until then the entry is identified by
+        // the choice that leads to it, since the graph may move while it grows.
         Node choice = NO_NODE;
         auto const enter = [&](Node node) {
             (choice == NO_NODE ? entry : graph_[choice].first) = node;
@@ -154,7 +154,8 @@ private:
         return entry;
     }
 
-    /// Up to `count` times: each choice leads to the next one, or past the copy that follows that.
+    /// Up to `count` times: each choice leads into the next one, or past the part that it makes
+    /// optional.
     Node optional(SyntaxTree::Node const& node, int count, Node next) {
         Node const outermost = add({Kind::CHOICE, 0, next});
         Node choice = outermost;
@@ -180,10 +181,10 @@ private:
     struct Visit {
         Node node;
         bool afterLineEnd;
-        std::size_t tags;  ///< how many of the path's tags lead here
+        std::size_t tags;  ///< number of the path's tags up to here
     };
 
-    /// Follows the empty steps from `node` in the order of preference.
+    /// Follows the epsilon steps from `node` in the order of preference.
     void addEdges(Positions::Index source, Node node) {
         result_.edgesBegin_.push_back(static_cast<std::uint32_t>(result_.edges_.size()));
         ++round_;
@@ -211,7 +212,7 @@ private:
                         visit.afterLineEnd ? Positions::MATCH_AT_LINE_END : Positions::MATCH);
                 return;
             case Kind::CHARACTER:
-                // What takes nothing leads nowhere.
+                // An atom that takes nothing leads nowhere.
                 if (tree_.atoms()[step.first].bytes.any() ||
                     tree_.atoms()[step.first].beyondASCII) {
                     failed_ = failed_ || visit.afterLineEnd;

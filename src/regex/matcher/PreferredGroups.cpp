@@ -48,7 +48,7 @@ std::optional<PreferredGroups> PreferredGroups::of(Positions const& positions) {
     return groups;
 }
 
-/// Notes the states from the end of a match to its start.
+/// Records the states from the end of a match to its start.
 bool PreferredGroups::readBackwards(std::string_view match, std::size_t start, State state,
                                     Trail& trail) const noexcept {
     trail.add(start + match.size(), state);
@@ -91,7 +91,7 @@ bool PreferredGroups::find(std::string_view subject, Span const& span, bool atLi
         if (edge.target < Positions::FIRST) {
             return true;
         }
-        // As long as the state stays, so does a position that follows itself.
+        // As long as the state stays, a position that follows itself stays too.
         if (edge.target == position && edge.tagCount == 0) {
             offset = stretch.offset;
         }

@@ -14,11 +14,11 @@
 namespace ZEBNS2 {
 
 /// Sets of positions, and the set to which each byte leads from each of them. Bytes that no
-/// position tells apart share a column.
+/// position distinguishes share a column.
 class Subsets {
 public:
     using Number = std::uint16_t;
-    using Set = std::u16string;  ///< ascending; the standard library knows how to hash it
+    using Set = std::u16string;  ///< ascending; a type that the standard library can hash
 
     static constexpr Number EMPTY = 0;
     static constexpr Number RESERVED = 1;  ///< for the caller
@@ -36,7 +36,7 @@ public:
     /// @param positions must outlive the object
     Subsets(Positions const& positions, Direction direction);
 
-    /// The number of a set, which is new or known.
+    /// The number of a set, which is added if it is new.
     Number add(Set const& set);
 
     /// Adds all sets that can be reached.

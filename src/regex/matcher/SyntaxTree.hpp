@@ -7,21 +7,21 @@
 #include <vector>
 
 /// @file
-/// A pattern as a tree, as far as the matcher can serve it.
+/// A pattern as a tree, restricted to what the matcher handles.
 
 namespace ZEBNS2 {
 
 using ByteSet = std::bitset<256>;
 
-/// What takes one character.
+/// A part of a pattern that takes one character.
 struct Atom {
     ByteSet bytes;
     /// In UTF-8, whether it may take a character that is not ASCII; only libc knows which.
     bool beyondASCII = false;
 };
 
-/// A flat vector of nodes. A node is made after its children and named by its index; NOTHING is the
-/// empty text, an empty alternative and what is left of `a{0}`, as glibc's null tree is.
+/// A flat vector of nodes. A node is made after its children and identified by its index; NOTHING
+/// is the empty text, an empty alternative and the rest of `a{0}`, like glibc's null tree.
 class SyntaxTree {
 public:
     using Index = std::uint32_t;
@@ -41,7 +41,7 @@ public:
     struct Node {
         Kind kind;
         bool hasAnchor;       ///< it, or a node below it
-        std::uint32_t depth;  ///< calls that a walk needs which loops along `first`
+        std::uint32_t depth;  ///< recursion depth of a walk that loops along `first`
         Index first;          ///< of an atom, its index among the atoms; of a group, what is in it
         Index second;         ///< of a group, its number from 1
         int least;

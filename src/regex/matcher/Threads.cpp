@@ -38,7 +38,7 @@ private:
         Positions::Index position;
         std::uint32_t start;
     };
-    /// In the order of their starts, as they are added.
+    /// Added, and so sorted, in the order of their starts.
     struct List {
         std::size_t count = 0;
         Thread threads[Positions::MAX_POSITIONS + 1];
@@ -53,13 +53,13 @@ private:
 
     void add(Thread thread) noexcept { next_->threads[next_->count++] = thread; }
 
-    /// Lets the threads of `now_` take the byte at an offset. @return false when libc must be asked
+    /// Lets the threads of `now_` take the byte at an offset. @return false when libc must search
     bool step(std::size_t at, bool atEnd) noexcept {
         std::uint32_t const round = ++round_;
         for (std::size_t i = 0; i < now_->count; ++i) {
             Thread const& thread = now_->threads[i];
             if (found_ && thread.start > span_.start) {
-                return true;  // so are all that follow
+                return true;  // and so are all that follow
             }
             auto const edgesEnd = positions_.edgesEnd(thread.position);
             for (auto e = positions_.edgesBegin(thread.position); e < edgesEnd; ++e) {

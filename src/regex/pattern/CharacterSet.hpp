@@ -9,7 +9,8 @@
 #include <string_view>
 
 /// @file
-/// Which characters a fragment of a pattern can take, as far as the model of libc's cost asks.
+/// The characters that a fragment of a pattern can take, as precisely as the model of libc's cost
+/// needs.
 
 namespace ZEBNS2 {
 
@@ -132,7 +133,7 @@ public:
 private:
     struct CharacterClass {
         char const* name;
-        CharacterSet::Others others;  ///< the kinds of characters beyond ASCII that it can hold
+        CharacterSet::Others others;  ///< the kinds of characters beyond ASCII that it can contain
     };
     static constexpr CharacterClass CLASSES[] = {
         {"alnum", CharacterSet::WORDS},      {"alpha", CharacterSet::WORDS},
