@@ -21,7 +21,7 @@ int main() {
         std::cout << '<' << argument << ">\n";
     }
 
-    // What stands between two quotes, and where.
+    // The text between two quotes, and its place.
     unsigned int end = 0;
     String const first = ZEBNS2::find_first_quoted_string(typed, end, /*start=*/0);
     std::cout << first << " ends at byte " << end << '\n';

@@ -13,7 +13,7 @@ using zeb::foundation::LogMessage;
 
 namespace {
 
-/// Stands for the program's own log, which has lines of a form of its own.
+/// In place of the program's own log, whose lines have their own form.
 void writeToProgramLog(std::string_view source, std::string_view text) {
     std::cout << "myprogram [" << source << "] " << text << '\n';
 }

@@ -9,11 +9,11 @@
 #include <string_view>
 #include <utility>
 
-/// What holds for every input, one function per grammar. The same functions are fuzzed by libFuzzer
-/// and run over the corpus by the ordinary tests.
+/// Properties that are true for every input, one function per grammar. The same functions are
+/// fuzzed by libFuzzer and run over the corpus by the ordinary tests.
 namespace zeb::fuzz {
 
-/// Thrown when a property does not hold.
+/// Thrown when a property is violated.
 struct Broken : std::logic_error {
     using std::logic_error::logic_error;
 };
@@ -24,7 +24,7 @@ inline void require(bool holds, char const* property) {
     }
 }
 
-/// The text before the first newline and the text behind it; without a newline all of it and
+/// The text before the first newline and the text after it; without a newline all of it and
 /// nothing.
 inline std::pair<std::string_view, std::string_view> cutLine(std::string_view text) {
     std::size_t const end = text.find('\n');

@@ -8,8 +8,7 @@
 
 namespace {
 
-/// Whether `text` begins with the form: 9 stands for a digit, a for a letter, others for
-/// themselves.
+/// Whether `text` begins with the form: 9 means a digit, a means a letter, others for themselves.
 bool hasForm(std::string_view text, std::string_view form) {
     if (text.size() < form.size()) {
         return false;
@@ -55,7 +54,7 @@ std::string_view expectedDate(std::string_view text) {
 constexpr int NONE = -1;
 constexpr int UNKNOWN = -2;
 
-/// The power of two at the first prefix with "byte" or "b" behind it, or NONE. A long prefix with a
+/// The power of two at the first prefix followed by "byte" or "b", or NONE. A long prefix with a
 /// mere "b" is found, but is no unit.
 int powerBehind(std::string_view text, std::initializer_list<std::string_view> prefixes) {
     for (std::size_t i = 0; i < text.size(); ++i) {

@@ -1,4 +1,4 @@
-// The separator, the name up to the newline, and behind it the block.
+// The separator, the name up to the newline, then the block.
 
 #include <OrventoTextOperations.hpp>
 

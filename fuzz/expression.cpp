@@ -1,4 +1,4 @@
-// The settings' byte and the pattern up to the newline, and behind it the subject.
+// The settings' byte and the pattern up to the newline, then the subject.
 
 #include <OrventoCommonRegex.hpp>
 

@@ -1,4 +1,4 @@
-// The query up to the newline, and behind it the document.
+// The query up to the newline, then the document.
 
 #include <OrventoXMLOperations.hpp>
 #include <zeb/foundation/Exception.hpp>

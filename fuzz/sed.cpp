@@ -1,4 +1,4 @@
-// The settings' byte and the command up to the newline, and behind it the text.
+// The settings' byte and the command up to the newline, then the text.
 
 #include <OrventoCommonRegex.hpp>
 
@@ -130,7 +130,7 @@ std::string substituted(std::string const& line, Command const& command, Oracle 
             return result + rest;
         }
         if (position + groups[0].second == lastEnd) {
-            // Empty, and directly behind the match before.
+            // Empty, and directly after the previous match.
             if (rest.empty()) {
                 return result;
             }

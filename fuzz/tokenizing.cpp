@@ -1,4 +1,4 @@
-// The delimiters up to the newline, and behind it the text.
+// The delimiters up to the newline, then the text.
 
 #include <OrventoTextOperations.hpp>
 

@@ -144,7 +144,7 @@ private:
         return at_++ < text_.size();
     }
 
-    /// Behind the ampersand.
+    /// After the ampersand.
     bool reference() {
         if (!skip("#")) {
             std::string_view const entity = name();
@@ -185,7 +185,7 @@ private:
     bool hasRoot_ = false;
 };
 
-/// Whether the model knows all that the text may hold.
+/// Whether the model covers everything in the text.
 bool isModelled(std::string_view text) {
     return text.find("<!D") == std::string_view::npos && text.substr(0, 5) != "<?xml" &&
            std::all_of(text.begin(), text.end(), [](char byte) {

@@ -55,7 +55,7 @@ constexpr std::string_view XML =
     "<config><disk id='1' type=\"raw\">&e;<![CDATA[<raw>]]></disk>"
     "<disk id='2'><partition label='p'>text</partition></disk></config>";
 constexpr std::string_view FILE_TEXT = "key=value\nother=3\n\nlast=line";
-/// U+FEFF, a high surrogate with a letter behind it, a pair, a lone low surrogate, a letter.
+/// U+FEFF, a high surrogate followed by a letter, a pair, a lone low surrogate, a letter.
 constexpr std::string_view UTF16_BYTES =
     "\xFF\xFE\x00\xD8\x42\x00\x3D\xD8\x00\xDE\x00\xDC\x41\x00"sv;
 constexpr std::string_view UTF8_BYTES = "\xEF\xBF\xBD\xF0\x9F\x98\x80\xEF\xBF\xBD\x41";
@@ -121,7 +121,7 @@ PublicCall use(char const* function, Body* body) { return {function, false, body
 /// The same, of a function that searches with an expression.
 PublicCall searchingUse(char const* function, Body* body) { return {function, true, body}; }
 
-// Virtual functions are called by their full name, so that the object file tells which they are.
+// Virtual functions are called by their full name, so that the object file shows which they are.
 
 /// What every exception class has: making, telling its type, cloning (null without memory) and
 /// throwing anew.
@@ -396,7 +396,7 @@ std::vector<PublicCall> const EXPRESSION_CALLS = {
         [](Attempt& attempt, Inputs const&) {
             RegularExpression expression("old", 0);
             expectCompiled(attempt, [&] { expression.replace(SOUND_PATTERN, 0); });
-            // Replaced or not, it holds the new pattern, or nothing to match with.
+            // Replaced or not, it has the new pattern, or nothing to match with.
             EXPECT_FALSE(expression.matches("neither") || expression.matches("another"));
             expression.replace("new", 0);
             EXPECT_TRUE(expression.matches("a new one"));

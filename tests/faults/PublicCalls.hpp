@@ -10,8 +10,8 @@
 #include "TemporaryDirectory.hpp"
 
 /// @file
-/// One use, at least, of each public function: what tests of faults, and of what calls leave behind
-/// in their process, have in common.
+/// At least one use of each public function: what tests of faults, and of what calls leave in their
+/// process, have in common.
 
 namespace zeb::test {
 

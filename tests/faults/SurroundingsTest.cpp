@@ -231,7 +231,7 @@ TEST(Surroundings, ARedirectionSeesWhatIsWritten) {
 }
 
 /// The signatures of the symbols of one kind that nm sees.
-/// @param kind the letter by which nm tells it
+/// @param kind the letter that nm prints for it
 std::set<std::string> signatures(std::vector<std::string> const& command, char kind) {
     zeb::test::ProcessResult const nm = zeb::test::runProcess(command);
     EXPECT_EQ(nm.status, 0) << nm;

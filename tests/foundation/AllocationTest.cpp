@@ -226,7 +226,7 @@ TEST(AllocationCount, OfAFileIsOneWhenItTellsItsSize) {
 // ---------------------------------------------------------------- exhausted memory
 
 /// Expects that `action` throws `refusals` times for want of memory, one allocation later each
-/// time, then succeeds, and leaves no memory behind.
+/// time, then succeeds, and leaks no memory.
 template <typename Action>
 void expectExhaustion(Action action, long refusals) {
     Exhaustion const result = exhaust(action);

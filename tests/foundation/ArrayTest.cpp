@@ -425,7 +425,7 @@ TEST(ArrayAppend, PlainElementsSurviveTheGrowth) {
 }
 
 TEST_F(ArrayElements, AreUnchangedWhenAppendThrows) {
-    // Full or not, shared or not: whatever is copied, each of its copies may fail.
+    // Full or not, shared or not: each copy may fail.
     for (int const size : {0, 1, 3, 4, 5}) {
         for (bool const shared : {false, true}) {
             int failures = 0;

@@ -1,4 +1,4 @@
-// A clock of our own stands in for the system's: it is what every library of the program asks.
+// A clock of our own replaces the system's: every library of the program calls it.
 
 #include <zeb/foundation/DateTime.hpp>
 

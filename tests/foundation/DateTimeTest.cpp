@@ -34,7 +34,7 @@ TEST(DateTime, KeepsSecondsAndMicroseconds) {
         {0, 4294967295U, 4294, 967295},  //
         {-1, 500000, -1, 500000},        // half a second before 1970
         {-1, 1000000, 0, 0},             //
-        {1LL << 40, 0, 1LL << 40, 0},    // far behind 2038
+        {1LL << 40, 0, 1LL << 40, 0},    // far beyond 2038
         {std::numeric_limits<std::int64_t>::min(), 1, std::numeric_limits<std::int64_t>::min(), 1},
         {std::numeric_limits<std::int64_t>::max(), 1000001,
          std::numeric_limits<std::int64_t>::max(), 1},  // no overflow

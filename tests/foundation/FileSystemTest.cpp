@@ -110,7 +110,7 @@ TEST_F(FileInformationOf, ABlockDevice) {
 }
 
 TEST_F(FileInformationOf, AFileOfNoCommonKind) {
-    // The kernel's file of an event counter tells no kind.
+    // The kernel's file of an event counter has no kind.
     int const descriptor = ::eventfd(0, EFD_CLOEXEC);
     ASSERT_GE(descriptor, 0);
     String const path = "/proc/self/fd/" + String(std::to_string(descriptor));

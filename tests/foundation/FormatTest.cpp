@@ -37,7 +37,7 @@ TEST(FormatPlaceholders, Table) {
         {"plain", "plain"},
         {"%1", "a"},
         {"%2%1", "ba"},              // any order
-        {"%1%1-%1", "aa-a"},         // as often as it stands there
+        {"%1%1-%1", "aa-a"},         // as often as it occurs
         {"<%1> <%2>", "<a> <b>"},    //
         {"%%", "%"},                 // a percent sign
         {"%%%%", "%%"},              //

@@ -18,7 +18,7 @@ using zeb::foundation::IntrusiveCounted;
 using zeb::foundation::IntrusiveReference;
 using zeb::test::LogCapture;
 
-/// Tells when it is destroyed.
+/// Reports when it is destroyed.
 class Object : public IntrusiveCounted {
 public:
     explicit Object(int* count) : destroyed(count) {}

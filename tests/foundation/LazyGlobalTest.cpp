@@ -78,7 +78,7 @@ public:
     }
     LazyGlobalType* operator->() { return global_; }
 
-    /// Destroys the global and tells whether its bytes are what they were at the start.
+    /// Destroys the global and reports whether its bytes are what they were at the start.
     bool isAsAtStartWhenDestroyed() {
         global_->~LazyGlobalType();
         unsigned char const* bytes = bytes_;

@@ -49,7 +49,7 @@ TEST(MemoryBlock, BeyondTheLargestDifferenceIsRefused) {
     detail::freeBlock(block);
 }
 
-// From 8 MiB on a block is asked for in huge pages: nobody may see that but in time.
+// From 8 MiB on a block requests huge pages, which may change only the time.
 TEST(MemoryBlock, KeepsItsBytesOnTheWayToLargePagesAndBack) {
     constexpr std::size_t MIB = std::size_t{1} << 20;
     constexpr std::size_t SIZES[] = {1,           MIB,          8 * MIB - 65, 8 * MIB - 64,
@@ -73,8 +73,8 @@ TEST(MemoryBlock, KeepsItsBytesOnTheWayToLargePagesAndBack) {
     detail::freeBlock(block);
 }
 
-/// Kilobytes of the mapping that holds `block`, by a line of /proc/self/smaps; `flags` gets those
-/// of the mapping.
+/// Kilobytes of the mapping that contains `block`, by a line of /proc/self/smaps; `flags` gets
+/// those of the mapping.
 std::size_t mappingLine(void const* block, std::string const& name, std::string& flags) {
     std::ifstream maps("/proc/self/smaps");
     std::size_t kilobytes = 0;

@@ -31,7 +31,7 @@ using namespace std::string_view_literals;
 
 // ------------------------------------------------------------------------------------- Strings
 
-// A number is no text, in whatever way it comes.
+// A number is not text, in any form.
 template <typename T>
 constexpr bool MAKES_STRING = std::is_constructible_v<String, T>;
 static_assert(!MAKES_STRING<int> && !MAKES_STRING<long> && !MAKES_STRING<double> &&

@@ -274,7 +274,7 @@ TYPED_TEST(StringInteger, Base16TakesAPrefix) {
     EXPECT_EQ(convert<TypeParam>("0", 16), 0);
     EXPECT_EQ(convert<TypeParam>("0x0", 16), 0);
     EXPECT_EQ(convert<TypeParam>("0x0007f", 16), 127);
-    // A prefix without digits, twice, in the wrong place, with a sign behind it.
+    // A prefix without digits, twice, in the wrong place, followed by a sign.
     for (char const* const text :
          {"0x", "0X", "+0x", "x1", "0x0x1", "00x1", "0x+1", "0x-1", "0xg", "0x 1"}) {
         expectRefused<TypeParam>(text, "not a number", 16);

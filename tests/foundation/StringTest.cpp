@@ -34,7 +34,7 @@ static_assert(std::is_nothrow_destructible_v<String>);
 static_assert(std::is_nothrow_swappable_v<String>);
 static_assert(sizeof(String) == sizeof(void*), "a string is one pointer to what it shares");
 
-/// Expects that `text` holds exactly `bytes`, and a NUL behind them.
+/// Expects that `text` contains exactly `bytes`, followed by a NUL.
 void expectBytes(String const& text, std::string_view bytes) {
     EXPECT_EQ(std::string_view(text), bytes);
     EXPECT_EQ(text.length(), bytes.size());
@@ -242,7 +242,7 @@ TEST(StringLastIndexOf, Text) {
     constexpr SearchRow ROWS[] = {
         {"abcabc", "bc", npos, 4},
         {"abcabc", "bc", 4, 4},     // starts just there
-        {"abcabc", "bc", 3, 1},     // the last one starts behind
+        {"abcabc", "bc", 3, 1},     // the last one starts later
         {"abcabc", "bc", 0, npos},  //
         {"abcabc", "abcabcd", npos, npos},
         {"abcabc", "abcabc", npos, 0},
@@ -480,7 +480,7 @@ TEST(StringAppend, ReturnsTheStringItself) {
 }
 
 TEST(StringAppend, TakesAnyPartOfItself) {
-    // Every part, at every fill of the memory behind the text, shared with a copy or not.
+    // Every part, for every fill of the memory after the text, shared with a copy or not.
     for (std::size_t grown = 0; grown < 8; ++grown) {
         for (std::size_t start = 0; start <= 4 + grown; ++start) {
             for (std::size_t end = start; end <= 4 + grown; ++end) {

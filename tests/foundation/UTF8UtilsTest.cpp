@@ -18,7 +18,7 @@ std::string encode(unsigned int codePoint) {
 }
 
 /// The encoding made the other way round: as many six-bit groups from the end as it takes until the
-/// rest fits behind the first byte's mark of the length.
+/// rest fits after the first byte's mark of the length.
 std::string encodedBySixBitGroups(unsigned int codePoint) {
     if (codePoint < 128) {
         return {static_cast<char>(codePoint)};

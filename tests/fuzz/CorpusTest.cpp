@@ -1,4 +1,4 @@
-// The fuzzers' properties hold for every input of their corpora, under any compiler.
+// The fuzzers' properties are true for every input of their corpora, under any compiler.
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ namespace {
 struct Target {
     char const* name;
     void (*property)(std::string_view);
-    /// The name alone stands in the names of tests: addresses would differ from build to build.
+    /// Names of tests contain only the name: addresses would differ from build to build.
     friend std::ostream& operator<<(std::ostream& stream, Target const& target) {
         return stream << target.name;
     }

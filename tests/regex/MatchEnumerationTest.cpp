@@ -68,7 +68,7 @@ TEST(AllUniqueMatches, ListsSuccessiveMatches) {
 
 TEST(AllUniqueMatches, CaretNeverMatches) {
     EXPECT_THAT(RegularExpression("^a", 0).all_unique_matches("aaa"), IsEmpty());
-    // Behind a newline it does, when newlines count.
+    // After a newline it does, when newlines count.
     EXPECT_THAT(RegularExpression("^a", RegularExpression::NO_NEWLINE).all_unique_matches("a\na"),
                 ElementsAre(Pair(2, 3)));
 }

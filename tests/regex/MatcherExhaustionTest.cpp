@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Blocks that libc has left behind.
+/// Blocks that libc has leaked.
 long leakedByLibc = 0;
 /// Blocks before the expression was compiled that is in use.
 long beforeCompilation = 0;

@@ -147,7 +147,7 @@ TEST(Wild2re, ConvertsWildcardsDigitsAndEscapes) {
         {"a\\", "^a\\\\$"},        // a backslash at the end is literal
         {"\\\\", "^\\\\$"},        // a pair of them stays a pair
         {"\\\\\\", "^\\\\\\\\$"},  // a pair, then one at the end
-        {"\\n", "^\\n$"},          // any byte behind a backslash is taken along
+        {"\\n", "^\\n$"},          // any byte after a backslash is copied
         {"a,b", "^a,b$"},          // the comma is no operator here
         {"a.b[c]", "^a\\.b\\[c\\]$"},
     };

@@ -9,7 +9,7 @@
 namespace zeb::test {
 
 /// Writes what PatternReader reads: "a|b*" is `alt{lit{a}rep0,{lit{b}}}`, nothing is `{}`. Parts of
-/// a sequence follow one another; a repeat tells its bounds.
+/// a sequence follow one another; a repeat shows its bounds.
 class PatternDump : public ZEBNS2::PatternBuilder {
 public:
     using Fragment = std::string;

@@ -282,7 +282,7 @@ TEST(RegularExpression, SelfAssignmentChangesNothing) {
     expression = self;
     EXPECT_TRUE(expression.matches("a"));
 
-    // It does not even compile again: one that holds nothing goes on holding nothing.
+    // It does not even compile again: an object without an expression stays without one.
     RegularExpression none(nullptr, 0);
     RegularExpression const& sameNone = none;
     none = sameNone;

@@ -188,7 +188,7 @@ std::vector<OffsetPair> plainMatches(regex_t const& compiled, std::string const&
 
 class RequiredLiteralIn : public testing::TestWithParam<char const*> {};
 
-/// The pieces are put together blindly, so that operators stand where nobody would write them.
+/// The pieces are joined blindly, so that operators occur in unusual places.
 TEST_P(RequiredLiteralIn, LocaleChangesNoMatch) {
     constexpr std::string_view PIECES[] = {
         "a",     "b",    "ab",       "c",        "aa",   ".",    "*",    "+", "?",           "{2}",

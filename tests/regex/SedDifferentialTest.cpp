@@ -1,4 +1,4 @@
-// Sed commands against GNU sed, which stands on the same C library, and against a model that asks
+// Sed commands against GNU sed, which uses the same C library, and against a model that asks
 // regexec about each line.
 //
 // Left out before GNU sed is what legitimately differs: `^` and word boundaries in a global
@@ -270,7 +270,7 @@ std::string substituted(std::string const& line, Oracle const& oracle, std::stri
         }
         auto const [start, end] = groups[0];
         if (behindMatch && end == 0) {
-            // Empty, and directly behind the one before.
+            // Empty, and directly after the previous one.
             if (rest.empty()) {
                 return edited;
             }
@@ -375,7 +375,7 @@ std::optional<std::string> printedByGnuSed(char const* locale, std::vector<Comma
     return result.status == 0 ? std::optional(std::move(result.out)) : std::nullopt;
 }
 
-/// What GNU sed makes of the text, where a newline stands between lines and not behind each.
+/// GNU sed's result, with newlines between lines and not after each.
 /// @param finalNewline whether the last line ends in one for sed, too; only a line that is neither
 ///   empty nor deleted can do without
 std::optional<std::string> editedByGnuSed(char const* locale, std::vector<Command> const& commands,

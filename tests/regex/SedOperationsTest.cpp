@@ -230,7 +230,7 @@ TEST(DoSedSearch, EmptyMatchBehindAMatchIsNotReplaced) {
     constexpr Row ROWS[] = {
         {"abc", "b*", "XaXcX"},         //
         {"abc", "x*", "XaXbXcX"},       //
-        {"abb", "b*", "XaX"},           // the end behind a match is such a place, too
+        {"abb", "b*", "XaX"},           // the end after a match is such a place, too
         {"b", "b*", "X"},               //
         {"abc", "^", "XaXbXcX"},        // each rest starts afresh
         {"abc", "$", "abcX"},           //
@@ -304,7 +304,7 @@ TEST(DoSedSearch, LineIsSearchedUpToItsNulAndKeptWhole) {
 
 // ---------------------------------------------------------------------------- logging
 
-/// Uses every function that logs in this unit, beside those for files.
+/// Uses every function that logs in this unit, except those for files.
 void useAll() {
     static_cast<void>(realSed("aa\nb", "s/(a)/\\1x/g", 0));
     static_cast<void>(realSed("aa\nb", "s/a/x/gg", 0));

@@ -152,7 +152,7 @@ TEST(ParseSedSearch, TakesCommandsApart) {
         {"s/a/\\%", SED_SEARCH, "a", "\\%"},          //
         {"s%a%b%", SED_SEARCH, "a", "b"},             // the delimiter comes before the percent sign
         {"s\\a\\b\\g", SED_GLOBAL_SEARCH, "a", "b"},  // and before the escape
-        {"s1a1\\12", SED_SEARCH, "a", "%12"},         // but not behind one
+        {"s1a1\\12", SED_SEARCH, "a", "%12"},         // but not after one
         {"s/a\nb/c\nd/", SED_SEARCH, "a\nb", "c\nd"},
         {"s/a\0b/c\0d/"sv, SED_SEARCH, "a\0b"sv, "c\0d"sv},
     };
@@ -258,7 +258,7 @@ TEST(ParseSedSearch, GarbageBehindTheFlagIsIgnoredWithAMessage) {
 }
 
 TEST(ParseSedSearch, MayEndAnywhere) {
-    // Of a command that holds all that a command can hold, every beginning.
+    // Every beginning of a command that contains everything that a command can.
     std::string_view const whole = "s/a[b]\\/c%\\1\\\\d\\t/gx";
     ASSERT_EQ(whole.size(), 20u);
     for (std::size_t length = 0; length <= whole.size(); ++length) {

@@ -170,7 +170,7 @@ TEST(RealSed, ADeleteCommandEndsAtItsNul) {
 }
 
 TEST(RealSed, ALiteralReplacementFindsTheMatchesThatOneWithGroupsFinds) {
-    // The C library finds a match of these while nobody asks for groups.
+    // The C library finds a match of these as long as it is not asked for groups.
     EXPECT_TRUE(RegularExpression("(^a)+", 0).all_matches("aa").empty());
     EXPECT_EQ(realSed("aa", "s/(^a)+/X/", 0), "aa");
     EXPECT_EQ(realSed("aa", "s/(^a)+/\\0/", 0), "aa");

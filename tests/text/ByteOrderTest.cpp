@@ -77,7 +77,7 @@ TEST(AutodetectByteOrder, DecidesByMarkAndContent) {
         {"\0a\0bc\0\0de\0k"sv, BOM_UTF16_BE},       // 3 to 2
         {"a\0\0bcdefghij"sv, BOM_UNKNOWN},          // 1 to 1
         {"\0\0\0\0\0\0\0\0\0\0\0"sv, BOM_UNKNOWN},  // 5 to 5
-        {"abcdefghij\0\0\0\0"sv, BOM_UNKNOWN},      // behind the first ten nothing counts
+        {"abcdefghij\0\0\0\0"sv, BOM_UNKNOWN},      // after the first ten nothing counts
         {"abcdefghi\0k"sv, BOM_UTF16_LE},
         {"abcdefgh\0jk"sv, BOM_UTF16_BE},
         {" \xFF\xFE\0a\0b\0c\0d\0e"sv, BOM_UTF16_LE},  // a mark further on is none

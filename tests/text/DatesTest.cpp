@@ -127,7 +127,7 @@ private:
     std::optional<std::string> old_;
 };
 
-/// The seconds since 1970 that a datetime in UTC stands for.
+/// The seconds since 1970 of a datetime in UTC.
 std::optional<std::int64_t> secondsOf(std::string const& datetime) {
     std::tm time{};
     int microseconds = 0;

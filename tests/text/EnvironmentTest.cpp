@@ -18,7 +18,7 @@ using ZEBNS2::String;
 
 std::vector<char> bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
 
-/// What `extractEnv` makes of an `out` that holds "old", in both forms.
+/// The result of `extractEnv` for an `out` that contains "old", in both forms.
 std::string valueOf(std::string_view environment, char const* name, char separator) {
     std::vector<char> out = bytesOf("old");
     extractEnv(bytesOf(environment), name, out, separator);
@@ -42,7 +42,7 @@ TEST(ExtractEnv, FindsTheValue) {
         {"A=1=2\0"sv, "A", '=', "1=2"},
         {"A:1\0B:2\0"sv, "B", ':', "2"},
         {"A=\0B=2\0"sv, "A", '=', ""},  // an empty value
-        {"A="sv, "A", '=', "old"},      // nothing behind the separator
+        {"A="sv, "A", '=', "old"},      // nothing after the separator
         {"A=1\0"sv, "B", '=', "old"},
         {"A=1\0"sv, "a", '=', "old"},
         {"A"sv, "A", '=', "old"},
@@ -52,7 +52,7 @@ TEST(ExtractEnv, FindsTheValue) {
         {"X=PATH=/x\0PATH=/p\0"sv, "PATH", '=', "/x"},   // not even to a name
         {"XPATH=\0PATH=/p\0"sv, "PATH", '=', ""},
         {"A=1\0A=2\0"sv, "A", '=', "1"},   // the first one wins
-        {"A=B=1\0"sv, "A=B", '=', "B=1"},  // a name that holds the separator
+        {"A=B=1\0"sv, "A=B", '=', "B=1"},  // a name that contains the separator
         {"A=1\0"sv, "", '=', "1"},         // an empty name
         {"A=1\0"sv, nullptr, '=', "1"},
         {"A\0001\0"sv, "A", '\0', "1"},  // a NUL separates

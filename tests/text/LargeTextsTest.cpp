@@ -1,4 +1,4 @@
-// Texts whose offsets no 32-bit integer holds.
+// Texts whose offsets exceed 32 bits.
 
 #include <OrventoTextOperations.hpp>
 

@@ -56,7 +56,7 @@ TEST(GetUnitSize, FindsTheWordOfTheUnit) {
         {"gigabyteS", power(30)},
         {"kb\0"sv, 1024},
         {"K\0"sv, 0},   // compared whole, with the NUL
-        {"\0kb"sv, 0},  // the expressions see nothing behind a NUL
+        {"\0kb"sv, 0},  // the expressions see nothing after a NUL
     };
     for (Row const& row : ROWS) {
         SCOPED_TRACE(row.unit);

@@ -40,7 +40,7 @@ std::string debug3(std::string const& text) {
     return "DEBUG3 zeb.common.TextOperations: Copy Stream: " + text;
 }
 
-/// Bytes that tell where they come from.
+/// Bytes that show where they come from.
 std::string content(std::size_t size) {
     std::string bytes(size, '\0');
     for (std::size_t i = 0; i < size; ++i) {

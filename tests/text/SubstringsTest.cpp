@@ -112,7 +112,7 @@ TEST(Substrings, SeparatorWithANulIsSearchedWholeExceptBySubstringBefore) {
     String const separator("-\0"sv);
     EXPECT_EQ(substringAfter(text, separator), "c-\0d"sv);
     EXPECT_EQ(substringAfterLast(text, separator), "d");
-    EXPECT_EQ(substringBefore(text, separator), "a");  // cuts at what stands before the NUL
+    EXPECT_EQ(substringBefore(text, separator), "a");  // cuts at the part before the NUL
     EXPECT_EQ(substringBefore(text, String("\0-"sv)), "");
 }
 

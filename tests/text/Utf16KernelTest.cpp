@@ -1,4 +1,4 @@
-// Every kernel of the conversion to UTF-8 beside the plain way, which the other tests compare with
+// Every kernel of the conversion to UTF-8 against the plain way, which the other tests compare with
 // models of their own.
 
 #include "text/Utf16Kernel.hpp"

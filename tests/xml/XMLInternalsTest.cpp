@@ -73,7 +73,7 @@ TEST(XMLQuery, IsParsedIntoSteps) {
         {"disk[]", {"Name=disk"}},
         {"disk[,]", {"Name=disk"}},
         {"disk[ = ]", {"Name=disk"}},
-        {"[ = ]", {"Name= = "}},  // the first piece is the name, whatever it is
+        {"[ = ]", {"Name= = "}},  // the first piece is always the name
         {"disk[a==b]", {"Name=disk[a=b]"}},
         {"Disk[ID=5]", {"Name=Disk[ID=5]"}},
         {"disk[id=\"1=2\"]", {"Name=disk[id=1=2]"}},

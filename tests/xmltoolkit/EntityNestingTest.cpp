@@ -43,7 +43,7 @@ struct Chain {
 
 using MakeChain = std::function<Chain(std::size_t links)>;
 
-/// General entities, each of which refers to the one declared before, or behind when `forward`.
+/// General entities, each of which refers to the one declared before, or after when `forward`.
 std::string general(std::size_t links, bool forward, std::string const& before,
                     std::string const& behind) {
     std::string text = "<!DOCTYPE a [";
@@ -209,12 +209,12 @@ TEST(EntityNesting, WhatIsNeverFollowedDoesNotCount) {
              "]><a>&e100;</a>",                          // the lower part of it
              "]><a><!-- &e150; --><?p &e150;?></a>",     // in what is not read
              "]><a><![CDATA[&e150;]]>&#38;e150;</a>",    //
-             "<!ENTITY f '&e150;'>]><a/>",               // in an entity that nobody refers to
+             "<!ENTITY f '&e150;'>]><a/>",               // in an unused entity
              "<!ENTITY f '<!--&e150;-->'>]><a>&f;</a>",  // in what is not read of an entity
              "<!ENTITY f '<?p &e150;?>'>]><a>&f;</a>",
              "<!ENTITY f '<![CDATA[&e150;]]>'>]><a>&f;</a>",
              "<!ENTITY f '&#38;#38;e150;'>]><a>&f;</a>",
-             "<!ENTITY f 'v'><!ENTITY f '&e150;'>]><a>&f;</a>",       // the first one holds
+             "<!ENTITY f 'v'><!ENTITY f '&e150;'>]><a>&f;</a>",       // the first one counts
              "<!ENTITY lt '&e150;'>]><a>&lt;</a>",                    // a character, anyhow
              "<!ENTITY % p '<!-- &e150; --><?p &e150;?>'>%p;]><a/>",  //
              "<!ENTITY % p '<!ENTITY f \"&e150;\">'>%p;]><a/>",       // a value is no default
@@ -300,15 +300,15 @@ TEST(EntityNesting, TheReadingEndsWhereLibexpatRefuses) {
 
 TEST(EntityNesting, DeclarationsThatHaveNoEffectDoNotCount) {
     std::string const chain = general(150, false, "", "").substr(13);
-    // Behind an external parameter entity nothing takes effect, and what nobody knows is nothing.
+    // After an external parameter entity nothing takes effect, and an unknown entity is nothing.
     std::string const text =
         "<!DOCTYPE a [<!ENTITY % x SYSTEM 's'>%x;" + chain + "]><a>[&e150;]</a>";
     EXPECT_EQ(findDeepReference(text, 100, false, 1 << 23), NPOS);
     EXPECT_EQ(parse(text).getText(), "[]");
     std::string const standalone = "<?xml version='1.0' standalone='yes'?>" + text;
     EXPECT_EQ(rejection(standalone), tooDeep({standalone, standalone.rfind("&e150;")}));
-    // Behind an undeclared one neither; but libexpat's releases differ in whether the rest of the
-    // text that holds the reference takes part, so it does.
+    // Nor after an undeclared one; but libexpat's releases differ in whether the rest of the text
+    // with the reference counts, so it does.
     std::string const inValue = "<!DOCTYPE a [" + chain +
                                 "<!ENTITY % q '&#37;u;&e150;'>"
                                 "<!ENTITY % p '<!ENTITY f \"[&#37;q;]\"><!ENTITY g \"&e150;\">'>"

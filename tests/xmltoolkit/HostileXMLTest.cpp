@@ -117,7 +117,7 @@ TEST(HostileXML, EntitiesThatHoldElementsAreLimitedToo) {
 }
 
 TEST(HostileXML, DefaultAttributesCannotBlowUpTheTree) {
-    // libexpat hands one stored value out for each element; the tree would hold 100 GB.
+    // libexpat passes one stored value for each element; the tree would take 100 GB.
     std::string const oneLong = "<!DOCTYPE a [<!ATTLIST b x CDATA '" + std::string(1'000'000, 'x') +
                                 "'>]><a>" + repeat("<b/>", 100'000) + "</a>";
     EXPECT_TRUE(endsWith(rejection(oneLong),

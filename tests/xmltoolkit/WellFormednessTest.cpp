@@ -494,7 +494,7 @@ TEST(WellFormedness, AcceptsWhatLooksOdd) {
         "<!DOCTYPE a><b/>",
         "<p:a xmlns:p=''/>",       // namespaces are not looked at
         "<!DOCTYPE a [%p;]><a/>",  // an undeclared parameter entity makes it invalid only
-        "<!DOCTYPE a SYSTEM 's'><a>&e;</a>",  // it may be declared where nobody reads
+        "<!DOCTYPE a SYSTEM 's'><a>&e;</a>",  // it may be declared where nothing is read
         "<!DOCTYPE a [<!ENTITY % p SYSTEM 's'> %p; <!ENTITY e 'v'>]><a>&e;</a>"};
     for (std::string_view const xml : ACCEPTED) {
         EXPECT_EQ(rejection(xml), "") << xml;

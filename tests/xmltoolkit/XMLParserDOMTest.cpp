@@ -178,7 +178,7 @@ TEST(XMLParserDOM, ReadsLatin1AndASCIIAsDeclared) {
               "line 1, column 45: not well-formed (invalid token)");
 }
 
-// U+00AA, U+00B5 and U+00BA are letters, but no name of XML 1.0 may hold them.
+// U+00AA, U+00B5 and U+00BA are letters, but no name of XML 1.0 may contain them.
 TEST(XMLParserDOM, RefusesTheSameNamesInEveryEncoding) {
     std::string const declaration = "<?xml version='1.0' encoding='ISO-8859-1'?>";
     std::string const reason = "not well-formed (invalid token)";

@@ -13,7 +13,7 @@ namespace zeb::xmltoolkit {
 
 namespace {
 
-/// All that a tree holds, or why the text was rejected.
+/// The contents of a tree, or why the text was rejected.
 std::string outcome(std::string_view xml, std::size_t pieceSize) {
     try {
         std::shared_ptr<XMLDocument const> const document = documentOf(xml, pieceSize);

@@ -149,7 +149,8 @@ void expectEqual(XMLNode const& node, Element const& expected) {
     EXPECT_EQ(node.getText(), text);
 }
 
-/// The content of `node` in order, with the children's content in brackets, as `toString` tells it.
+/// The content of `node` in order, with the children's content in brackets, as `toString` writes
+/// it.
 std::string order(Element const& tree) {
     std::string result;
     for (auto const& [index, piece] : tree.content) {

@@ -1,4 +1,4 @@
-// A program outside the tree that uses the common library and what it stands on.
+// A program outside the tree that uses the common library and its dependencies.
 #include <iostream>
 #include <zeb/common/JORLibraryException.hpp>
 

@@ -1,4 +1,4 @@
-// A program outside the tree that uses the XML toolkit and what it stands on.
+// A program outside the tree that uses the XML toolkit and its dependencies.
 #include <iostream>
 #include <zeb/xmltoolkit/XMLParserDOM.hpp>
 
