@@ -2,7 +2,7 @@
 
 #include <zeb/foundation/Logger.hpp>
 
-// Of CLI11 what is used; CLI/CLI.hpp takes twice as long to compile.
+// Only the needed parts of CLI11; CLI/CLI.hpp takes twice as long to compile.
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -19,8 +19,8 @@ using foundation::StreamAppender;
 
 namespace {
 
-/// Stores a value as it is: CLI11's own conversion to a string or number would change some, such as
-/// "010", which it reads as octal.
+/// Stores a value unchanged: CLI11's own conversion to a string or number would change some, such
+/// as "010", which it reads as octal.
 template <typename Value>
 CLI::callback_t store(Value& value) {
     return [&value](CLI::results_t const& results) {
@@ -60,8 +60,8 @@ void Arguments::word(char const* name, std::optional<std::string>& value, char c
     app_->add_option(name, store(value), description);
 }
 
-// CLI11 would take a word such as "[a,b]" of a list apart, so it gets this argument for its help
-// text only: with no word expected it leaves all of them over.
+// CLI11 would split a word such as "[a,b]" of a list, so it gets this argument for its help text
+// only: expecting no word, it leaves all of them over.
 void Arguments::rest(char const* name, Words& values, char const* description) {
     app_->add_option(name, CLI::callback_t(), description)->expected(0, -1);
     app_->allow_extras();
@@ -80,7 +80,7 @@ void Arguments::option(char const* name, char const* label, std::optional<std::s
 
 void Arguments::option(char const* name, char const* label, Words& values,
                        char const* description) {
-    // A value such as "[a,b]" is one.
+    // A value such as "[a,b]" is one value.
     app_->add_option(
             name,
             [&values](CLI::results_t const& results) {
@@ -176,7 +176,7 @@ void Arguments::parse(Words const& words) {
     } catch (CLI::CallForHelp const&) {
         throw HelpRequest(app_->help());
     } catch (CLI::ParseError const& error) {
-        refuseUnknownOptions();  // which is why a word may be missing
+        refuseUnknownOptions();  // which may be why a word is missing
         fail(error.what());
     }
     takeRest();
@@ -184,8 +184,8 @@ void Arguments::parse(Words const& words) {
     startTrace();
 }
 
-// CLI11 takes "--name=" for "--name" and would then swallow the next word as its value, as it would
-// where the value is left out.
+// CLI11 takes "--name=" for "--name" and would then take the next word as its value, as it would
+// when the value is left out.
 Words Arguments::withAllValues(Words const& words) const {
     Words result;
     bool options = true;
@@ -208,7 +208,7 @@ Words Arguments::withAllValues(Words const& words) const {
     return result;
 }
 
-// What CLI11 leaves over are words, unknown options and the mark "--".
+// CLI11 leaves over words, unknown options and the mark "--".
 void Arguments::refuseUnknownOptions() const {
     for (std::string const& word : app_->remaining()) {
         if (word == "--") {

@@ -16,12 +16,12 @@ class App;
 
 namespace zeb::cli {
 
-/// The user asked for help, which is the message.
+/// The user asked for help; the message is the help text.
 struct HelpRequest : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// What is to be known of an option by those who complete command lines.
+/// The properties of an option that completion of command lines needs.
 struct DescribedOption {
     std::vector<std::string> names;  ///< with their hyphens, short ones first
     std::string label;               ///< of the value, or the choices with "|" between them
@@ -30,12 +30,12 @@ struct DescribedOption {
     std::string description;
 };
 
-/// What the arguments of one subcommand mean.
+/// The arguments of one subcommand.
 ///
 /// Declare the arguments, each with the variable that it sets, then `parse`. Every subcommand has
 /// the options `--help`, `--color` and `--trace` as well. A name such as "-i,--ignore-case" gives
-/// an option a short form. All values arrive byte for byte as the
-/// shell passed them; a word that begins with '-' and is no option comes behind `--`.
+/// an option a short form. All values are byte for byte those that the shell passed; a word that
+/// begins with '-' and is no option goes after `--`.
 class Arguments {
 public:
     /// @param command as the user types it, such as "xml find"
@@ -44,20 +44,20 @@ public:
               std::string const& examples);
     ~Arguments();
 
-    /// A word that must be there; they are taken in the order of declaration.
+    /// A required word; words are taken in the order of declaration.
     void word(char const* name, std::string& value, char const* description);
-    /// A word that may be absent; no other is declared behind it but `rest`.
+    /// An optional word; only `rest` may be declared after it.
     void word(char const* name, std::optional<std::string>& value, char const* description);
-    /// All words behind those declared with `word`, if any.
+    /// All words after those declared with `word`, if any.
     void rest(char const* name, Words& values, char const* description);
     /// An option with a value, which the help text calls `label`.
     void option(char const* name, char const* label, std::string& value, char const* description);
-    /// The same for one that may be absent, which is not the same as empty.
+    /// The same for an optional one; absent is not the same as empty.
     void option(char const* name, char const* label, std::optional<std::string>& value,
                 char const* description);
     /// An option that may be given several times.
     void option(char const* name, char const* label, Words& values, char const* description);
-    /// An option whose value may be left out, which gives it `standard`; it stands behind a `=`.
+    /// An option whose value may be left out, which gives it `standard`; the value follows a `=`.
     void option(char const* name, char const* label, char const* standard,
                 std::optional<std::string>& value, char const* description);
     /// An option whose value is one of `choices`.
@@ -67,15 +67,15 @@ public:
     /// At most one of these options may be given.
     void exclusive(std::initializer_list<char const*> names);
 
-    /// Sets the variables, the colours and the trace that was asked for.
+    /// Sets the variables, the colours and the requested trace.
     /// @throws HelpRequest
-    /// @throws Failure when the words do not fit
+    /// @throws Failure when the words do not match the declarations
     void parse(Words const& words);
 
     /// Whether the library's messages are wanted.
     [[nodiscard]] bool traced() const { return !trace_.empty(); }
 
-    /// Has the library's messages of the level of `--trace`, if any, written to standard error.
+    /// Lets the library write its messages of the level of `--trace`, if any, to standard error.
     void startTrace() const;
 
     /// The options that a subcommand declares.
@@ -83,11 +83,11 @@ public:
     [[nodiscard]] static std::vector<DescribedOption> described(
         std::function<void()> const& command);
 
-    /// @throws Failure that says why and where the help is
+    /// @throws Failure that names the reason and the help
     [[noreturn]] void fail(std::string const& reason) const;
 
 private:
-    /// An option whose value may be left out, and the word that says so.
+    /// An option whose value may be left out, and the word that replaces it.
     struct Optional {
         std::string name;
         std::string standard;

@@ -11,7 +11,7 @@ namespace zeb::cli {
 
 namespace {
 
-/// What begins a line of the list of commands.
+/// The beginning of a line of the list of commands.
 std::string listed(Command const& command) {
     return "  " + std::string(ZEBNS2::leftText(command.name, /*width=*/16, ' ')) + command.summary +
            "\n";
@@ -21,7 +21,7 @@ bool isIn(std::string const& group, Command const& command) {
     return std::string_view(command.name).substr(0, group.size() + 1) == group + " ";
 }
 
-/// How many letters must be put in, left out, changed or swapped with the next one.
+/// The number of letters to insert, remove, change or swap with the next one.
 std::size_t typingErrors(std::string_view typed, std::string_view meant) {
     std::vector<std::vector<std::size_t>> errors(typed.size() + 1,
                                                  std::vector<std::size_t>(meant.size() + 1));

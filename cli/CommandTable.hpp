@@ -20,17 +20,17 @@ struct Command {
 [[nodiscard]] std::vector<Command> const& commands();
 
 /// Takes the name of a command from the front of `words`.
-/// @throws Failure that says what could be meant when there is no such command
+/// @throws Failure with a suggestion when there is no such command
 [[nodiscard]] Command const& takeCommand(Words& words);
 
-/// What --help prints.
+/// The text of --help.
 [[nodiscard]] std::string usage();
 
-/// What the name of a group alone prints; empty when there is no such group.
+/// The text for a group's name alone; empty when there is no such group.
 [[nodiscard]] std::string groupUsage(std::string const& group);
 
 /// @name Completion
-/// A script for the shell, made of all commands and their options.
+/// A script for the shell, generated from all commands and their options.
 /// @{
 [[nodiscard]] std::string bashCompletion(Output& out);
 [[nodiscard]] std::string zshCompletion(Output& out);

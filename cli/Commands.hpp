@@ -35,8 +35,7 @@ Status xmlCheck(Words const& words, Output& out);
 Status xmlFind(Words const& words, Output& out);
 /// @}
 
-/// UTF-8 of a text in UTF-16 that begins with the mark, as XML in UTF-16 has to; other texts as
-/// they are.
+/// A UTF-16 text with its mark, as XML in UTF-16 must have, in UTF-8; other texts unchanged.
 /// @throws std::exception when the UTF-16 is malformed
 [[nodiscard]] ZEBNS2::String utf8ByMark(ZEBNS2::String const& text);
 

@@ -13,7 +13,7 @@ namespace {
 
 using Described = std::vector<DescribedOption>;
 
-/// What every command has.
+/// The options of every command.
 bool isCommon(DescribedOption const& option) {
     return option.names.back() == "--help" || option.names.back() == "--color" ||
            option.names.back() == "--trace";
@@ -122,7 +122,7 @@ std::string quoted(std::string const& text) {
     return result + "'";
 }
 
-/// A text within an argument of zsh's _arguments, in which some bytes have a meaning.
+/// A text within an argument of zsh's _arguments, in which some bytes are special.
 std::string zshText(std::string const& text) {
     std::string result;
     for (char const byte : text) {

@@ -1,9 +1,3 @@
-// The difference of a text and its edited form. Edits keep the order of the lines, and most are of
-// two kinds, for which one pass finds the difference: as many lines as before, some of them
-// changed, or some lines deleted and the others unchanged. For the rest there is the greedy
-// algorithm of Myers (An O(ND) Difference Algorithm, 1986), up to a number of edits at which its
-// memory is 4 MB. The result is a list of steps through both texts, of which the hunks are made.
-
 #include "Difference.hpp"
 
 #include "Streams.hpp"
@@ -21,12 +15,12 @@ constexpr char PLACE_COLOR[] = "36";
 
 constexpr std::size_t CONTEXT = 3;
 
-/// Edits that the search for the smallest difference goes up to.
+/// Limit on the edits in the search for the smallest difference.
 constexpr int MAX_EDITS = 1000;
 
 using Lines = std::vector<std::string_view>;
 
-/// `first` lines go, then `second` lines come, then `equal` lines stay.
+/// Remove `first` lines, add `second` lines, keep `equal` lines.
 struct Step {
     std::size_t removed;
     std::size_t added;
@@ -65,7 +59,7 @@ private:
     std::vector<Step> steps_;
 };
 
-/// @return false, with nothing done, unless `after` is `before` without some of its lines
+/// @return false, without effect, unless `after` is `before` without some of its lines
 bool isPart(Lines const& before, Lines const& after) {
     std::size_t found = 0;
     for (std::string_view const line : before) {
@@ -179,7 +173,7 @@ std::string marked(char mark, std::string_view line, char const* color) {
 }
 
 std::string range(std::size_t start, std::size_t count) {
-    // Of no lines the one before them is named.
+    // For an empty range the line before it is named.
     return std::to_string(count > 0 ? start + 1 : start) +
            (count == 1 ? "" : "," + std::to_string(count));
 }

@@ -11,7 +11,7 @@ namespace {
 /// Columns of an excerpt on either side of its place.
 constexpr std::size_t SIDE_WIDTH = 36;
 
-/// Bytes that may take so many columns: four a character.
+/// The most bytes for so many columns: four a character.
 constexpr std::size_t SIDE_BYTES = 4 * SIDE_WIDTH;
 
 constexpr char CUT[] = "...";
@@ -29,8 +29,8 @@ std::size_t printableLength(std::string_view text) {
         return first >= 0x20 && first != 0x7F ? 1 : 0;
     }
     unsigned const second = byteAt(1);
-    // The first byte tells the length, and which second bytes make no overlong form, surrogate,
-    // character above U+10FFFF or control character.
+    // The first byte determines the length, and which second bytes would make an overlong form,
+    // surrogate, character above U+10FFFF or control character.
     std::size_t const length = first < 0xC2   ? 0
                                : first < 0xE0 ? 2
                                : first < 0xF0 ? 3
@@ -68,7 +68,7 @@ std::size_t widthOf(std::string_view text) {
            static_cast<std::size_t>(std::count_if(text.begin(), text.end(), isContinuation));
 }
 
-/// The last `width` columns of printable text, marked when it was cut here or is cut already.
+/// The last `width` columns of printable text, marked when it is cut here or was cut before.
 std::string tail(std::string text, std::size_t width, bool cut) {
     std::size_t excess = widthOf(text) > width ? widthOf(text) - width : 0;
     cut = cut || excess > 0;

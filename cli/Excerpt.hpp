@@ -6,7 +6,7 @@
 
 namespace zeb::cli {
 
-/// `text` with all that could upset a terminal or is no UTF-8 written as \n, \r, \t or \xNN.
+/// `text` with control characters and invalid UTF-8 written as \n, \r, \t or \xNN.
 [[nodiscard]] std::string printable(std::string_view text);
 
 /// Two lines that show a place: the printable text around it, and a caret below it.
@@ -15,10 +15,10 @@ namespace zeb::cli {
 ///   excerpt("a(b", 1, false) == "  a(b\n   ^\n"
 [[nodiscard]] std::string excerpt(std::string_view text, std::size_t offset, bool colored);
 
-/// As much of the printable text's beginning as an excerpt shows.
+/// The beginning of the printable text, as long as an excerpt.
 [[nodiscard]] std::string shortened(std::string_view text);
 
-/// One line with as much of the text's beginning, for a place that is not known.
+/// One line with that beginning, for an unknown place.
 [[nodiscard]] std::string beginning(std::string_view text);
 
 }  // namespace zeb::cli

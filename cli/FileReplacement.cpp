@@ -60,15 +60,15 @@ bool sameFile(struct stat const& a, struct stat const& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-/// Whether it is that file, and neither written nor changed in its attributes since.
+/// Whether it is that file, unchanged in contents and attributes since.
 bool untouched(struct stat const& before, struct stat const& now) {
     return sameFile(before, now) && before.st_size == now.st_size &&
            sameTime(before.st_mtim, now.st_mtim) && sameTime(before.st_ctim, now.st_ctim);
 }
 
-/// Whether another program has the file open for writing. The kernel gives a lease for reading only
-/// where none has; from then on it makes them wait until the file is closed here. The servers of
-/// network file systems refuse leases for reasons of their own.
+/// Whether another program has the file open for writing. The kernel grants a read lease only if
+/// none has; from then on it makes writers wait until the file is closed here. Network file systems
+/// may refuse leases for other reasons.
 bool isOpenForWriting(int descriptor) {
     constexpr long REMOTE[] = {NFS_SUPER_MAGIC, static_cast<long>(SMB_SUPER_MAGIC),
                                static_cast<long>(CIFS_SUPER_MAGIC),
@@ -82,7 +82,7 @@ bool isOpenForWriting(int descriptor) {
            std::end(REMOTE);
 }
 
-/// Makes sure that there is room for `length` bytes beyond `size`.
+/// Ensures that there is room for `length` bytes beyond `size`.
 /// @throws SystemFailure with the size unchanged
 void reserve(int descriptor, std::uint64_t size, std::uint64_t length) {
     int error = 0;
@@ -90,7 +90,7 @@ void reserve(int descriptor, std::uint64_t size, std::uint64_t length) {
         error = ::posix_fallocate(descriptor, static_cast<off_t>(size), static_cast<off_t>(length));
     } while (error == EINTR);
     if (error != 0) {
-        setLength(descriptor, size);  // some of it may have been reserved
+        setLength(descriptor, size);  // part of it may have been reserved
         throw SystemFailure{error, "there is no room for its new contents"};
     }
 }
@@ -102,7 +102,7 @@ FileReplacement::FileReplacement(std::string name, ReplacementOptions options)
     requireWritableFile(name_);
     path_ = realPath(name_);
     folder_ = path_.substr(0, std::max<std::size_t>(path_.find_last_of('/'), 1));
-    // Should a pipe have taken its place, opening it would wait.
+    // If a pipe has replaced it, opening would wait.
     file_ = Descriptor(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     if (!file_.isOpen()) {
         throw Failure("Cannot read file " + name_ + ": " + systemReason(errno));
@@ -153,7 +153,7 @@ void FileReplacement::add(std::string_view old, std::string_view text) {
         write(text);
         return;
     }
-    // Edited text may lag behind what has been read.
+    // The editor may have output less than it has read.
     std::string joined;
     if (!ahead_.empty()) {
         joined = std::move(ahead_);
@@ -202,7 +202,7 @@ bool FileReplacement::commit(std::uint64_t bytesRead) {
         return false;
     }
     if (!begun_) {
-        begin();  // the new contents end where the old ones go on
+        begin();  // the new contents are a prefix of the old ones
     }
     try {
         requireUntouched(bytesRead);
@@ -238,8 +238,8 @@ void FileReplacement::replace(std::uint64_t bytesRead) {
     requireUntouched(bytesRead);
     fresh_->moveTo(path_);
     Descriptor const folder(::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // Some file systems cannot write a folder to the disk. A folder that may be written but not
-    // read cannot be opened.
+    // Some file systems cannot sync a folder. A folder that is writable but not readable cannot be
+    // opened.
     if (folder.isOpen() && ::fsync(folder.get()) != 0 && errno != EINVAL && errno != ENOTSUP) {
         fail("its new contents are there but may not survive a crash (" + systemReason(errno) +
              ")");

@@ -1,15 +1,3 @@
-// Sed commands for texts that come in pieces. The library edits whole texts, so each piece is given
-// to it as a text of its own, which is allowed because no command but the range looks farther than
-// one line. Two things need care:
-//
-// - A text that ends with a newline has an empty line behind it. In the middle of the input there
-//   is none, so a piece goes to the library without its last newline.
-// - The empty text has no lines at all, while a piece that is one empty line has one. Such a piece
-//   is edited as two empty lines, and half of the result is taken.
-//
-// Deletions are made here, line by line with the library's expressions: from the text that the
-// library returns one cannot tell whether it has no lines or one empty line.
-
 #include "LineEditor.hpp"
 
 #include <cstring>
@@ -80,12 +68,12 @@ public:
             *stop = '\n';
             line = stop + 1;
         }
-        // In the last piece one line is left, which may be empty.
+        // The last piece has one more line, which may be empty.
         bool const kept = !piece.last || !judge(line, end + 1, sink);
         if (open_) {
             held_.append(start_, static_cast<std::size_t>(end - start_));
             if (piece.last) {
-                write(held_, sink);  // a range without an end stays
+                write(held_, sink);  // a range without an end is kept
             }
         } else if (piece.last ? kept : start_ < end) {
             write(textFrom(start_, piece.last ? end + 1 : end), sink);
@@ -98,10 +86,10 @@ private:
         return {begin, static_cast<std::size_t>(next - begin) - 1};
     }
 
-    /// Begins, goes on with or ends a range; without a last line it ends at once.
+    /// Begins, continues or ends a range; without a last line it ends at once.
     /// @param line ends with a NUL
     /// @param next where the line after it begins
-    /// @return whether the line is, for all that is known, to be deleted
+    /// @return whether the line is to be deleted, as far as known
     bool judge(char* line, char* next, Sink const& sink) {
         RegularExpression const& expression = open_ ? *to_ : from_;
         bool const matches = expression.first_match(line).first >= 0;
@@ -137,7 +125,7 @@ private:
     bool open_ = false;        ///< whether a range is
     bool newlineDue_ = false;  ///< whether a line was written, so that the next one needs it
     char* start_ = nullptr;    ///< in the piece, of the lines to keep or of the open range
-    std::string held_;         ///< what earlier pieces had of the open range
+    std::string held_;         ///< the part of the open range in earlier pieces
 };
 
 /// Keeps the whole text for one call of the library, which logs what it does.
@@ -163,7 +151,7 @@ private:
     std::string text_;
 };
 
-/// Gives what `first` makes of a text to `second`.
+/// Passes the result of `first` to `second`.
 class Chain : public LineEditor {
 public:
     Chain(std::unique_ptr<LineEditor> first, std::unique_ptr<LineEditor> second)
@@ -213,7 +201,7 @@ std::unique_ptr<LineEditor> sedEditor(Words const& commands, LineEditor::Options
     return editor;
 }
 
-// No word of the command line holds a NUL, which so is a delimiter that never needs protection.
+// No word of the command line contains a NUL, so it is a delimiter that never needs protection.
 std::string sedCommand(std::string const& pattern, std::string_view replacement, bool all) {
     std::string command("s\0", 2);
     command += pattern;

@@ -12,7 +12,7 @@ namespace zeb::cli {
 
 namespace {
 
-/// Of a longer name the end is shown, so that the line fits on a terminal and can be erased.
+/// Only the end of a longer name is shown, so that the line fits on a terminal and can be erased.
 constexpr std::size_t NAME_WIDTH = 40;
 
 std::string shortened(std::string const& name) {

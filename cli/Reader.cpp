@@ -18,8 +18,8 @@ bool isRegular(int descriptor) {
     return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
-/// The size for `Progress`, or one that is too small for it. There is none while results appear on
-/// a terminal, be it through a pager.
+/// The size for `Progress`, or one that is too small for it. There is no line while results appear
+/// on a terminal, even through a pager.
 std::uint64_t sizeToShow(int descriptor) {
     struct stat status{};
     bool const unseen = ::fstat(STDOUT_FILENO, &status) == 0 && !S_ISFIFO(status.st_mode) &&
@@ -28,7 +28,7 @@ std::uint64_t sizeToShow(int descriptor) {
 }
 
 /// Waits so many milliseconds, or without a limit for -1.
-/// @return whether there is something to read, be it the end or an error
+/// @return whether there is something to read, including the end or an error
 bool waitForInput(int descriptor, int timeout) {
     pollfd input{descriptor, POLLIN, 0};
     return ::poll(&input, 1, timeout) != 0;
@@ -97,7 +97,7 @@ bool Reader::more() {
             buffer_.get()[HEADROOM + end_] = '\0';
             break;
         } else if (int const error = errno; error == EAGAIN) {
-            // Whoever has the terminal or pipe open too has made it non-blocking.
+            // Another process that has the terminal or pipe open has made it non-blocking.
             static_cast<void>(waitForInput(descriptor_, /*timeout=*/-1));
         } else if (error != EINTR) {
             throw Failure(what_ + systemReason(error));
@@ -111,7 +111,7 @@ void Reader::forEachPiece(std::function<bool(Piece const&)> const& work) {
     while (more()) {
         std::size_t length = size();
         if (!atEnd()) {
-            // What was there before has no newline.
+            // The earlier bytes contain no newline.
             void const* const newline = ::memrchr(data() + size() - fresh(), '\n', fresh());
             if (newline == nullptr) {
                 continue;

@@ -13,10 +13,10 @@
 
 namespace zeb::cli {
 
-/// A part of a text: whole lines with their newlines or, the last time, all that is left, with or
-/// without a final newline and maybe nothing.
+/// A part of a text: whole lines with their newlines or, the last time, the rest, with or without a
+/// final newline and possibly empty.
 ///
-/// The bytes may be changed while the part is used; there is a NUL byte behind the last part.
+/// The user of a part may change its bytes; a NUL byte follows the last part.
 struct Piece {
     char* data;
     std::size_t size;
@@ -27,11 +27,11 @@ struct Piece {
 
 /// Reads an input in pieces of up to 256 KiB, more only for a line that is longer.
 ///
-/// What has been written to `Output` is flushed before a read that has to wait, so that whoever
-/// follows a slow input sees each line at once.
+/// What has been written to `Output` is flushed before a read that has to wait, so that each line
+/// of a slow input appears at once.
 class Reader {
 public:
-    /// Bytes of the buffer as long as no line is longer.
+    /// Bytes of the buffer, unless a line is longer.
     static constexpr std::size_t CAPACITY = std::size_t{256} * 1024;
     /// Bytes before `data` that the caller may write.
     static constexpr std::size_t HEADROOM = 16;
@@ -40,16 +40,16 @@ public:
     /// @param what begins the message of a read that fails, such as "Cannot read file x: "
     Reader(Output& out, int descriptor, std::string const& name, std::string what);
 
-    /// Reads on behind what has not been consumed: all there is room for, or all that is there
-    /// without waiting. There is always at least one byte more, unless the end was reached.
+    /// Reads more after the unconsumed bytes: as much as fits, or as is available without waiting,
+    /// but at least one byte, unless the end was reached.
     /// @return false when the end had been reached before
     /// @throws Failure when reading fails or a line does not fit into the memory
     bool more();
 
-    /// What has been read and not consumed.
+    /// The bytes read and not consumed.
     [[nodiscard]] char* data() { return buffer_.get() + HEADROOM + begin_; }
     [[nodiscard]] std::size_t size() const { return end_ - begin_; }
-    /// Bytes of it that `more` has added.
+    /// The number of these that `more` has added.
     [[nodiscard]] std::size_t fresh() const { return fresh_; }
     /// Whether nothing will follow.
     [[nodiscard]] bool atEnd() const { return atEnd_; }
@@ -58,7 +58,7 @@ public:
 
     void consume(std::size_t bytes) { begin_ += bytes; }
 
-    /// Hands the whole input to `work`, piece by piece.
+    /// Passes the whole input to `work`, piece by piece.
     /// @param work returns whether it wants more
     void forEachPiece(std::function<bool(Piece const&)> const& work);
 

@@ -45,7 +45,7 @@ String readAll(int descriptor, std::string const& name, std::string const& what)
         throw std::bad_alloc();
     }
     Progress progress(name, size);
-    // The read that meets the end has its room already.
+    // The read that finds the end already has room.
     StringBuffer contents(static_cast<std::size_t>(size) + CHUNK);
     for (;;) {
         ssize_t const got = ::read(descriptor, contents.prepare(CHUNK), CHUNK);
@@ -171,7 +171,7 @@ void Output::flush() {
 
 void Output::finish() {
     flush();
-    // Some file systems tell of a full disk only now. Linux has closed the file even on EINTR.
+    // Some file systems report a full disk only now. Linux closes the file even on EINTR.
     if (used_ && ::close(STDOUT_FILENO) != 0 && errno != EINTR) {
         throw OutputFailure("standard output: " + systemReason(errno));
     }

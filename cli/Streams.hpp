@@ -19,24 +19,24 @@ using Words = std::vector<std::string>;
 
 inline constexpr char PROGRAM[] = "zeb-text";
 
-/// Exit status of the program, as that of grep and sed.
+/// Exit status of the program, like those of grep and sed.
 enum Status { DONE = 0, NOTHING_FOUND = 1, FAILED = 2 };
 
-/// What the user is to be told before the program ends, in full.
+/// The complete message for the user before the program ends.
 struct Failure : std::runtime_error {
-    /// @param shown whole lines that show where the trouble is, see `excerpt`; none without them
+    /// @param shown whole lines that show the place, see `excerpt`; may be empty
     explicit Failure(std::string const& message, std::string shown = {})
         : std::runtime_error(message), place(std::move(shown)) {}
 
     std::string place;
 };
 
-/// Standard output cannot be written, so that there is no use in going on.
+/// Standard output cannot be written, so the program ends.
 struct OutputFailure : Failure {
     using Failure::Failure;
 };
 
-/// The reader of standard output has gone away, of which nobody needs to be told.
+/// The reader of standard output has closed it, which is not reported.
 struct ReaderGone : OutputFailure {
     using OutputFailure::OutputFailure;
 };
@@ -47,12 +47,12 @@ inline constexpr char MATCH_COLOR[] = "1;31";  ///< red, bold; for errors too
 inline constexpr char NAME_COLOR[] = "35";     ///< magenta
 inline constexpr char NUMBER_COLOR[] = "32";   ///< green
 
-/// Sets when there are colours.
+/// Chooses whether there are colours.
 /// @param when "always", "never", or "auto": on a terminal that is not a dumb one, unless NO_COLOR
 ///   is in the environment and not empty
 void chooseColors(std::string const& when);
 
-/// Whether what is written to that file gets colours.
+/// Whether output to that file gets colours.
 [[nodiscard]] bool isColored(int descriptor);
 
 /// `text`, in a color when `colored`; an empty one stays empty.
@@ -66,17 +66,17 @@ void note(std::string_view message);
 /// @param place as in `Failure`
 void report(std::string_view message, std::string_view place = {});
 
-/// Standard output, collected into large writes. Only what `finish` has seen is surely written.
+/// Standard output, collected into large writes. Output is surely written only after `finish`.
 class Output {
 public:
     void write(std::string_view bytes);
     void line(std::string_view text);
-    /// Writes an object as one line of JSON, each malformed piece of UTF-8 in it as U+FFFD. Behind
-    /// such a member there is one with its bytes in base64, as `appendJsonMember` makes it.
+    /// Writes an object as one line of JSON, each malformed piece of UTF-8 in it as U+FFFD. A
+    /// member with its bytes in base64 follows such a member, see `appendJsonMember`.
     void json(nlohmann::ordered_json const& object);
-    /// Writes what is left; afterwards there is no standard output any more.
+    /// Writes the rest and closes standard output.
     void finish();
-    /// Writes what is left and goes on.
+    /// Writes the rest; output may continue.
     void flush();
 
 private:
@@ -84,23 +84,23 @@ private:
     bool used_ = false;
 };
 
-/// Hands the name and contents of each of `files`, of standard input for "-" and when there are
-/// none, to `work`. What is wrong with one of them is reported, behind what `out` has got so far,
-/// and the others are still done. While a large one is read, a line on standard error tells how far
-/// that is, if that is a terminal.
-/// @return whether nothing was wrong
+/// Passes the name and contents of each of `files`, of standard input for "-" and when there are
+/// none, to `work`. An error in one of them is reported, after the output so far, and the others
+/// are still processed. While a large one is read, a line on standard error shows the progress, if
+/// that is a terminal.
+/// @return whether there was no error
 bool forEachInput(
     Output& out, Words const& files,
     std::function<void(std::string const& name, foundation::String const& contents)> const& work);
 
-/// Calls `work` for each of `names`, as `forEachInput` does, and reads nothing.
+/// Calls `work` for each of `names`, like `forEachInput`, but reads nothing.
 bool forEachName(Output& out, Words const& names,
                  std::function<void(std::string const& name)> const& work);
 
 /// The system's text for an error number.
 [[nodiscard]] std::string systemReason(int error);
 
-/// Bytes from where the file stands to its end; 0 where that is not known, as for a pipe.
+/// Bytes from the file's current position to its end; 0 when unknown, as for a pipe.
 [[nodiscard]] std::uint64_t remainingSize(int descriptor);
 
 /// The contents of a file; of standard input for "-". @throws Failure
@@ -109,7 +109,7 @@ bool forEachName(Output& out, Words const& names,
 /// @throws Failure "Cannot read file NAME: reason"
 [[nodiscard]] Descriptor openForReading(std::string const& name);
 
-/// The exit status of a command that looks for something.
+/// The exit status of a command that searches.
 [[nodiscard]] Status searchStatus(bool allWell, bool found);
 
 }  // namespace zeb::cli

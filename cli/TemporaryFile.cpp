@@ -23,7 +23,7 @@ void check(int result, char const* step) {
     }
 }
 
-/// Names of the extended attributes; none where the file system has none.
+/// Names of the extended attributes; empty if the file system has none.
 std::vector<std::string> attributeNames(int descriptor) {
     std::string names;
     ssize_t length = 0;
@@ -33,7 +33,7 @@ std::vector<std::string> attributeNames(int descriptor) {
             names.resize(static_cast<std::size_t>(length));
             length = ::flistxattr(descriptor, names.data(), names.size());
         }
-    } while (length < 0 && errno == ERANGE);  // there was one more meanwhile
+    } while (length < 0 && errno == ERANGE);  // another one was added meanwhile
     if (length < 0 && errno != ENOTSUP) {
         throw SystemFailure{errno, "its extended attributes cannot be read"};
     }
@@ -78,7 +78,7 @@ void copyExtendedAttributes(int from, int to) {
             throw SystemFailure{errno, "its extended attribute " + name + " cannot be kept"};
         }
     }
-    // The folder may have given the new file an access control list.
+    // The folder may have given the new file a default access control list.
     constexpr char LIST[] = "system.posix_acl_access";
     std::string inherited;
     if (std::find(names.begin(), names.end(), LIST) == names.end() &&
@@ -145,7 +145,7 @@ void copyAttributes(int from, struct stat const& status, int to) {
 }
 
 TemporaryFile::TemporaryFile(std::string folder) : folder_(std::move(folder)) {
-    // Without a name nothing is left behind by a process that is killed.
+    // A file without a name disappears when the process is killed.
     file_ = Descriptor(::open(folder_.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
     if (file_.isOpen() && ::access(pathOf(file_.get()).c_str(), F_OK) == 0) {
         return;

@@ -11,7 +11,7 @@
 
 namespace zeb::cli {
 
-/// A step of the system's that did not succeed.
+/// A failed system call.
 struct SystemFailure {
     int error;         ///< errno
     std::string step;  ///< what was tried, such as "a temporary file cannot be made"
@@ -34,8 +34,8 @@ void copyBytes(int from, std::uint64_t count, int to);
 /// @throws SystemFailure
 void copyAttributes(int from, struct stat const& status, int to);
 
-/// A file that is to take the place of another in the same folder, and until then goes away with
-/// the object; where the file system can make files without a name, with the process.
+/// A file that will replace another in the same folder. Until then it is removed with the object
+/// or, if the file system supports files without a name, with the process.
 class TemporaryFile {
 public:
     /// @throws SystemFailure
@@ -46,10 +46,10 @@ public:
 
     [[nodiscard]] int descriptor() const { return file_.get(); }
 
-    /// Has its contents and attributes written to the disk. @throws SystemFailure
+    /// Syncs its contents and attributes to the disk. @throws SystemFailure
     void sync() const;
 
-    /// Puts the file in the place of `path`. @throws SystemFailure with `path` untouched
+    /// Replaces `path` by the file. @throws SystemFailure with `path` unchanged
     void moveTo(std::string const& path);
 
 private:
@@ -60,7 +60,7 @@ private:
     Descriptor file_;
 };
 
-/// Holds off all signals that can be held off.
+/// Blocks all signals that can be blocked.
 class SignalsHeldOff {
 public:
     SignalsHeldOff();

@@ -18,7 +18,7 @@ using ZEBNS2::String;
 
 namespace {
 
-/// What becomes of the edited text.
+/// What to do with the edited text.
 struct Destination {
     bool inPlace = false;
     bool preview = false;
@@ -44,7 +44,7 @@ struct Destination {
     }
 };
 
-/// The commands and how to carry them out.
+/// The commands and how to apply them.
 struct Script {
     Words commands;
     RegularExpression::CompilationOptions options;

@@ -9,7 +9,7 @@ namespace zeb::cli {
 
 namespace {
 
-/// What `words`, which follow "help", ask for.
+/// The help that `words`, which follow "help", ask for.
 Status help(Words words, Output& out) {
     if (words.empty()) {
         out.write(usage());
@@ -91,13 +91,13 @@ Status runAndFinish(Words const& words) {
 }  // namespace zeb::cli
 
 int main(int argc, char** argv) {
-    // Characters are those of the user; numbers and messages stay as they are.
+    // Characters are those of the user's locale; numbers and messages are the same everywhere.
     static_cast<void>(std::setlocale(LC_CTYPE, ""));
-    // A reader that has gone away is an error of writing like any other.
+    // A closed pipe is a write error like any other.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
-    // So is a file that may not grow.
+    // So is a file that reaches its size limit.
     static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
-    // It tells that another program waits for a file that is just being replaced.
+    // The signal means that another program waits for a file that is being replaced.
     static_cast<void>(std::signal(SIGIO, SIG_IGN));
     return zeb::cli::runAndFinish(zeb::cli::Words(argv + (argc > 0 ? 1 : 0), argv + argc));
 }

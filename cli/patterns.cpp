@@ -1,4 +1,4 @@
-// The commands that make expressions of other texts.
+// The commands that make expressions from other texts.
 
 #include "Commands.hpp"
 

@@ -1,4 +1,4 @@
-// The commands that read, find and lay out single values.
+// The commands that read, find and format single values.
 
 #include "Commands.hpp"
 
@@ -18,7 +18,7 @@ using ZEBNS2::String;
 
 namespace {
 
-/// Reads `text` as a `T` and prints it in decimal, with as many digits as tell it from every other.
+/// Reads `text` as a `T` and prints it in decimal, with enough digits to identify it.
 template <typename T>
 std::string normalized(String const& text, int base) {
     T const value = ZEBNS2::string_to_number<T>(text, base);
@@ -33,13 +33,13 @@ std::string normalized(String const& text, int base) {
     return {digits, end};
 }
 
-/// A number, or the text of one that JSON does not know.
+/// A number, or the text of one that JSON lacks.
 ordered_json jsonNumber(std::string const& value) {
     ordered_json const number = ordered_json::parse(value, nullptr, /*allow_exceptions=*/false);
     if (number.is_number()) {
         return number;
     }
-    return value == "-nan" ? "nan" : value;  // its sign says nothing
+    return value == "-nan" ? "nan" : value;  // its sign has no meaning
 }
 
 struct NumberType {
@@ -194,7 +194,7 @@ Status environment(Words const& words, Output& out) {
     arguments.flag("--json", json, "Print each value as an object: file, name, value");
     arguments.parse(words);
 
-    // No value holds a NUL byte, so this one is still there only when there was no value.
+    // No value contains a NUL byte, so it remains only when there was no value.
     String const none("", 1);
     bool found = false;
     bool const allWell =
