@@ -37,7 +37,12 @@
 ///   can be empty does not pass if both can take the same characters, as in `(.)([a-z]*)*\1` (write
 ///   `(.)[a-z]*\1`).
 /// - The C library keeps the states it has built, so the object's memory grows with the pattern and
-///   all texts searched so far. A copy starts without them.
+///   the texts searched. When the states may exceed 64 MiB, the object is compiled again and starts
+///   without them, unless its latest compilation was less than 20 milliseconds ago or took more
+///   than an eighth of the time since, or the locale has changed. One search has no such limit.
+/// - When memory is exhausted during a search, nothing is found, and the next search compiles the
+///   object again. With back-references the C library itself may crash when an allocation of its
+///   search fails.
 /// - For an expression with an unlimited repeat of a back-reference, such as `(.)\1+`, the C
 ///   library takes 512 bytes of stack for each byte of the subject; subjects of more than 32 bytes
 ///   are searched on a stack of that size, allocated for the search. Nothing is found when that

@@ -390,12 +390,12 @@ void tryPattern(Hunt const& hunt, Random& random) {
     ++shared->made;
     shared->phase = "guard";
     limitTime();
-    bool recurses = false;
+    ZEBNS2::LibcNeeds needs;
     PatternHazard const hazard =
         patternHazard(sample.pattern.data(),
                       (sample.flags & REG_EXTENDED) != 0 ? ZEBNS2::PatternSyntax::EXTENDED
                                                          : ZEBNS2::PatternSyntax::BASIC,
-                      &recurses);
+                      &needs);
     ++shared->refusals[static_cast<int>(hazard)];
     if (hazard != PatternHazard::NONE) {
         ++shared->refused;
@@ -421,7 +421,7 @@ void tryPattern(Hunt const& hunt, Random& random) {
     std::vector<regmatch_t> slots(compiled.re_nsub + 1);
     for (int i = 0; i < 6; ++i) {
         std::string subject = i == 0 ? "" : randomSubject(random);
-        if (recurses) {
+        if (needs.recurses) {
             // Longer ones get a stack of their own from the library.
             subject.resize(std::min<std::size_t>(subject.size(), 256));
         }

@@ -1,10 +1,5 @@
 #include "CompiledExpression.hpp"
 
-#include <cstdint>
-
-#include "OwnStackSearch.hpp"
-#include "pattern/LibcCost.hpp"
-
 // A text is never copied to be searched: regexec is told by REG_STARTEND where a subject ends, so
 // that a line, or the rest of a line after a match, is matched where it lies. It also saves regexec
 // from measuring the subject, which would make the replacement of all matches of a line quadratic.
@@ -13,43 +8,13 @@
 
 namespace ZEBNS2 {
 
-namespace {
-
-PatternSyntax syntaxOf(int flags) noexcept {
-    return (flags & REG_EXTENDED) != 0 ? PatternSyntax::EXTENDED : PatternSyntax::BASIC;
-}
-
-}  // namespace
-
-int compileExpression(regex_t& compiled, char const* pattern, int flags, bool* recurses) {
-    if (patternHazard(pattern, syntaxOf(flags), recurses) != PatternHazard::NONE) {
-        return REG_ESPACE;
-    }
-    return ::regcomp(&compiled, pattern, flags);
-}
-
-CompilationError compilationError(int code, regex_t const& compiled) noexcept {
-    CompilationError text{};
-    ::regerror(code, &compiled, text.data(), text.size());
-    return text;
-}
-
-CompiledExpression::CompiledExpression(char const* pattern, int flags) : matcher_(pattern, flags) {
-    PatternSyntax const syntax = syntaxOf(flags);
-    if (patternHazard(pattern, syntax, &recurses_) != PatternHazard::NONE) {
-        error_ = REG_ESPACE;
-        return;
-    }
+CompiledExpression::CompiledExpression(char const* pattern, int flags)
+    : libc_(pattern, flags), matcher_(error() == 0 ? pattern : "", flags) {
     // Under REG_ICASE no letter is required.
-    if ((flags & REG_ICASE) == 0) {
-        literal_ = RequiredLiteral(pattern, syntax);
-    }
-    error_ = ::regcomp(&expression_, pattern, flags);
-}
-
-CompiledExpression::~CompiledExpression() {
-    if (error_ == 0) {
-        ::regfree(&expression_);
+    if (error() == 0 && (flags & REG_ICASE) == 0) {
+        bool const extended = (flags & REG_EXTENDED) != 0;
+        literal_ =
+            RequiredLiteral(pattern, extended ? PatternSyntax::EXTENDED : PatternSyntax::BASIC);
     }
 }
 
@@ -86,24 +51,7 @@ bool CompiledExpression::search(std::string_view subject, regmatch_t* slots, std
                 break;
         }
     }
-    return searchByLibc(subject, start, slots, slotCount, flags);
-}
-
-bool CompiledExpression::searchByLibc(std::string_view subject, std::size_t start,
-                                      regmatch_t* slots, std::size_t slotCount,
-                                      int flags) const noexcept {
-    auto const length = static_cast<regoff_t>(subject.size());
-    slots[0].rm_so = static_cast<regoff_t>(start);
-    slots[0].rm_eo = length;
-    flags |= REG_STARTEND;
-    std::uint64_t const stack = std::uint64_t{subject.size()} * LibcLimits::LOOP_STACK_PER_BYTE;
-    int const result = recurses_ && stack > CALLERS_STACK
-                           ? searchOnOwnStack(expression_, subject.data(), slotCount, slots, flags,
-                                              stack + FIXED_STACK)
-                           : ::regexec(&expression_, subject.data(), slotCount, slots, flags);
-    // Reject offsets outside the subject, whatever libc answers.
-    return result == 0 && 0 <= slots[0].rm_so && slots[0].rm_so <= slots[0].rm_eo &&
-           slots[0].rm_eo <= length;
+    return libc_.search(subject, start, slots, slotCount, flags);
 }
 
 }  // namespace ZEBNS2

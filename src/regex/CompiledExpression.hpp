@@ -2,32 +2,17 @@
 
 #include <regex.h>
 
-#include <array>
 #include <cstddef>
 #include <string_view>
 
+#include "LibcExpression.hpp"
 #include "matcher/LazyMatcher.hpp"
 #include "pattern/RequiredLiteral.hpp"
 
 /// @file
-/// The one way to the C library's regular expressions.
+/// The one way to search for a pattern.
 
 namespace ZEBNS2 {
-
-/// Compiles the bytes of `pattern` up to its NUL, unless the C library would not survive it: then
-/// it is not asked, and the pattern counts as one that exhausts the memory.
-/// @param flags flags of `regcomp`
-/// @param recurses if not null, set to whether a search takes stack for each byte of its subject,
-///   LibcLimits::LOOP_STACK_PER_BYTE
-/// @return 0, or the code of the error; `compiled` must go to `regfree` only after 0
-/// @throws std::bad_alloc
-int compileExpression(regex_t& compiled, char const* pattern, int flags, bool* recurses = nullptr);
-
-/// Room for the reason why a pattern does not compile, its NUL included.
-using CompilationError = std::array<char, 1024>;
-
-/// The C library's words for an error of `compileExpression`.
-CompilationError compilationError(int code, regex_t const& compiled) noexcept;
 
 /// A pattern made ready to be searched for.
 ///
@@ -44,16 +29,13 @@ public:
     /// @param flags flags of `regcomp`, without REG_NOSUB
     /// @throws std::bad_alloc
     CompiledExpression(char const* pattern, int flags);
-    CompiledExpression(CompiledExpression const&) = delete;
-    CompiledExpression& operator=(CompiledExpression const&) = delete;
-    ~CompiledExpression();
 
     /// 0, or the code of the error: the pattern does not compile, and there is nothing to search.
-    int error() const noexcept { return error_; }
+    int error() const noexcept { return libc_.error(); }
     /// The C library's words for the error.
-    CompilationError errorText() const noexcept { return compilationError(error_, expression_); }
+    CompilationError errorText() const noexcept { return libc_.errorText(); }
 
-    std::size_t groups() const noexcept { return expression_.re_nsub; }
+    std::size_t groups() const noexcept { return libc_.groups(); }
 
     /// Whether there is a match in `subject`, which holds no NUL; if so, it is in the slots, up to
     /// the first that is negative.
@@ -63,15 +45,9 @@ public:
                 int flags) const noexcept;
 
 private:
-    /// @param start no match begins before this offset
-    bool searchByLibc(std::string_view subject, std::size_t start, regmatch_t* slots,
-                      std::size_t slotCount, int flags) const noexcept;
-
-    int error_ = 0;
+    LibcExpression libc_;  ///< the first: its guard limits what the others read
     RequiredLiteral literal_;
     LazyMatcher matcher_;
-    bool recurses_ = false;  ///< libc's search takes LibcLimits::LOOP_STACK_PER_BYTE
-    regex_t expression_{};
 };
 
 }  // namespace ZEBNS2

@@ -1,6 +1,6 @@
 #include "RE.hpp"
 
-#include "CompiledExpression.hpp"
+#include "LibcExpression.hpp"
 
 #include <zeb/foundation/StringBuffer.hpp>
 
@@ -35,7 +35,8 @@ BadRegexException* BadRegexException::clone() const noexcept {
 void BadRegexException::rethrow() const { throw *this; }
 
 RE::RE(char const* pattern, int flags) : pattern_(pattern), compiled_() {
-    int const error = compileExpression(compiled_, pattern_.c_str(), flags | REG_EXTENDED);
+    LibcNeeds needs;
+    int const error = compileExpression(compiled_, pattern_.c_str(), flags | REG_EXTENDED, needs);
     if (error != 0) {
         throw BadRegexException(BadRegexException::SOURCE_UNIT, BadRegexException::SOURCE_LINE,
                                 compilationError(error, compiled_).data(), error, nullptr,

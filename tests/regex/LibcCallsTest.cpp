@@ -11,6 +11,8 @@
 
 #include <zeb/foundation/StringBuffer.hpp>
 
+#include <algorithm>
+#include <cerrno>
 #include <clocale>
 #include <cstddef>
 #include <cstring>
@@ -26,6 +28,7 @@
 namespace {
 
 std::vector<int> compileFlags;
+std::vector<std::string> compiledPatterns;
 std::vector<std::size_t> slotCounts;
 std::vector<int> searchFlags;
 /// What was compiled and must still be freed.
@@ -33,6 +36,8 @@ std::set<regex_t const*> compiled;
 int errorTexts = 0;
 /// What regexec is made to answer.
 std::optional<regmatch_t> forgedMatch;
+/// The errno that regexec is made to leave; 0 for its own.
+int forgedError = 0;
 /// Off at exit, when globals are freed and `compiled` is gone.
 bool watching = false;
 
@@ -43,6 +48,7 @@ Function* libc(char const* name) {
 
 void forget() {
     compileFlags.clear();
+    compiledPatterns.clear();
     slotCounts.clear();
     searchFlags.clear();
     errorTexts = 0;
@@ -54,6 +60,7 @@ extern "C" {
 
 int regcomp(regex_t* expression, char const* pattern, int flags) {
     compileFlags.push_back(flags);
+    compiledPatterns.emplace_back(pattern);
     int const result = libc<decltype(regcomp)>("regcomp")(expression, pattern, flags);
     if (result == 0) {
         EXPECT_TRUE(compiled.insert(expression).second) << "compiled over a compiled one";
@@ -69,7 +76,10 @@ int regexec(regex_t const* expression, char const* subject, std::size_t slotCoun
         slots[0] = *forgedMatch;
         return 0;
     }
-    return libc<decltype(regexec)>("regexec")(expression, subject, slotCount, slots, flags);
+    int const result =
+        libc<decltype(regexec)>("regexec")(expression, subject, slotCount, slots, flags);
+    errno = forgedError != 0 ? forgedError : errno;
+    return result;
 }
 
 std::size_t regerror(int code, regex_t const* expression, char* text, std::size_t size) {
@@ -316,6 +326,59 @@ TEST_F(LibcCalls, BytesOfAllKindsAreMatchedAsLibcMatchesThem) {
         }
     }
     std::setlocale(LC_ALL, "C");
+}
+
+/// How often a pattern was compiled; the making of a matcher compiles parts of it.
+auto compilationsOf(char const* pattern) {
+    return std::count(compiledPatterns.begin(), compiledPatterns.end(), pattern);
+}
+
+/// Two letters in an order without a period.
+std::string mixedLetters(std::size_t length) {
+    std::string text;
+    unsigned int bits = 1;
+    while (text.size() < length) {
+        bits = bits * 1103515245 + 12345;
+        text += (bits >> 16 & 1) != 0 ? 'a' : 'b';
+    }
+    return text;
+}
+
+/// Each byte of a text like the one above makes a state that libc keeps; the word anchor keeps the
+/// matcher away.
+constexpr char const* GROWING = "^[ab]*a[ab]{500}\\>x";
+
+TEST_F(LibcCalls, WhatHasLearnedTooMuchIsCompiledAgain) {
+    RegularExpression const expression(GROWING, 0);
+    String const text(mixedLetters(5000) + "x");
+    EXPECT_FALSE(expression.matches(text));
+    EXPECT_EQ(compilationsOf(GROWING), 2);
+    EXPECT_THAT(compileFlags, Each(REG_EXTENDED));
+    EXPECT_EQ(compiled.size(), 1u);
+    String const match(std::string("a") + mixedLetters(600) + "b");
+    EXPECT_FALSE(expression.matches(match));
+    EXPECT_EQ(compilationsOf(GROWING), 2) << "a short text is no reason";
+}
+
+TEST_F(LibcCalls, InAnotherLocaleNothingIsCompiledAgain) {
+    RegularExpression const expression(GROWING, 0);
+    ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+    EXPECT_FALSE(expression.matches(String(mixedLetters(5000))));
+    EXPECT_EQ(compilationsOf(GROWING), 1);
+    std::setlocale(LC_ALL, "C");
+}
+
+TEST_F(LibcCalls, ExhaustedMemoryIsFollowedByAnotherCompilation) {
+    RegularExpression const expression("\\<a", 0);
+    forgedError = ENOMEM;
+    errno = EDOM;
+    EXPECT_FALSE(expression.matches("a"));
+    EXPECT_EQ(errno, EDOM);
+    EXPECT_THAT(compiled, IsEmpty()) << "given up at once";
+    forgedError = 0;
+    EXPECT_TRUE(expression.matches("a"));
+    EXPECT_TRUE(expression.matches("a"));
+    EXPECT_EQ(compileFlags.size(), 2u);
 }
 
 TEST_F(LibcCalls, MatchOutsideTheSubjectIsNone) {

@@ -36,6 +36,7 @@ using zeb::test::repeat;
 using zeb::test::SANITIZED;
 using ZEBNS2::BadRegexException;
 using ZEBNS2::LibcLimits;
+using ZEBNS2::LibcNeeds;
 using ZEBNS2::PatternHazard;
 using ZEBNS2::PatternSyntax;
 using ZEBNS2::RE;
@@ -47,9 +48,9 @@ constexpr bool BASIC = false;
 
 int flagsOf(bool extended) { return extended ? REG_EXTENDED : 0; }
 
-PatternHazard patternHazard(char const* pattern, bool extended, bool* recurses = nullptr) {
+PatternHazard patternHazard(char const* pattern, bool extended, LibcNeeds* needs = nullptr) {
     return ZEBNS2::patternHazard(pattern, extended ? PatternSyntax::EXTENDED : PatternSyntax::BASIC,
-                                 recurses);
+                                 needs);
 }
 
 /// `pattern`, written in extended syntax, in the syntax wanted: its operators ( ) { } | + ? get
@@ -229,14 +230,14 @@ TEST_P(PatternBound, LastPassesAndSurvivesNextIsRefused) {
 
 TEST(LibcCost, TellsWhetherASearchTakesStackForEachByte) {
     for (char const* pattern : {"(.)\\1+", "([a-z]+)( \\1)*", "x(.)\\1{3,}y"}) {
-        bool recurses = false;
-        EXPECT_EQ(patternHazard(pattern, EXTENDED, &recurses), PatternHazard::NONE) << pattern;
-        EXPECT_TRUE(recurses) << pattern;
+        LibcNeeds needs;
+        EXPECT_EQ(patternHazard(pattern, EXTENDED, &needs), PatternHazard::NONE) << pattern;
+        EXPECT_TRUE(needs.recurses) << pattern;
     }
     for (char const* pattern : {"(.)\\1", "(.)+\\1{0,4}", "a*"}) {
-        bool recurses = true;
-        EXPECT_EQ(patternHazard(pattern, EXTENDED, &recurses), PatternHazard::NONE) << pattern;
-        EXPECT_FALSE(recurses) << pattern;
+        LibcNeeds needs;
+        EXPECT_EQ(patternHazard(pattern, EXTENDED, &needs), PatternHazard::NONE) << pattern;
+        EXPECT_FALSE(needs.recurses) << pattern;
     }
 }
 

@@ -271,7 +271,7 @@ Fragment LibcCost::star(Fragment const& a) noexcept {
     part.nodes = 1 + a.nodes;
     part.multibyteNodes = a.multibyteNodes;
     part.backReferences = a.backReferences;
-    hasBackReferenceStar_ = hasBackReferenceStar_ || a.backReferences != 0;
+    needs_.recurses = needs_.recurses || a.backReferences != 0;
     part.entryClosure = inClosures(std::uint64_t{1} + a.entryClosure);
     part.emptyPaths = inClosures(std::uint64_t{1} + a.emptyPaths);
     part.unanchoredEmptyPaths = inClosures(std::uint64_t{1} + a.unanchoredEmptyPaths);
@@ -316,6 +316,7 @@ void LibcCost::dollars(std::size_t row) noexcept {
 
 void LibcCost::finish(Fragment const& pattern) noexcept {
     sequence(pattern, characterNode());  // END_OF_RE
+    needs_.nodes = nodes_;
     limited(product(pattern.multibyteNodes, pattern.nodes), LibcLimits::MAX_MULTIBYTE_SETS,
             PatternHazard::MULTIBYTE_SETS);
     if (nullableStars_ != 0 &&
@@ -365,7 +366,7 @@ std::uint32_t LibcCost::inDepth(std::uint32_t value) noexcept {
     return limited(value, LibcLimits::MAX_EPSILON_DEPTH, PatternHazard::EPSILON_DEPTH);
 }
 
-PatternHazard patternHazard(char const* pattern, PatternSyntax syntax, bool* recurses) {
+PatternHazard patternHazard(char const* pattern, PatternSyntax syntax, LibcNeeds* needs) {
     std::size_t const length = ::strnlen(pattern, LibcLimits::MAX_LENGTH + 1);
     if (length > LibcLimits::MAX_LENGTH) {
         return PatternHazard::LENGTH;
@@ -377,8 +378,8 @@ PatternHazard patternHazard(char const* pattern, PatternSyntax syntax, bool* rec
         BackReferenceCost references;
         hazard = hazardOf(text, syntax, references);
     }
-    if (recurses != nullptr) {
-        *recurses = cost.hasBackReferenceStar();
+    if (needs != nullptr) {
+        *needs = cost.needs();
     }
     return hazard;
 }

@@ -25,13 +25,20 @@
 ///
 /// Invariant: no sum is smaller than what libc builds. Where libc's reading depends on the locale
 /// the dearer reading counts: a bracket is the three nodes of a UTF-8 locale, the bytes of a UTF-8
-/// character are repeated together. Locales whose characters may end in a byte that is an operator
-/// in ASCII (Shift JIS and its like) are read wrongly.
+/// character are repeated together. In locales whose characters may end in a byte that is an
+/// operator in ASCII (Shift JIS and its like) the pattern is read as in the current locale alone.
 ///
 /// Cost: linear in the pattern and in the nodes that libc would make of it, at most
 /// LibcLimits::MAX_NODES.
 
 namespace ZEBNS2 {
+
+/// What a pattern asks of libc, which survives it.
+struct LibcNeeds {
+    std::uint32_t nodes = 0;  ///< of the automaton, at most
+    /// A search takes LibcLimits::LOOP_STACK_PER_BYTE for each byte of the subject.
+    bool recurses = false;
+};
 
 /// What the fragments of a pattern add up to, as libc puts them together.
 class LibcCost : public PatternBuilder {
@@ -94,8 +101,8 @@ public:
     /// The first limit that was exceeded. From then on the sums are of no use.
     PatternHazard hazard() const noexcept { return hazard_; }
 
-    /// Whether there is a star over a body with a back-reference.
-    bool hasBackReferenceStar() const noexcept { return hasBackReferenceStar_; }
+    /// What is left when there is no hazard.
+    LibcNeeds const& needs() const noexcept { return needs_; }
 
     bool stopped() const noexcept { return hazard_ != PatternHazard::NONE; }
     Fragment character(std::string_view bytes, bool escaped) noexcept;
@@ -140,17 +147,16 @@ private:
     std::uint32_t nullableStars_ = 0;
     bool anchorInNullableStar_ = false;
     bool copiedAnchor_ = false;
-    bool hasBackReferenceStar_ = false;
+    LibcNeeds needs_;
 };
 
 /// Whether libc would survive a pattern: compiling it, and matching any text with it.
 /// @param pattern its bytes up to the NUL, which is what regcomp sees
 /// @param syntax in which regcomp is going to read it
-/// @param recurses if not null, set to whether regexec takes LibcLimits::LOOP_STACK_PER_BYTE for
-///   each byte of the subject; only so much stack survives matching then
+/// @param needs if not null, set to what libc is asked for; of use when the result is NONE
 /// @return NONE when it would; a pattern that libc refuses of its own accord counts as harmless
 /// @throws std::bad_alloc (a pattern without groups takes no memory)
 /// @par Thread safety reentrant.
-PatternHazard patternHazard(char const* pattern, PatternSyntax syntax, bool* recurses = nullptr);
+PatternHazard patternHazard(char const* pattern, PatternSyntax syntax, LibcNeeds* needs = nullptr);
 
 }  // namespace ZEBNS2

@@ -1,4 +1,4 @@
-#include "OwnStackSearch.hpp"
+#include "OwnStack.hpp"
 
 #include <sys/mman.h>
 #include <ucontext.h>
@@ -10,32 +10,29 @@ namespace ZEBNS2 {
 
 namespace {
 
-/// The arguments of a call of `regexec`, and its result.
-struct Search {
-    regex_t const& expression;
-    char const* subject;
-    std::size_t slotCount;
-    regmatch_t* slots;
-    int flags;
-    int result;
+struct Call {
+    void (*function)(void*) noexcept;
+    void* argument;
+    int error;  ///< errno before the function, then what it left
 };
 
-/// @param high,low halves of the address of a Search: a context takes its arguments as integers
+/// @param high,low halves of the address of a Call: a context takes its arguments as integers
 void entry(unsigned int high, unsigned int low) noexcept {
     auto const address = static_cast<std::uintptr_t>(std::uint64_t{high} << 32 | low);
-    auto& search = *reinterpret_cast<Search*>(address);
-    search.result =
-        ::regexec(&search.expression, search.subject, search.slotCount, search.slots, search.flags);
+    auto& call = *reinterpret_cast<Call*>(address);
+    errno = call.error;
+    call.function(call.argument);
+    call.error = errno;
 }
 
-void runOnStack(Search& search, std::size_t size) noexcept {
+bool runOnStack(Call& call, std::size_t size) noexcept {
     // Below the stack, which grows downwards, a page that nobody may touch.
     auto const guard = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
     void* const memory =
         ::mmap(nullptr, guard + size, PROT_READ | PROT_WRITE,
                MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, /*fd=*/-1, 0);
     if (memory == MAP_FAILED) {
-        return;
+        return false;
     }
     ::mprotect(memory, guard, PROT_NONE);
     ::ucontext_t caller{};
@@ -44,25 +41,25 @@ void runOnStack(Search& search, std::size_t size) noexcept {
     context.uc_stack.ss_sp = memory;
     context.uc_stack.ss_size = guard + size;
     context.uc_link = &caller;
-    auto const address = std::uint64_t{reinterpret_cast<std::uintptr_t>(&search)};
+    auto const address = std::uint64_t{reinterpret_cast<std::uintptr_t>(&call)};
     ::makecontext(&context, reinterpret_cast<void (*)()>(&entry), 2,
                   static_cast<unsigned int>(address >> 32), static_cast<unsigned int>(address));
     ::swapcontext(&caller, &context);
     ::munmap(memory, guard + size);
+    return true;
 }
 
 }  // namespace
 
-int searchOnOwnStack(regex_t const& expression, char const* subject, std::size_t slotCount,
-                     regmatch_t* slots, int flags, std::uint64_t stack) noexcept {
+bool callOnOwnStack(std::uint64_t stack, void (*function)(void*) noexcept,
+                    void* argument) noexcept {
     if (stack > MAX_OWN_STACK) {
-        return REG_ESPACE;
+        return false;
     }
-    Search search{expression, subject, slotCount, slots, flags, REG_ESPACE};
-    int const before = errno;
-    runOnStack(search, static_cast<std::size_t>(stack));
-    errno = before;
-    return search.result;
+    Call call{function, argument, errno};
+    bool const called = runOnStack(call, static_cast<std::size_t>(stack));
+    errno = call.error;
+    return called;
 }
 
 }  // namespace ZEBNS2
