@@ -1,8 +1,13 @@
 #pragma once
 
+#include <langinfo.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -59,6 +64,14 @@
 /// Cost: linear in the pattern; memory for the groups that are open.
 
 namespace ZEBNS2 {
+
+/// Whether an ASCII byte of a text is always a character of its own. In UTF-8 it is, and in all but
+/// a few other encodings of the bytes of ASCII; in Shift JIS, Big5, GB18030 and their like `[`,
+/// `\\` and `{` may be the second half of a character.
+inline bool isASCIITransparent() noexcept {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): safe as long as nobody changes the locale
+    return MB_CUR_MAX == 1 || std::strcmp(::nl_langinfo(CODESET), "UTF-8") == 0;
+}
 
 enum class PatternSyntax { BASIC, EXTENDED };
 
@@ -431,6 +444,7 @@ private:
     /// A character of a bracket, or a range that begins with it.
     template <class Members>
     bool readMember(Members& members, unsigned char first) {
+        readTrail(members);
         bool const isRange = follows("-") && !follows("-]");
         if (!isRange) {
             members.range(first, first);
@@ -448,6 +462,7 @@ private:
             return readElement(name);
         }
         members.range(first, static_cast<unsigned char>(byte));
+        readTrail(members);
         return true;
     }
 
@@ -480,14 +495,44 @@ private:
     }
 
     void readCharacter(bool escaped) {
+        std::size_t const bytes = isByte(0x80, 0xFF) ? characterLength() : 1;
+        at_ += bytes;
+        addItem(builder_.character(pattern_.substr(at_ - bytes, bytes), escaped));
+    }
+
+    /// Bytes of the character where the reader is, which begins beyond ASCII. What the locale does
+    /// not know as a character is read as libc does, byte by byte.
+    std::size_t characterLength() const noexcept {
+        if (!isASCIITransparent()) {
+            return lengthInLocale(at_);
+        }
         std::size_t bytes = 1;
         if (isByte(0xC0, 0xFF)) {  // the first byte of a character in UTF-8
             while (bytes < 4 && at_ + bytes < pattern_.size() && isByte(0x80, 0xBF, bytes)) {
                 ++bytes;
             }
         }
-        at_ += bytes;
-        addItem(builder_.character(pattern_.substr(at_ - bytes, bytes), escaped));
+        return bytes;
+    }
+
+    std::size_t lengthInLocale(std::size_t at) const noexcept {
+        std::mbstate_t state{};
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): it is, with a state of its own
+        std::size_t const bytes = std::mbrlen(pattern_.data() + at, pattern_.size() - at, &state);
+        return bytes <= pattern_.size() - at ? std::max<std::size_t>(bytes, 1) : 1;
+    }
+
+    /// The bytes in a bracket that belong to the character that was begun: in UTF-8 none of them
+    /// can be taken for anything else, so they come like members of their own.
+    template <class Members>
+    void readTrail(Members& members) {
+        if (static_cast<unsigned char>(pattern_[at_ - 1]) < 0x80 || isASCIITransparent()) {
+            return;
+        }
+        for (std::size_t bytes = lengthInLocale(at_ - 1); bytes > 1; --bytes) {
+            auto const byte = static_cast<unsigned char>(pattern_[at_++]);
+            members.range(byte, byte);
+        }
     }
 
     std::string_view pattern_;

@@ -1,23 +1,13 @@
 #include "RequiredLiteral.hpp"
 
-#include <langinfo.h>
-
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 namespace ZEBNS2 {
 
 namespace {
-
-/// Whether an ASCII byte of a subject is always a character of its own. In UTF-8 it is; in other
-/// encodings of several bytes it may be the second half of a character.
-bool isASCIITransparent() noexcept {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): safe as long as nobody changes the locale
-    return MB_CUR_MAX == 1 || std::strcmp(::nl_langinfo(CODESET), "UTF-8") == 0;
-}
 
 /// How common a byte is in texts, roughly: the rarest byte gives the fewest false finds.
 std::size_t commonness(char byte) noexcept {
