@@ -8,6 +8,7 @@
 
 #include <clocale>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <utility>
@@ -43,19 +44,22 @@ void inThread(std::size_t stack, Work work) {
 TEST(OwnStackSearch, AnswersDoNotDependOnTheLength) {
     RegularExpression const run("(.)\\1+", 0);
     RegularExpression const words("([a-z]+)( \\1)+", 0);
-    for (int const length : {2, 30, 31, 32, 33, 256, 257, 1000, 3000}) {
+    for (int const length : {2, 30, 31, 32, 33, 256, 257, 1000}) {
         std::string const subject = '-' + std::string(static_cast<std::size_t>(length), 'a') + 'b';
         EXPECT_EQ(run.first_match(subject.c_str()), Offsets(1, 1 + length));
         EXPECT_EQ(run.all_matches(subject).size(), 2u);
-        std::string const repeated = repeat("ab ", static_cast<std::size_t>(length));
-        EXPECT_EQ(words.first_match(repeated.c_str()), Offsets(0, 3 * length - 1));
+        if (length <= 257) {  // libc's time grows with the square
+            std::string const repeated = repeat("ab ", static_cast<std::size_t>(length));
+            EXPECT_EQ(words.first_match(repeated.c_str()), Offsets(0, 3 * length - 1));
+        }
     }
-    EXPECT_EQ(run.first_match(repeat("ab", 1000).c_str()), NONE);
+    EXPECT_EQ(run.first_match(repeat("ab", 300).c_str()), NONE);
 }
 
 TEST(OwnStackSearch, SmallStackOfTheCallerSuffices) {
     inThread(256 * 1024, [] {
-        std::string const text = std::string(3000, 'a') + "bcc\n" + std::string(256, 'd');
+        // libc takes 440 bytes for each a, 280 on 32-bit x86.
+        std::string const text = std::string(1000, 'a') + "bcc\n" + std::string(256, 'd');
         EXPECT_EQ(ZEBNS2::realSed(text, "s/(.)\\1+/<\\1>/g", 0), "<a>b<c>\n<d>");
     });
 }
@@ -78,8 +82,8 @@ TEST(OwnStackSearch, LocaleIsTheCallers) {
         locale_t const utf8 = ::newlocale(LC_ALL_MASK, "C.UTF-8", nullptr);
         ASSERT_NE(utf8, nullptr);
         locale_t const before = ::uselocale(utf8);
-        std::string const subject = repeat("\xC3\xA9", 500);
-        EXPECT_EQ(RegularExpression("^(.)\\1+$", 0).first_match(subject.c_str()), Offsets(0, 1000));
+        std::string const subject = repeat("\xC3\xA9", 200);
+        EXPECT_EQ(RegularExpression("^(.)\\1+$", 0).first_match(subject.c_str()), Offsets(0, 400));
         ::uselocale(before);
         ::freelocale(utf8);
     });
@@ -116,23 +120,49 @@ TEST(OwnStackSearch, NothingIsFoundWhereThereIsNoStack) {
     EXPECT_EXIT(exitWithoutAStack(), testing::ExitedWithCode(0), "");
 }
 
+/// What a handler of signals has seen.
+volatile sig_atomic_t signalsOfOthers = 0;
+volatile sig_atomic_t signalsOnOwnStack = 0;
+pthread_t caller;
+std::uintptr_t stackBegin = 0;
+std::uintptr_t stackEnd = 0;
+
+void noteSignal(int /*signal*/) {
+    auto const here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+    if (!::pthread_equal(::pthread_self(), caller)) {
+        signalsOfOthers = signalsOfOthers + 1;
+    } else if (here < stackBegin || here >= stackEnd) {
+        signalsOnOwnStack = signalsOnOwnStack + 1;
+    }
+}
+
 TEST(OwnStackSearch, SignalsStayWithTheCaller) {
-    // They come while the search stands on its own stack.
-    static pthread_t handledBy;
+    caller = ::pthread_self();
+    pthread_attr_t attributes;
+    void* begin = nullptr;
+    std::size_t size = 0;
+    ASSERT_EQ(::pthread_getattr_np(caller, &attributes), 0);
+    ASSERT_EQ(::pthread_attr_getstack(&attributes, &begin, &size), 0);
+    ::pthread_attr_destroy(&attributes);
+    stackBegin = reinterpret_cast<std::uintptr_t>(begin);
+    stackEnd = stackBegin + size;
+
     struct sigaction action{};
     struct sigaction before{};
-    action.sa_handler = [](int) { handledBy = ::pthread_self(); };
+    action.sa_handler = noteSignal;
     ASSERT_EQ(::sigaction(SIGALRM, &action, &before), 0);
     RegularExpression const expression("(.)\\1+", 0);
-    std::string const subject(10000, 'a');
-    itimerval const every{{0, 500}, {0, 500}};
+    std::string const subject(500, 'a');
+    itimerval const every{{0, 200}, {0, 200}};
     itimerval const never{};
-    handledBy = pthread_self();
     ::setitimer(ITIMER_REAL, &every, nullptr);
-    EXPECT_EQ(expression.first_match(subject.c_str()), Offsets(0, 10000));
+    for (int i = 0; i < 10000 && signalsOnOwnStack < 3; ++i) {
+        ASSERT_EQ(expression.first_match(subject.c_str()), Offsets(0, 500));
+    }
     ::setitimer(ITIMER_REAL, &never, nullptr);
     ::sigaction(SIGALRM, &before, nullptr);
-    EXPECT_TRUE(::pthread_equal(handledBy, ::pthread_self()));
+    EXPECT_GE(signalsOnOwnStack, 3);
+    EXPECT_EQ(signalsOfOthers, 0);
 }
 
 }  // namespace
