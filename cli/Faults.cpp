@@ -11,6 +11,7 @@
 
 #include "Excerpt.hpp"
 #include "Streams.hpp"
+#include "regex/pattern/LibcCost.hpp"
 #include "regex/pattern/PatternReader.hpp"
 
 #include <zeb/foundation/Logger.hpp>
@@ -56,6 +57,57 @@ std::optional<std::size_t> longestPrefix(std::string const& text,
     return std::nullopt;
 }
 
+ZEBNS2::PatternSyntax syntaxOf(Options options) noexcept {
+    return (options & RegularExpression::BASIC_SYNTAX) != 0 ? ZEBNS2::PatternSyntax::BASIC
+                                                            : ZEBNS2::PatternSyntax::EXTENDED;
+}
+
+/// What is wrong with a pattern that the library refuses although the C library would try it, and
+/// the way out. The library itself has one text for all: that of exhausted memory.
+char const* wordsFor(ZEBNS2::PatternHazard hazard) noexcept {
+    using ZEBNS2::PatternHazard;
+    switch (hazard) {
+        case PatternHazard::LENGTH:
+            return "it is longer than 65536 bytes; search for its parts one after the other";
+        case PatternHazard::NESTING:
+            return "its groups are nested more than 100 deep; take parentheses away";
+        case PatternHazard::DOLLARS:
+            return "it has more than 100 dollars in a row; write [$] and a count";
+        case PatternHazard::NODES:
+            return "it is too large when its repeats are written out; lower their counts";
+        case PatternHazard::EPSILON_DEPTH:
+        case PatternHazard::CLOSURES:
+        case PatternHazard::LOOP_CLOSURES:
+        case PatternHazard::MULTIBYTE_SETS:
+            return "its alternatives and what may be left out would exhaust memory; lower the "
+                   "counts "
+                   "of its repeats, or search for its parts one after the other";
+        case PatternHazard::ANCHOR_CLOSURES:
+            return "too many anchors can meet in one place; take repeated anchors away";
+        case PatternHazard::ANCHOR_IN_NULLABLE_STAR:
+        case PatternHazard::COPIED_ANCHOR_AND_NULLABLE_STAR:
+            return "an anchor and a repeat of what can be empty would send the C library round for "
+                   "ever; repeat only what takes a character, or move the anchor out of the repeat";
+        case PatternHazard::ENDLESS_STAR:
+            return "a repeat of what can be empty would send the C library round for ever; repeat "
+                   "only what takes a character, as in (a|b+)* for (a*|b+)*";
+        case PatternHazard::BACK_REFERENCES:
+            return "its back-references leave too many choices, which the C library would all try; "
+                   "use fewer of them, or groups that match less";
+        case PatternHazard::BACK_REFERENCES_IN_STAR:
+            return "a back-reference in an unlimited repeat leaves too many choices, which the C "
+                   "library would all try; limit the repeat, as in {0,4}, or begin it with a "
+                   "character";
+        case PatternHazard::BACK_REFERENCE_AND_NULLABLE_STAR:
+            return "a back-reference next to a repeat of what can be empty would send the C "
+                   "library "
+                   "round for ever; repeat only what takes a character";
+        case PatternHazard::NONE:
+            break;
+    }
+    return nullptr;
+}
+
 bool compiles(std::string const& pattern, Options options) {
     try {
         RegularExpression const expression(pattern, options);
@@ -91,19 +143,19 @@ struct OpenGroups {
     std::size_t outermost;  ///< offset of the first of them
 };
 
-OpenGroups openGroups(std::string const& pattern, bool basic) {
+OpenGroups openGroups(std::string const& pattern, Options options) {
     GroupReader builder;
     GroupReader::Fragment whole;
-    ZEBNS2::PatternReader reader(
-        pattern, basic ? ZEBNS2::PatternSyntax::BASIC : ZEBNS2::PatternSyntax::EXTENDED, builder);
+    ZEBNS2::PatternReader reader(pattern, syntaxOf(options), builder);
     static_cast<void>(reader.read(whole));
     return {reader.openGroups(), reader.outermostOpening()};
 }
 
 /// What closes the groups that are open.
-std::string groupClosers(std::string const& pattern, bool basic) {
+std::string groupClosers(std::string const& pattern, Options options) {
+    bool const basic = syntaxOf(options) == ZEBNS2::PatternSyntax::BASIC;
     std::string closers;
-    for (std::size_t i = openGroups(pattern, basic).count; i > 0; --i) {
+    for (std::size_t i = openGroups(pattern, options).count; i > 0; --i) {
         closers += basic ? "\\)" : ")";
     }
     return closers;
@@ -117,12 +169,12 @@ bool endsInBackslash(std::string const& text) {
 
 /// The byte of a faulty expression at which the trouble is.
 std::optional<std::size_t> faultOf(std::string const& pattern, Options options) {
-    bool const basic = (options & RegularExpression::BASIC_SYNTAX) != 0;
+    bool const basic = syntaxOf(options) == ZEBNS2::PatternSyntax::BASIC;
     auto const alone = [&](std::string const& prefix) { return compiles(prefix, options); };
     // A backslash at the end would take the closer away.
     auto const closedBy = [&](std::string const& prefix, std::string const& closer) {
         return !endsInBackslash(prefix) &&
-               compiles(prefix + closer + groupClosers(prefix, basic), options);
+               compiles(prefix + closer + groupClosers(prefix, options), options);
     };
     auto const groupsClosed = [&](std::string const& prefix) { return closedBy(prefix, ""); };
     auto const sound = longestPrefix(pattern, [&](std::string const& prefix) {
@@ -133,7 +185,7 @@ std::optional<std::size_t> faultOf(std::string const& pattern, Options options) 
     if (!sound || *sound < pattern.size()) {
         return sound;
     }
-    return groupsClosed(pattern) ? openGroups(pattern, basic).outermost
+    return groupsClosed(pattern) ? openGroups(pattern, options).outermost
                                  : longestPrefix(pattern, groupsClosed);
 }
 
@@ -158,8 +210,12 @@ struct Complaint {
 [[noreturn]] void failAt(Complaint const& complaint, std::string const& text, std::size_t start,
                          Options options) {
     std::optional<std::size_t> const fault = faultOf(complaint.pattern, options);
-    throw Failure(complaint.reason, fault ? excerpt(text, start + *fault, isColored(STDERR_FILENO))
-                                          : beginning(text));
+    char const* const refusal =
+        wordsFor(ZEBNS2::patternHazard(complaint.pattern.c_str(), syntaxOf(options)));
+    throw Failure(
+        refusal != nullptr ? std::string("the expression is refused: ") + refusal
+                           : complaint.reason,
+        fault ? excerpt(text, start + *fault, isColored(STDERR_FILENO)) : beginning(text));
 }
 
 /// Whether the library knows the command. It yields an empty text for one that it does not know,

@@ -47,7 +47,6 @@ constexpr Row EXTENDED_ROWS[] = {
     {"a{1,0}", 4, COUNT},                                // 1, is a minimum; the 0 spoils it
     {"a{x}", 1, COUNT},                                  //
     {"a{99999}", 6, "Regular expression too big"},       // 9999 is fine
-    {"(a|)(\\1\\1)*x", 10, "Memory exhausted"},          // refused by the library, see its contract
 };
 
 constexpr Row BASIC_ROWS[] = {
@@ -77,6 +76,52 @@ TEST(Faults, AreShownInBasicExpressions) {
         EXPECT_EQ(zebText({"match", "--basic", "--", row.pattern}),
                   faulty(row.reason, row.pattern, row.fault));
     }
+}
+
+constexpr char LOOP[] =
+    "a back-reference in an unlimited repeat leaves too many choices, which the C library would "
+    "all try; limit the repeat, as in {0,4}, or begin it with a character";
+
+TEST(Faults, ARefusalSaysWhyAndShowsTheWayOut) {
+    ProcessResult const refused =
+        failsWith("the expression is refused: "s + LOOP, "  (a|)(\\1\\1)*x\n            ^\n");
+    EXPECT_EQ(zebText({"match", "(a|)(\\1\\1)*x"}), refused);
+    EXPECT_EQ(zebText({"replace", "(a|)(\\1\\1)*x", "b", "/dev/null"}), refused);
+    EXPECT_EQ(zebText({"match", "--basic", "\\(a\\|\\)\\(\\1\\1\\)*x"}),
+              failsWith("the expression is refused: "s + LOOP,
+                        "  \\(a\\|\\)\\(\\1\\1\\)*x\n                 ^\n"));
+    EXPECT_EQ(zebText({"edit", "s/(a|)(\\1\\1)*x/b/"}),
+              failsWith("the expression is refused: "s + LOOP,
+                        "  s/(a|)(\\1\\1)*x/b/\n              ^\n"));
+}
+
+TEST(Faults, EachKindOfRefusalHasItsOwnWords) {
+    struct Refusal {
+        std::string pattern;
+        char const* words;
+    };
+    Refusal const refusals[] = {
+        {std::string(65537, 'a'), "it is longer than 65536 bytes; search for"},
+        {std::string(101, '(') + "a" + std::string(101, ')'),
+         "its groups are nested more than 100"},
+        {"(a{1000}){1000}", "it is too large when its repeats are written out; lower"},
+        {"a{0,32767}", "its alternatives and what may be left out would exhaust memory"},
+        {std::string(500, '^'), "too many anchors can meet in one place; take"},
+        {"(a|\\b|\\`)*", "an anchor and a repeat of what can be empty would send"},
+        {"(a*|b|c*)*", "a repeat of what can be empty would send"},
+        {"(.+)\\1{1,9}", "its back-references leave too many choices"},
+        {"(.)([a-z]*)*\\1", "a back-reference next to a repeat of what can be empty"},
+    };
+    for (Refusal const& refusal : refusals) {
+        ProcessResult const result = zebText({"match", refusal.pattern});
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.err.find("zeb-text: the expression is refused: "s + refusal.words), 0u)
+            << result.err;
+    }
+    ProcessResult const dollars = zebText({"match", "--basic", std::string(102, '$')});
+    EXPECT_EQ(dollars.err.find("zeb-text: the expression is refused: it has more than 100 dollars"),
+              0u)
+        << dollars.err;
 }
 
 TEST(Faults, WhatIsNotPrintableIsEscaped) {
