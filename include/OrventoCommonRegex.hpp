@@ -33,9 +33,10 @@
 ///   may leave few choices open: how long their group is, where it is, how far after it they are.
 ///   `(.+)\1{1,4}` and `.*(.).*\1` pass, `(.+)\1{1,9}` and `.*(.).*\1.*\1` do not. An unlimited
 ///   repeat may contain a back-reference only if it leaves no choice: `(.)\1+` and `([a-z]+)( \1)+`
-///   pass, `(.+)\1+` and `.*(.)\1+` do not. A back-reference next to an unlimited repeat of what
-///   can be empty does not pass if both can take the same characters, as in `(.)([a-z]*)*\1` (write
-///   `(.)[a-z]*\1`).
+///   pass, `(.+)\1+` and `.*(.)\1+` do not. Between such a group and its back-reference must be no
+///   repeat that can take one text in many ways, as in `(.+)(a+)*\1` (write `(.+)a*\1`). A
+///   back-reference next to an unlimited repeat of what can be empty does not pass if both can take
+///   the same characters, as in `(.)([a-z]*)*\1` (write `(.)[a-z]*\1`).
 /// - The C library keeps the states it has built, so the object's memory grows with the pattern and
 ///   the texts searched. When the states may exceed 64 MiB, the object is compiled again and starts
 ///   without them, unless its latest compilation was less than 20 milliseconds ago or took more

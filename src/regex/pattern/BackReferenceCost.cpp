@@ -14,6 +14,9 @@ using Width = BackReferenceCost::Width;
 
 constexpr Width WIDE = BackReferenceCost::WIDE;
 
+/// Bits of the ways that grow with the text.
+constexpr std::uint32_t ENDLESS_WAYS = 1000;
+
 Width saturated(std::uint64_t width) noexcept {
     return static_cast<Width>(std::min<std::uint64_t>(width, WIDE));
 }
@@ -38,12 +41,29 @@ Uncertainty after(Uncertainty const& place, Fragment const& next) noexcept {
             saturatedCount(std::uint64_t{place.repeats} + next.end.repeats)};
 }
 
+/// The points of something of which there are so many: the logarithm, rounded down, 0 for none.
+std::uint32_t doublings(std::uint32_t count) noexcept {
+    std::uint32_t bits = 0;
+    for (; count > 1; count /= 2) {
+        ++bits;
+    }
+    return bits;
+}
+
+/// Bits of the ways to cut one text into a text of `a` and one of `b`, the groups given.
+std::uint32_t waysToCut(Fragment const& a, Fragment const& b) noexcept {
+    bool const decided =
+        a.prefixFree || b.fixedOwnLength || a.end.width == 0 || !a.end.characters.meets(b.alphabet);
+    return decided ? 0 : doublings(a.end.width) + 1;
+}
+
 Fragment oneOf(CharacterSet const& characters) noexcept {
     Fragment part;
     part.nullable = part.epsilonNullable = false;
     part.length = 1;
-    part.alphabet = part.ownAlphabet = characters;
+    part.alphabet = part.ownAlphabet = part.first = characters;
     part.needsCharacter = true;
+    part.size = 1;
     return part;
 }
 
@@ -81,7 +101,8 @@ Fragment BackReferenceCost::backReference(std::uint32_t number) noexcept {
     part.isReference = part.needsReference = true;
     part.references = 1;
     part.nullable = group.nullable;
-    part.alphabet = group.alphabet;
+    part.alphabet = part.first = group.alphabet;
+    part.size = 1;
     part.fixedLength = group.fixedLength;
     part.length = group.characters;
     part.end = {group.alphabet, group.length, 0};
@@ -111,6 +132,7 @@ Fragment BackReferenceCost::closeGroup(Group const& group, Fragment const& inner
         referent.characters = inner.length;
         referent.nullable = inner.nullable;
         referent.isLeaf = part.ownAlphabet.empty();
+        part.waysSince[group.number] = 0;
     }
     return part;
 }
@@ -133,6 +155,10 @@ Fragment BackReferenceCost::sequence(Fragment const& a, Fragment const& b) noexc
     part.end = after(a.end, b);
     part.referenced = a.referenced | b.referenced;
     part.groups = a.groups | b.groups;
+    part.size = saturatedCount(std::uint64_t{a.size} + b.size);
+    part.first = a.nullable ? a.first | b.first : a.first;
+    part.prefixFree = b.prefixFree && (a.prefixFree || endsUncertainty(a.end, b));
+    addWays(part, a, b);
     for (std::uint32_t n = 1; n <= MAX_GROUP; ++n) {
         bool const inA = (a.groups >> n & 1U) != 0;
         bool const inB = (b.groups >> n & 1U) != 0;
@@ -158,6 +184,28 @@ Fragment BackReferenceCost::sequence(Fragment const& a, Fragment const& b) noexc
     return part;
 }
 
+/// What is between a group of `a` and a reference to it in `b` can be taken in `a`'s ways since the
+/// group, times those of `b`. All of `b`'s count, though some may follow the reference.
+void BackReferenceCost::addWays(Fragment& part, Fragment const& a, Fragment const& b) noexcept {
+    std::uint32_t const further = b.ways + waysToCut(a, b);
+    part.ways = saturatedCount(std::uint64_t{a.ways} + further);
+    bool const separates = a.end.width != 0 && !a.end.characters.meets(b.alphabet);
+    for (std::uint32_t n = 1; n <= MAX_GROUP; ++n) {
+        bool const inA = (a.groups >> n & 1U) != 0;
+        // Only the last place behind the group leads into a `b` that is not empty.
+        bool const decided = separates && a.sinceGroup[n] == 0;
+        std::uint32_t const since =
+            saturatedCount(std::uint64_t{a.waysSince[n]} + (decided ? 0 : further));
+        if (inA && decided && !b.nullable) {
+            groups_[n].endIsDecided = true;
+        }
+        if (inA && b.pending[n] != 0 && groups_[n].isLoose() && since > LibcLimits::MAX_WAYS) {
+            refuse(PatternHazard::BACK_REFERENCES);
+        }
+        part.waysSince[n] = (b.groups >> n & 1U) != 0 ? b.waysSince[n] : since;
+    }
+}
+
 Fragment BackReferenceCost::choice(Fragment const& a, Fragment const& b) noexcept {
     Fragment part;
     part.needsReference = a.needsReference && b.needsReference;
@@ -181,7 +229,13 @@ Fragment BackReferenceCost::choice(Fragment const& a, Fragment const& b) noexcep
     }
     part.referenced = a.referenced | b.referenced;
     part.groups = a.groups | b.groups;
+    part.size = saturatedCount(std::uint64_t{a.size} + b.size);
+    part.first = a.first | b.first;
+    bool const disjoint = !a.first.meets(b.first) && !(a.nullable && b.nullable);
+    part.prefixFree = disjoint && !part.nullable && a.prefixFree && b.prefixFree;
+    part.ways = std::max(a.ways, b.ways) + (disjoint ? 0 : 1);
     for (std::uint32_t n = 1; n <= MAX_GROUP; ++n) {
+        part.waysSince[n] = std::max(a.waysSince[n], b.waysSince[n]);
         part.sinceGroup[n] = std::max(a.sinceGroup[n], b.sinceGroup[n]);
         part.pending[n] = static_cast<std::uint8_t>(std::min(a.pending[n] + b.pending[n], 255));
         part.untilReference[n] = std::max(a.untilReference[n], b.untilReference[n]);
@@ -230,7 +284,13 @@ Fragment BackReferenceCost::repeat(Fragment const& item, int least, int most) no
     } else if (item.end.width != 0) {
         part.end = {item.alphabet, saturated(std::uint64_t{item.end.width} * copies), repeats};
     }
+    part.size = saturatedCount(std::uint64_t{item.size} * copies);
+    part.prefixFree = item.prefixFree && least == most;
+    std::uint32_t const ways = item.ways + waysToCut(item, item);
+    part.ways =
+        unlimited && ways != 0 ? ENDLESS_WAYS : saturatedCount(std::uint64_t{ways} * copies);
     for (std::uint32_t n = 1; n <= MAX_GROUP; ++n) {
+        part.waysSince[n] = copies > 1 || unlimited ? part.ways : item.waysSince[n];
         part.pending[n] =
             static_cast<std::uint8_t>(std::min<std::uint32_t>(item.pending[n] * choices, 255));
         if (part.pending[n] != 0 && !item.isReference) {
@@ -239,6 +299,7 @@ Fragment BackReferenceCost::repeat(Fragment const& item, int least, int most) no
         }
         if ((item.groups >> n & 1U) != 0) {
             groups_[n].place = std::max({groups_[n].place, part.end.width, Width{1}});
+            groups_[n].copies = saturatedCount(std::uint64_t{groups_[n].copies} * copies);
             if (unlimited && groups_[n].length != 0) {
                 groups_[n].length = WIDE;  // each iteration has another one
             }
@@ -258,6 +319,8 @@ std::uint32_t BackReferenceCost::freedomOf(Referent const& group, Width distance
     points += distance == WIDE ? 1U : 0U;
     points += anywhere && group.length == WIDE ? 3U : 0U;
     points += anywhere && distance == WIDE ? 3U : 0U;
+    // Measured: the time grows with the third power of the copies.
+    points += 3 * doublings(group.copies / 2);
     return points;
 }
 
@@ -309,7 +372,9 @@ void BackReferenceCost::checkStar(Fragment const& body) noexcept {
 /// With a star over a nullable body regexec can go round for ever when it has to backtrack, for
 /// example `(a)?*+\1` on "aa"; not if the star cannot take what the references take.
 void BackReferenceCost::finish(Fragment const& pattern) noexcept {
-    freedom_ = pattern.freedom == 0 ? 0 : pattern.freedom + 2 * pattern.end.repeats;
+    if (pattern.freedom != 0) {
+        freedom_ = pattern.freedom + 2 * pattern.end.repeats + 2 * doublings(pattern.size / 16);
+    }
     if (freedom_ > LibcLimits::MAX_FREEDOM) {
         refuse(PatternHazard::BACK_REFERENCES);
     }

@@ -34,6 +34,16 @@
 /// A choice ends where the text decides: after `[^,]*,` the place is certain, because the first
 /// part cannot take the comma.
 ///
+/// Each copy of a group that a counted repeat makes is one more group to try, and each node is one
+/// more to walk through for each choice: `([ab]){1,120}\1` keeps libc busy for seconds. So copies
+/// and size are worth points, too, where references leave a choice.
+///
+/// When the groups are looked for, sets of nodes no longer help: where the reference does not fit
+/// the group that was tried first, regexec goes back through each way of taking the text between
+/// them. `(.+)(a+)*\1` has 2^n. So ways are counted in bits, by Fragment::ways: a place where one
+/// text can be cut in several ways has some, an unlimited repeat multiplies them without end.
+/// Between a group that can be tried wrongly and its reference there may be LibcLimits::MAX_WAYS.
+///
 /// Cost: linear in the pattern; only patterns with back-references are read.
 
 namespace ZEBNS2 {
@@ -73,6 +83,12 @@ public:
         Uncertainty end;               ///< of its end, when its start is certain
         std::uint32_t referenced = 0;  ///< numbers of groups that it refers to, 1 << n for group n
         std::uint32_t groups = 0;      ///< that it contains, likewise
+        std::uint32_t size = 0;        ///< characters to take, copies by repeats included
+        CharacterSet first;            ///< characters that it can begin with
+        bool prefixFree = true;        ///< no text that it takes begins another
+        std::uint32_t ways = 0;        ///< bits: to take one text, its two ends given
+        /// ... from the end of each of its groups to its end.
+        std::array<std::uint32_t, MAX_GROUP + 1> waysSince{};
         /// From the end of each of its groups to its end.
         std::array<Width, MAX_GROUP + 1> sinceGroup{};
         /// References to groups that precede it: how many, and the widest way from its start.
@@ -134,12 +150,17 @@ private:
         bool fixedLength = true;
         std::uint32_t characters = 0;  ///< its length, when fixed
         bool nullable = true;
-        bool isLeaf = false;  ///< contains neither groups nor references
+        bool isLeaf = false;        ///< contains neither groups nor references
+        bool endIsDecided = false;  ///< by the text behind it
+        std::uint32_t copies = 1;   ///< by repeats
+        /// Whether regexec can try it with a text that the reference does not have.
+        bool isLoose() const noexcept { return place != 0 || (length != 0 && !endIsDecided); }
     };
 
     CharacterSet alphabetOutside(Fragment const& part, std::uint32_t except) const noexcept;
     void refuse(PatternHazard hazard) noexcept;
     void checkStar(Fragment const& body) noexcept;
+    void addWays(Fragment& part, Fragment const& a, Fragment const& b) noexcept;
     std::uint32_t freedomOf(Referent const& group, Width distance) const noexcept;
 
     PatternHazard hazard_ = PatternHazard::NONE;
