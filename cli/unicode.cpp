@@ -114,9 +114,27 @@ std::size_t completeLength(char const* data, std::size_t size, BOMTypes order) {
     return (length - start) / 2 % 2 == 0 ? length : length - 2;
 }
 
+/// Pieces of a text as the library's converter takes them, in memory that is used again.
+class Pieces {
+public:
+    Array<char> const& of(char const* data, std::size_t size) {
+        if (bytes_.size() < size) {
+            bytes_ = Array<char>(size);
+        } else {
+            bytes_.remove(size, bytes_.size() - size);
+        }
+        std::copy_n(data, size, bytes_.data());
+        return bytes_;
+    }
+
+private:
+    Array<char> bytes_;
+};
+
 /// Reads UTF-16 to its end.
 /// @param sink gets the text in UTF-8, piece by piece
 void readUtf16(Reader& input, BOMTypes order, std::function<void(String const&)> const& sink) {
+    Pieces pieces;
     for (bool first = true;; first = false) {
         std::size_t const size =
             input.atEnd() ? input.size() : completeLength(input.data(), input.size(), order);
@@ -127,7 +145,8 @@ void readUtf16(Reader& input, BOMTypes order, std::function<void(String const&)>
             begin[order == ZEBNS2::BOM_UTF16_LE ? 0 : 1] = '\xFF';
             begin[order == ZEBNS2::BOM_UTF16_LE ? 1 : 0] = '\xFE';
         }
-        sink(ZEBNS2::UTF16ToUTF8(Array<char>(begin, input.data() + size), order));
+        auto const length = static_cast<std::size_t>(input.data() + size - begin);
+        sink(ZEBNS2::UTF16ToUTF8(pieces.of(begin, length), order));
         input.consume(size);
         if (!input.more()) {
             return;
