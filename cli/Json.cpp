@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 namespace zeb::cli {
 
@@ -54,54 +55,67 @@ void appendEscaped(std::string& json, char byte) {
     json += DIGITS[value & 0xFU];
 }
 
-}  // namespace
-
-bool isUtf8(std::string_view text) {
-    while (!text.empty()) {
-        auto const* const begin = text.data();
-        auto const* const end = begin + text.size();
-        auto const* const other = std::find_if(
-            begin, end, [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; });
-        text.remove_prefix(static_cast<std::size_t>(other - begin));
-        if (text.empty()) {
-            return true;
+/// Bytes at the start of `text` that stand for themselves in a string of JSON and are ASCII.
+std::size_t plainLength(std::string_view text) {
+    constexpr std::uint64_t ONES = 0x0101010101010101;
+    std::size_t length = 0;
+    for (; text.size() - length >= sizeof ONES; length += sizeof ONES) {
+        std::uint64_t eight = 0;
+        std::memcpy(&eight, text.data() + length, sizeof eight);
+        // A byte of each term has its high bit when the byte is not ASCII, below the blank, a
+        // quote or a backslash; bytes above such a one may have it for nothing.
+        std::uint64_t const special = eight | (eight - 0x20 * ONES) |
+                                      ((eight ^ '"' * ONES) - ONES) |
+                                      ((eight ^ '\\' * ONES) - ONES);
+        if ((special & (0x80 * ONES)) != 0) {
+            break;
         }
-        std::size_t const length = utf8Length(text);
-        if (length == 0) {
-            return false;
-        }
-        text.remove_prefix(length);
     }
-    return true;
+    auto const isPlain = [](char byte) {
+        return static_cast<unsigned char>(byte) < 0x80 && !needsEscape(byte);
+    };
+    while (length < text.size() && isPlain(text[length])) {
+        ++length;
+    }
+    return length;
 }
 
-void appendJson(std::string& json, std::string_view text) {
-    if (!isUtf8(text)) {
-        json += ordered_json(text).dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
-                                        ordered_json::error_handler_t::replace);
-        return;
-    }
+}  // namespace
+
+bool appendJson(std::string& json, std::string_view text) {
+    std::size_t const begin = json.size();
     json += '"';
-    while (!text.empty()) {
-        auto const* const begin = text.data();
-        auto const* const end = begin + text.size();
-        auto const* const other = std::find_if(begin, end, needsEscape);
-        json.append(begin, other);
-        text.remove_prefix(static_cast<std::size_t>(other - begin));
-        if (!text.empty()) {
-            appendEscaped(json, text.front());
-            text.remove_prefix(1);
+    for (std::string_view rest = text;;) {
+        std::size_t const plain = plainLength(rest);
+        json.append(rest.data(), plain);
+        rest.remove_prefix(plain);
+        if (rest.empty()) {
+            json += '"';
+            return true;
         }
+        if (needsEscape(rest.front())) {
+            appendEscaped(json, rest.front());
+            rest.remove_prefix(1);
+            continue;
+        }
+        std::size_t const length = utf8Length(rest);
+        if (length == 0) {
+            break;
+        }
+        json.append(rest.data(), length);
+        rest.remove_prefix(length);
     }
-    json += '"';
+    json.resize(begin);
+    json += ordered_json(text).dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
+                                    ordered_json::error_handler_t::replace);
+    return false;
 }
 
 void appendJsonMember(std::string& json, char const* name, std::string_view text) {
     json += '"';
     json += name;
     json += "\":";
-    appendJson(json, text);
-    if (!isUtf8(text)) {
+    if (!appendJson(json, text)) {
         json += ",\"";
         json += name;
         json += "Base64\":\"" + base64(text) + '"';

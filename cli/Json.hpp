@@ -6,14 +6,12 @@
 namespace zeb::cli {
 
 /// Appends a text as a string of JSON, with its quotes, each malformed piece of UTF-8 as U+FFFD.
-void appendJson(std::string& json, std::string_view text);
+/// @return whether the text is well-formed UTF-8
+bool appendJson(std::string& json, std::string_view text);
 
 /// Appends `"name":` and the text as a member of an object; behind it, when the text is no UTF-8,
 /// the member nameBase64 with all its bytes in base64.
 void appendJsonMember(std::string& json, char const* name, std::string_view text);
-
-/// Whether the text is well-formed UTF-8.
-[[nodiscard]] bool isUtf8(std::string_view text);
 
 /// The bytes of a text in base64 (RFC 4648), padded.
 [[nodiscard]] std::string base64(std::string_view bytes);

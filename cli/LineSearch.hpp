@@ -2,8 +2,11 @@
 
 #include <OrventoCommonRegex.hpp>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -23,24 +26,40 @@ public:
     [[nodiscard]] std::pair<int, int> first(char const* line) const;
 
     /// All matches in a line that are not empty.
-    [[nodiscard]] Matches all(ZEBNS2::String const& line) const;
+    /// @param line is followed by a NUL
+    /// @param first what `first` gives for it, not (-1, -1)
+    [[nodiscard]] Matches all(std::string_view line, std::pair<int, int> const& first) const;
 
     /// The texts of the first match, of the first expression that matches, and of its groups.
     [[nodiscard]] ZEBNS2::StringArray groups(ZEBNS2::String const& line) const;
 
-    /// A text without which no line matches; empty where none is known.
-    [[nodiscard]] std::string const& required() const { return required_; }
+    /// Whether lines that cannot match are found without the expressions, by `nextCandidate`.
+    [[nodiscard]] bool canSkip() const { return !required_.empty(); }
+
+    /// The first place from `begin` on, before `end`, where a line that matches has bytes that it
+    /// must have; `end` when there is none. No NUL is before `end`.
+    [[nodiscard]] char const* nextCandidate(char const* begin, char const* end) const;
+
+    /// Whether a candidate is a match, of which `literalAt` gives the offsets.
+    [[nodiscard]] bool isLiteral() const { return literal_; }
+    [[nodiscard]] std::pair<int, int> literalAt(int begin) const {
+        return {begin, begin + static_cast<int>(required_.size())};
+    }
 
     /// Whether some expression has groups.
     [[nodiscard]] bool hasGroups() const { return hasGroups_; }
 
 private:
-    /// The matches of one expression that begin at an offset or behind it.
-    [[nodiscard]] static Matches allFrom(ZEBNS2::RegularExpression const& expression,
-                                         ZEBNS2::String const& line, std::uint32_t from);
+    void require(std::string const& literal, Options options);
+    [[nodiscard]] char const* nextInEitherCase(char const* begin, char const* end) const;
+
+    [[nodiscard]] Matches allLiteral(std::string_view line, std::size_t from) const;
 
     std::vector<ZEBNS2::RegularExpression> expressions_;
-    std::string required_;
+    std::string required_;  ///< bytes without which no line matches; none where none are known
+    bool literal_ = false;  ///< whether the required bytes are the whole of the one expression
+    bool anyCase_ = false;  ///< whether their letters, which are small, may be of either case
+    std::array<std::size_t, 0x100> shifts_{};  ///< for `nextInEitherCase`
     bool hasGroups_ = false;
 };
 

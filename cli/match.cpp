@@ -11,10 +11,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <cstring>
 #include <deque>
 #include <filesystem>
+#include <iterator>
+#include <limits>
 #include <string_view>
 #include <utility>
 
@@ -51,20 +54,20 @@ struct Selection {
     }
 };
 
-String textOf(OffsetPair const& match, String const& line) {
-    return line.substring(match.first, match.second - match.first);
+std::string_view textOf(OffsetPair const& match, std::string_view line) {
+    return line.substr(match.first, match.second - match.first);
 }
 
 /// A line with its matches in colour.
-std::string highlighted(LineSearch const& search, String const& line) {
+std::string highlighted(std::string_view line, LineSearch::Matches const& matches) {
     std::string text;
     std::size_t end = 0;
-    for (OffsetPair const& match : search.all(line)) {
-        text += line.substring(end, match.first - end);
+    for (OffsetPair const& match : matches) {
+        text += line.substr(end, match.first - end);
         text += painted(/*colored=*/true, MATCH_COLOR, textOf(match, line));
         end = match.second;
     }
-    return text + std::string(line.substring(end));
+    return text += line.substr(end);
 }
 
 /// Searches one input and prints what is selected.
@@ -72,7 +75,13 @@ class InputSearch {
 public:
     InputSearch(Selection const& selection, LineSearch const& search, Output& out,
                 std::string const& name)
-        : selection_(selection), search_(search), out_(out), name_(name) {}
+        : selection_(selection), search_(search), out_(out), name_(name) {
+        if (selection.json) {
+            jsonHead_ = "{";
+            appendJsonMember(jsonHead_, "file", name);
+            jsonHead_ += ",\"line\":";
+        }
+    }
 
     /// @return whether any line is selected
     bool run(Reader& input) {
@@ -100,21 +109,26 @@ private:
         bool const skips = canSkip(piece);
         while (line < end) {
             if (skips) {
-                char* const candidate = nextCandidate(line, end);
+                place_ = search_.nextCandidate(line, end);
+                char* const candidate = beginOfLine(line, end);
                 if (candidate != line) {
                     printRun(run, line);
                     pass(line, candidate);
                     line = candidate;
-                    continue;
+                }
+                if (line == end) {
+                    break;
                 }
             }
             void* const newline = std::memchr(line, '\n', static_cast<std::size_t>(end - line));
             char* const stop = newline == nullptr ? end : static_cast<char*>(newline);
             char const kept = *stop;
             *stop = '\0';
-            std::pair<int, int> const match = search_.first(line);
+            match_ = skips && search_.isLiteral() && stop - line <= std::numeric_limits<int>::max()
+                         ? search_.literalAt(static_cast<int>(place_ - line))
+                         : search_.first(line);
             ++number_;
-            bool const chosen = (match.first >= 0) != selection_.invert;
+            bool const chosen = (match_.first >= 0) != selection_.invert;
             if (chosen) {
                 ++selected_;
             }
@@ -137,22 +151,18 @@ private:
         printRun(run, end);
     }
 
-    /// Whether lines without the required text may be passed over. Behind a NUL nothing is
-    /// searched.
+    /// Whether lines that cannot match may be passed over. Behind a NUL nothing is searched.
     [[nodiscard]] bool canSkip(Piece const& piece) const {
-        return !search_.required().empty() && !selection_.invert && !selection_.context &&
+        return search_.canSkip() && !selection_.invert && !selection_.context &&
                std::memchr(piece.data, '\0', piece.size) == nullptr;
     }
 
-    /// The line from `line` on that has the required text; the end when there is none.
-    [[nodiscard]] char* nextCandidate(char* line, char* end) const {
-        void* const found = ::memmem(line, static_cast<std::size_t>(end - line),
-                                     search_.required().data(), search_.required().size());
-        if (found == nullptr) {
+    /// The begin of the line that has `place_`, from `line` on; the end when that is the end.
+    [[nodiscard]] char* beginOfLine(char* line, char* end) const {
+        if (place_ == end) {
             return end;
         }
-        void* const before =
-            ::memrchr(line, '\n', static_cast<std::size_t>(static_cast<char*>(found) - line));
+        void* const before = ::memrchr(line, '\n', static_cast<std::size_t>(place_ - line));
         return before == nullptr ? line : static_cast<char*>(before) + 1;
     }
 
@@ -229,52 +239,67 @@ private:
         if (selection_.json) {
             printJson(line);
         } else if (selection_.only) {
-            String const text(line);
-            for (OffsetPair const& match : search_.all(text)) {
+            for (OffsetPair const& match : search_.all(line, match_)) {
                 printHead(number_, ':');
-                out_.line(painted(selection_.colored, MATCH_COLOR, textOf(match, text)));
+                out_.line(painted(selection_.colored, MATCH_COLOR, textOf(match, line)));
             }
         } else {
             printHead(number_, ':');
             if (selection_.groups) {
                 out_.line(ZEBNS2::untokenize(search_.groups(line), "\t"));
+            } else if (selection_.colored && !selection_.invert) {
+                out_.line(highlighted(line, search_.all(line, match_)));
             } else {
-                out_.line(selection_.colored && !selection_.invert ? highlighted(search_, line)
-                                                                   : std::string(line));
+                out_.line(line);
             }
         }
     }
 
     void printJson(std::string_view line) {
-        json_ = "{";
-        appendJsonMember(json_, "file", name_);
-        json_ += ",\"line\":" + std::to_string(number_) + ',';
+        json_ = jsonHead_;
+        appendNumber(number_);
+        json_ += ',';
         appendJsonMember(json_, "text", line);
         json_ += ",\"matches\":[";
-        String const text(line);
-        char const* comma = "";
-        for (auto const& [start, end] : search_.all(text)) {
-            json_ += comma;
-            json_ +=
-                "{\"start\":" + std::to_string(start) + ",\"end\":" + std::to_string(end) + ',';
-            appendJsonMember(json_, "text", line.substr(start, end - start));
-            json_ += '}';
-            comma = ",";
+        char const* comma = "{\"start\":";
+        if (match_.first >= 0) {
+            for (OffsetPair const& match : search_.all(line, match_)) {
+                json_ += comma;
+                appendNumber(match.first);
+                json_ += ",\"end\":";
+                appendNumber(match.second);
+                json_ += ',';
+                appendJsonMember(json_, "text", textOf(match, line));
+                json_ += '}';
+                comma = ",{\"start\":";
+            }
         }
         json_ += "],\"groups\":[";
+        appendGroups(line);
+        out_.line(json_);
+    }
+
+    /// Ends the object with the texts of the groups.
+    void appendGroups(std::string_view line) {
         bool utf8 = true;
         std::string bytes;
         if (search_.hasGroups()) {
-            ZEBNS2::StringArray const groups = search_.groups(text);
+            ZEBNS2::StringArray const groups = search_.groups(line);
             for (std::size_t i = 1; i < groups.size(); ++i) {
                 json_ += i == 1 ? "" : ",";
-                appendJson(json_, groups[i]);
+                bool const isUtf8 = appendJson(json_, groups[i]);
+                utf8 = utf8 && isUtf8;
+            }
+            for (std::size_t i = 1; !utf8 && i < groups.size(); ++i) {
                 bytes += std::string(i == 1 ? "\"" : ",\"") + base64(groups[i]) + '"';
-                utf8 = utf8 && isUtf8(groups[i]);
             }
         }
         json_ += utf8 ? "]}" : "],\"groupsBase64\":[" + bytes + "]}";
-        out_.line(json_);
+    }
+
+    void appendNumber(std::uint64_t number) {
+        char digits[20];
+        json_.append(digits, std::to_chars(std::begin(digits), std::end(digits), number).ptr);
     }
 
     Selection const& selection_;
@@ -286,6 +311,9 @@ private:
     std::uint64_t printed_ = 0;       ///< number of the last line that was printed
     std::size_t following_ = 0;       ///< lines of context still to be printed
     std::deque<std::string> recent_;  ///< lines before this one that may become context
+    char const* place_ = nullptr;     ///< of the piece, where the next line that may match does
+    std::pair<int, int> match_;       ///< the first one of the line
+    std::string jsonHead_;            ///< what begins every object
     std::string json_;
 };
 

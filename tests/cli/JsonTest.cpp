@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <sstream>
+
 #include "ZebText.hpp"
 
 using namespace std::string_literals;
@@ -41,6 +43,30 @@ TEST(Json, TextsAreEscapedAsJsonWantsIt) {
         prints("{\"file\":\"-\",\"token\":\"\\\"\\\\/\\b\\f\\n\\r\\t\\u0001\x7F\\u0000\"}\n"));
     EXPECT_EQ(zebText({"tokens", "--json"}, "\u00E4\U0001F600"),
               prints("{\"file\":\"-\",\"token\":\"\u00E4\U0001F600\"}\n"));
+}
+
+// Plain characters are looked at eight at a time.
+TEST(Json, WhatNeedsCareIsSeenAtEveryPlace) {
+    std::vector<std::string> lines;
+    std::string text;
+    for (char const* const special : {"\"", "\\", "\x01", "\x1F", " ", "!", "\x7F", "\u00E9"}) {
+        for (std::size_t length = 0; length < 18; ++length) {
+            for (std::size_t at = 0; at <= length; ++at) {
+                lines.push_back(std::string(at, 'a') + special + std::string(length - at, '[') +
+                                "]");
+                text += lines.back() + "\n";
+            }
+        }
+    }
+    std::istringstream objects(zebText({"match", "--json", "]"}, text).out);
+    for (std::string const& line : lines) {
+        std::string object;
+        ASSERT_TRUE(std::getline(objects, object));
+        auto const parsed = nlohmann::json::parse(object);
+        ASSERT_EQ(parsed.at("text"), line);
+        EXPECT_EQ(parsed.count("textBase64"), 0U);
+        EXPECT_EQ(parsed.at("matches").at(0).at("end"), line.size());
+    }
 }
 
 TEST(Json, EachMalformedPieceIsOneReplacementCharacter) {

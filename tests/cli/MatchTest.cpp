@@ -66,6 +66,29 @@ TEST(Match, IgnoresCaseAndReadsBasicSyntaxOnDemand) {
     EXPECT_EQ(zebText({"match", "--basic", "a|b"}, "a\na|b\n"), prints("a|b\n"));
 }
 
+// Lines without a literal are passed over. Some letters match others than their own two cases.
+TEST(Match, LiteralsAreFoundInEitherCase) {
+    constexpr char TEXT[] =
+        "I\u017FK\n"     // long s
+        "is\u212A\n"     // Kelvin sign, which matches itself alone
+        "ERRor, lask\n"  //
+        "nLA\u017F\nErro";
+    auto const found = [&](std::string const& pattern) {
+        return shell("LC_ALL=C.UTF-8 exec \"$0\" match -ioe \"$1\" <<'END'\n" + std::string(TEXT) +
+                         "r\nEND\n",
+                     pattern)
+            .out;
+    };
+    EXPECT_EQ(found("isk"), "I\u017FK\n");
+    EXPECT_EQ(found("las"), "las\nLA\u017F\n");
+    EXPECT_EQ(found("error"), "ERRor\nError\n");
+    EXPECT_EQ(found("S"), "\u017F\ns\ns\n\u017F\n");
+    EXPECT_EQ(found("absent"), "");
+    EXPECT_EQ(zebText({"match", "-in", "AB"}, "x\nxabab\n\nB\naB"), prints("2:xabab\n5:aB\n"));
+    EXPECT_EQ(zebText({"match", "-o", "aba"}, "ababa aba\nab\n"), prints("aba\naba\n"));
+    EXPECT_EQ(zebText({"match", "-o", ""}, "ab\n"), prints(""));
+}
+
 TEST(Match, AnEmptyMatchSelectsItsLine) {
     EXPECT_EQ(zebText({"match", "x*"}, "x\ny\n"), prints("x\ny\n"));
     EXPECT_EQ(zebText({"match", "--numbers", "^$"}, SETTINGS), prints("3:\n"));
