@@ -137,12 +137,14 @@ Status unquote(Words const& words, Output& out) {
 }
 
 Status tokens(Words const& words, Output& out) {
-    Arguments arguments("tokens",
-                        "Prints each token on a line of its own. Text in double quotes is not "
-                        "split, its quotes are kept;\nthere are no empty tokens. The exit status "
-                        "is 1 when there is no token.",
-                        "  zeb-text tokens --delimiters=, list.csv\n"
-                        "  echo 'copy \"my file\" there' | zeb-text tokens\n");
+    Arguments arguments(
+        "tokens",
+        "Prints each token on a line of its own. Text in double quotes is not "
+        "split, its quotes are kept;\nthere are no empty tokens. The exit status "
+        "is 1 when there is no token.\nIt splits what people type, such as commands "
+        "and lists; it is no reader of CSV.",
+        "  zeb-text tokens --delimiters=: path\n"
+        "  echo 'copy \"my file\" there' | zeb-text tokens\n");
     std::string delimiters = " \t\n";
     Words files;
     bool json = false;

@@ -3,6 +3,7 @@
 #include "Commands.hpp"
 #include "Excerpt.hpp"
 
+#include <OrventoTextOperations.hpp>
 #include <OrventoXMLOperations.hpp>
 
 #include <zeb/foundation/Exception.hpp>
@@ -19,6 +20,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zeb::cli {
 
@@ -80,6 +82,17 @@ public:
     std::string reason;
 };
 
+/// The top element of a text.
+/// @throws Failure that shows where it is malformed
+XMLNode parsed(std::string const& name, String const& input) {
+    try {
+        return XMLParserDOM::parse(input);
+    } catch (DOMException const& exception) {
+        Malformed const malformed(exception);
+        throw Failure(malformed.located(name), malformed.place(input, isColored(STDERR_FILENO)));
+    }
+}
+
 /// The value of the first attribute with that name, in either case as in queries.
 /// @return whether there is one
 bool findAttribute(XMLNode const& node, String const& name, String& value) {
@@ -103,6 +116,52 @@ ordered_json jsonOf(std::string const& file, XMLNode const& node) {
             {"text", std::string(node.getText())},
             {"xml", std::string(node.toString())}};
 }
+
+/// A query whose fits can be had one after the other, which the library's search gives the first
+/// of: it is searched step by step, with the siblings behind each element found.
+class StepwiseQuery {
+public:
+    /// @throws std::exception as the library does for the query
+    explicit StepwiseQuery(String const& query) {
+        // The only step that fits both of these is one without name and attributes, which the
+        // library passes over.
+        XMLNode const a = XMLParserDOM::parse("<a/>");
+        XMLNode const b = XMLParserDOM::parse("<b/>");
+        for (String const& step : ZEBNS2::quoted_string_tokenization(query, ".")) {
+            XMLNode const fitting = ZEBNS2::XMLNodeSearch(a, step);
+            if (fitting.isNull() || ZEBNS2::XMLNodeSearch(b, step).isNull()) {
+                steps_.push_back(step);
+            }
+        }
+    }
+
+    /// Hands every element that fits to `work`, in the order of the document.
+    template <typename Work>
+    void forEachFit(XMLNode const& top, Work const& work) const {
+        if (steps_.empty()) {
+            work(top);
+            return;
+        }
+        std::vector<XMLNode> path{ZEBNS2::XMLNodeSearch(top, steps_[0])};  // one for each level
+        while (!path.empty()) {
+            if (path.back().isNull()) {
+                path.pop_back();
+                if (path.empty()) {
+                    return;
+                }
+            } else if (path.size() < steps_.size()) {
+                path.push_back(ZEBNS2::XMLNodeSearch(path.back().getChild(), steps_[path.size()]));
+                continue;
+            } else {
+                work(path.back());
+            }
+            path.back() = ZEBNS2::XMLNodeSearch(path.back().getNext(), steps_[path.size() - 1]);
+        }
+    }
+
+private:
+    std::vector<String> steps_;
+};
 
 }  // namespace
 
@@ -156,14 +215,17 @@ Status xmlFind(Words const& words, Output& out) {
         "matter. The exit status is 1 when nothing was found.",
         "  zeb-text xml find 'config.disk[id=2].partition' disks.xml\n"
         "  zeb-text xml find --attribute size 'config.disk[type=ssd,id]' disks.xml\n"
-        "  zeb-text xml find --text 'config.host[ip=\"10.0.0.1\"].name' disks.xml\n");
+        "  zeb-text xml find --text 'config.host[ip=\"10.0.0.1\"].name' disks.xml\n"
+        "  zeb-text xml find --all --attribute id 'config.disk[type=ssd]' disks.xml\n");
     std::string query;
     std::optional<std::string> attribute;
+    bool all = false;
     bool text = false;
     bool json = false;
     Words files;
     arguments.word("QUERY", query, "The query");
     arguments.rest("FILE", files, "Files to read; without one, standard input");
+    arguments.flag("--all", all, "Print every element that fits, not only the first");
     arguments.flag("--text", text, "Print the text of the element");
     arguments.option("--attribute", "NAME", attribute, "Print the value of an attribute of it");
     arguments.flag("--json", json,
@@ -174,27 +236,26 @@ Status xmlFind(Words const& words, Output& out) {
     bool found = false;
     bool const allWell =
         forEachInput(out, files, [&](std::string const& name, String const& input) {
-            XMLNode top;
-            try {
-                top = XMLParserDOM::parse(input);
-            } catch (DOMException const& exception) {
-                Malformed const malformed(exception);
-                throw Failure(malformed.located(name),
-                              malformed.place(input, isColored(STDERR_FILENO)));
-            }
-            XMLNode const node = ZEBNS2::XMLNodeSearch(top, query);
-            String shown;
-            if (node.isNull() || (attribute && !findAttribute(node, *attribute, shown))) {
-                return;
-            }
-            if (!attribute) {
-                shown = text ? node.getText() : node.toString();
-            }
-            found = true;
-            if (json) {
-                out.json(jsonOf(name, node));
+            XMLNode const top = parsed(name, input);
+            auto const print = [&](XMLNode const& node) {
+                String shown;
+                if (node.isNull() || (attribute && !findAttribute(node, *attribute, shown))) {
+                    return;
+                }
+                if (!attribute) {
+                    shown = text ? node.getText() : node.toString();
+                }
+                found = true;
+                if (json) {
+                    out.json(jsonOf(name, node));
+                } else {
+                    out.line(shown);
+                }
+            };
+            if (all) {
+                StepwiseQuery(query).forEachFit(top, print);
             } else {
-                out.line(shown);
+                print(ZEBNS2::XMLNodeSearch(top, query));
             }
         });
     return searchStatus(allWell, found);

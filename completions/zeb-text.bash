@@ -67,7 +67,7 @@ _zeb_text() {
         'date') options='--json' ;;
         'env') options='--json' ;;
         'xml check') options='--json' ;;
-        'xml find') options='--text --attribute --json' ;;
+        'xml find') options='--all --text --attribute --json' ;;
     esac
     if [[ $current == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options --help --color --trace" -- "$current")

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "ZebText.hpp"
 
 using namespace std::string_literals;
@@ -66,6 +68,58 @@ TEST(XmlFind, FindsNothing) {
 TEST(XmlFind, AnEmptyNameIsTheNameOfNoAttribute) {
     EXPECT_EQ(zebText({"xml", "find", "--attribute=", "a"}, "<a x='1'/>"), findsNothing());
     EXPECT_EQ(zebText({"xml", "find", "--attribute", "", "a"}, "<a x='1'/>"), findsNothing());
+}
+
+TEST(XmlFind, AllPrintsEveryFitInTheOrderOfTheDocument) {
+    EXPECT_EQ(zebText({"xml", "find", "--all", "config.disk.partition"}, DISKS),
+              prints("<partition n=\"p1\"/>\n<partition n=\"p2\">first</partition>\n"
+                     "<partition n=\"p3\"/>\n"));
+    EXPECT_EQ(zebText({"xml", "find", "--all", "--attribute", "TYPE", "config.disk"}, DISKS),
+              prints("raw\n"));
+    EXPECT_EQ(zebText({"xml", "find", "--all", "--text", "config.disk[id=2].partition"}, DISKS),
+              prints("first\n\n"));
+    EXPECT_EQ(zebText({"xml", "find", "--all", "disk"}, DISKS), findsNothing());
+    EXPECT_EQ(
+        zebText({"xml", "find", "--all", "--attribute", "x", "a", "-", "-"}, "<a x='1'/>").status,
+        2)
+        << "the second input is empty";
+    EXPECT_EQ(zebText({"xml", "find", "--all", "config.disk[id=1=2]"}, DISKS),
+              zebText({"xml", "find", "config.disk[id=1=2]"}, DISKS));
+    EXPECT_EQ(zebText({"xml", "find", "--all", "nothing.disk[id=1=2]"}, DISKS).status, 2)
+        << "the whole query is read before anything is searched";
+}
+
+// A dead end at any level must not hide what comes later, nor a step of the query be lost.
+TEST(XmlFind, TheFirstOfAllIsWhatIsFoundWithoutTheOption) {
+    constexpr char TREE[] =
+        "<a x='1'><b/><b><c.d/></b><e><c/></e><b y='2'><c z='1'>1</c><f/><C z='2'>2</C></b>"
+        "<b><c>3</c></b></a>";
+    struct Row {
+        char const* query;
+        std::size_t fits;
+    };
+    constexpr Row ROWS[] = {
+        {"", 1},                 // the top element itself
+        {".", 1},                //
+        {"\"\"", 1},             //
+        {"a", 1},                //
+        {".a..b.", 4},           // empty steps do not count
+        {"a.\"\".b", 4},         //
+        {"a.b.c", 3},            //
+        {"a.b.c[z]", 2},         //
+        {"a.b[y=2].c[z=2]", 1},  //
+        {"a.b.\"c.d\"", 1},      // a quoted full stop separates nothing
+        {"a.\"\"[y]", 1},        // any name
+        {"A[X=1].B[].C[,]", 3},  //
+        {"a.e.c.d", 0},          //
+        {"b", 0},                //
+    };
+    for (Row const& row : ROWS) {
+        SCOPED_TRACE(row.query);
+        std::string const all = zebText({"xml", "find", "--all", row.query}, TREE).out;
+        EXPECT_EQ(static_cast<std::size_t>(std::count(all.begin(), all.end(), '\n')), row.fits);
+        EXPECT_EQ(zebText({"xml", "find", row.query}, TREE).out, all.substr(0, all.find('\n') + 1));
+    }
 }
 
 TEST(XmlFind, SearchesEachFile) {
