@@ -1,15 +1,11 @@
-// What users of grep and sed expect: the same options, and for them the same output.
+// What users of grep and sed expect of options.
 
 #include <gtest/gtest.h>
-
-#include <random>
 
 #include "ZebText.hpp"
 
 namespace zeb::test {
 namespace {
-
-bool hasGnuGrep() { return shell("grep --version 2>/dev/null | grep -q GNU").status == 0; }
 
 std::string const TEXT = "one\ntwo\nthree\nTwo\nfive\nsix\nseven\n";
 
@@ -66,79 +62,6 @@ TEST(Habits, FoldersAreSearchedOnDemand) {
 TEST(Habits, WhatWasFoundCountsMoreThanAnErrorWhenNothingIsPrinted) {
     EXPECT_EQ(zebText({"match", "-q", "six", "-", "/nonexistent"}, TEXT).status, 0);
     EXPECT_EQ(zebText({"match", "six", "-", "/nonexistent"}, TEXT).status, 2);
-}
-
-/// A random expression that means the same to both programs.
-std::string randomPattern(std::mt19937& random, int depth) {
-    switch (random() % (depth > 0 ? 11 : 5)) {
-        case 0:
-            return ".";
-        case 1:
-            return "[ab]";
-        case 2:
-        case 3:
-        case 4:
-            return std::string(1, "abcd"[random() % 4]);
-        case 5:
-            return "(" + randomPattern(random, depth - 1) + ")";
-        case 6:
-            return randomPattern(random, depth - 1) + "|" + randomPattern(random, depth - 1);
-        case 7:
-            return "(" + randomPattern(random, depth - 1) + ")" + "*+?"[random() % 3];
-        case 8:
-            return "^" + randomPattern(random, depth - 1);
-        default:
-            return randomPattern(random, depth - 1) + randomPattern(random, depth - 1);
-    }
-}
-
-// ZEB_TEXT_CASES in the environment asks for more of them.
-TEST(Habits, GrepGivesTheSame) {
-    if (!hasGnuGrep()) {
-        GTEST_SKIP() << "GNU grep is not installed";
-    }
-    char const* const wanted = std::getenv("ZEB_TEXT_CASES");
-    int const cases = wanted == nullptr ? 150 : std::atoi(wanted);
-    std::mt19937 engine(7);
-    auto const random = [&engine] { return static_cast<unsigned>(engine()); };
-    TemporaryDirectory const folder;
-    for (int i = 0; i < cases; ++i) {
-        std::string text;
-        for (unsigned lines = random() % 12; lines > 0; --lines) {
-            for (unsigned length = random() % 7; length > 0; --length) {
-                text += std::vector<std::string>{"a", "b", "c", "d", "A", "\xC3\xA9"}[random() % 6];
-            }
-            text += "\n";
-        }
-        text += random() % 3 == 0 ? "ab" : "";
-        std::vector<std::string> options;
-        for (char const* const option : {"-i", "-v", "-n", "-H", "-c", "-l", "-q"}) {
-            if (random() % 5 == 0) {
-                options.emplace_back(option);
-            }
-        }
-        bool const inverted = std::count(options.begin(), options.end(), "-v") > 0;
-        if (random() % 4 == 0) {
-            if (!inverted) {
-                options.emplace_back("-o");
-            }
-        } else if (random() % 3 == 0) {
-            options.push_back(std::string("-") + "ABC"[random() % 3] +
-                              std::to_string(random() % 3));
-        }
-        for (unsigned count = random() % 4 == 0 ? 2 : 1; count > 0; --count) {
-            options.emplace_back("-e");
-            options.push_back(randomPattern(engine, 3));
-        }
-        options.push_back(folder.file("t", text));
-        std::string const locale = random() % 2 == 0 ? "LC_ALL=C" : "LC_ALL=C.UTF-8";
-        std::vector<std::string> ours{"env", locale, ZEB_TEXT_PROGRAM, "match"};
-        std::vector<std::string> theirs{"env", locale, "grep", "-aE"};
-        ours.insert(ours.end(), options.begin(), options.end());
-        theirs.insert(theirs.end(), options.begin(), options.end());
-        ASSERT_EQ(runProcess(ours), runProcess(theirs))
-            << testing::PrintToString(theirs) << testing::PrintToString(text);
-    }
 }
 
 TEST(Locale, CharactersAreThoseOfTheUser) {
