@@ -1,4 +1,5 @@
-// Files that are edited are never lost: whatever happens, a file is the old one or the new one.
+// Files that are edited are never lost: whatever happens, a file is the old one
+// or the new one.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -147,7 +148,8 @@ TEST(InPlace, AFileThatAnotherProgramHasOpenForWritingIsRefused) {
               failsWith(file + ": another program has it open for writing and would lose its "
                                "place; --in-place-write writes over it where it is"));
     EXPECT_EQ(folder.contents("a"), "old\n");
-    EXPECT_EQ(shell("exec 5>>\"$1\"; \"$0\" replace --in-place-write old new \"$1\"; echo more >&5",
+    EXPECT_EQ(shell("exec 5>>\"$1\"; \"$0\" replace --in-place-write old new "
+                    "\"$1\"; echo more >&5",
                     file),
               prints(""));
     EXPECT_EQ(folder.contents("a"), "new\nmore\n");
@@ -163,15 +165,27 @@ TEST(InPlace, WhatTheSystemMakesUpIsNoFile) {
     EXPECT_THAT(result.err, testing::HasSubstr("the system makes its contents up"));
 }
 
+/// Runs zeb-text with these words and a file as a user without rights, unless
+/// this is none.
+ProcessResult withoutRights(std::string const& words, std::string const& file) {
+    std::string const asNobody =
+        ::geteuid() == 0 ? "setpriv --reuid=65534 --regid=65534 --clear-groups " : "";
+    return shell("exec " + asNobody + "\"$0\" " + words + " \"$1\"", file);
+}
+
+bool canDropRights() { return ::geteuid() != 0 || shell("command -v setpriv").status == 0; }
+
 TEST(InPlace, AFolderThatMayNotBeWrittenIsRefused) {
-    if (::geteuid() == 0) {
-        GTEST_SKIP() << "root may write everywhere";
+    if (!canDropRights()) {
+        GTEST_SKIP() << "setpriv is not installed";
     }
     TemporaryDirectory const folder;
     std::string const file = folder.file("a", "old\n");
-    ASSERT_EQ(::chmod(folder.path("").c_str(), 0500), 0);
-    ProcessResult const refused = zebText({"replace", "old", "new", file});
-    ProcessResult const done = zebText({"replace", "--in-place-write", "old", "new", file});
+    ASSERT_EQ(::chmod(file.c_str(), 0666), 0);
+    ASSERT_EQ(::chmod(folder.path("").c_str(), 0555), 0);
+    ProcessResult const refused = withoutRights("replace old new", file);
+    EXPECT_EQ(folder.contents("a"), "old\n");
+    ProcessResult const done = withoutRights("replace --in-place-write old new", file);
     ASSERT_EQ(::chmod(folder.path("").c_str(), 0700), 0);
     EXPECT_EQ(refused, failsWith(file + ": a temporary file cannot be made beside it (Permission "
                                         "denied); --in-place-write writes over it where it is"));
@@ -179,14 +193,79 @@ TEST(InPlace, AFolderThatMayNotBeWrittenIsRefused) {
     EXPECT_EQ(folder.contents("a"), "new\n");
 }
 
+TEST(InPlace, AFileOfAnotherUserStaysTheirs) {
+    if (::geteuid() != 0 || !canDropRights()) {
+        GTEST_SKIP() << "only root can make a file of another user, and needs setpriv";
+    }
+    TemporaryDirectory const folder;
+    std::string const file = folder.file("a", "old\n");
+    ASSERT_EQ(::chmod(file.c_str(), 0666), 0);
+    ASSERT_EQ(::chmod(folder.path("").c_str(), 0777), 0);
+    EXPECT_EQ(withoutRights("replace old new", file),
+              failsWith(file + ": its owner and group cannot be kept (Operation not permitted); "
+                               "--in-place-write writes over it where it is"));
+    EXPECT_EQ(folder.contents("a"), "old\n");
+    EXPECT_EQ(withoutRights("replace --in-place-write old new", file), prints(""));
+    EXPECT_EQ(folder.contents("a"), "new\n");
+    EXPECT_EQ(statusOf(file).st_uid, 0U);
+    EXPECT_THAT(namesIn(folder.path("")), testing::ElementsAre("a"));
+}
+
+TEST(InPlace, AccessControlListsStay) {
+    TemporaryDirectory const folder;
+    std::string const file = folder.file("a", "old\n");
+    // As the kernel takes it: the version, then tag, rights and user or group of
+    // each entry. The user 12345 may read.
+    std::string const list(
+        "\2\0\0\0"
+        "\x01\0\6\0\xFF\xFF\xFF\xFF"
+        "\x02\0\4\0\x39\x30\0\0"
+        "\x04\0\4\0\xFF\xFF\xFF\xFF"
+        "\x10\0\4\0\xFF\xFF\xFF\xFF"
+        "\x20\0\0\0\xFF\xFF\xFF\xFF",
+        44);
+    constexpr char NAME[] = "system.posix_acl_access";
+    if (::setxattr(file.c_str(), NAME, list.data(), list.size(), 0) != 0) {
+        GTEST_SKIP() << "the file system has no access control lists";
+    }
+    EXPECT_EQ(zebText({"replace", "old", "new", file}), prints(""));
+    EXPECT_EQ(folder.contents("a"), "new\n");
+    std::string kept(100, '\0');
+    ssize_t const size = ::getxattr(file.c_str(), NAME, kept.data(), kept.size());
+    ASSERT_GE(size, 0);
+    EXPECT_EQ(kept.substr(0, static_cast<std::size_t>(size)), list);
+}
+
+TEST(InPlace, AMountPointIsRefused) {
+    TemporaryDirectory const folder;
+    std::string const file = folder.file("a", "old\n");
+    auto const mounted = [&](std::string const& options) {
+        return shell(
+            "exec unshare -m sh -c 'mount --bind \"$1\" \"$1\" && exec "
+            "\"$0\" replace " +
+                options + " old new \"$1\"' \"$0\" \"$1\"",
+            file);
+    };
+    if (shell("unshare -m mount --bind \"$1\" \"$1\"", file).status != 0) {
+        GTEST_SKIP() << "nothing can be mounted";
+    }
+    EXPECT_EQ(mounted(""), failsWith(file + ": it is a mount point, whose place no new file can "
+                                            "take; --in-place-write writes over it where it is"));
+    EXPECT_EQ(folder.contents("a"), "old\n");
+    EXPECT_EQ(mounted("--in-place-write"), prints(""));
+    EXPECT_EQ(folder.contents("a"), "new\n");
+}
+
 TEST(InPlace, OptionsThatMakeNoSenseAreRefused) {
     EXPECT_EQ(zebText({"edit", "-i", "/x/d"}),
               failsWith("edit: FILE is required for --in-place (see zeb-text edit --help)"));
     EXPECT_EQ(zebText({"edit", "--backup", "/x/d", "f"}),
-              failsWith("edit: --backup and --in-place-write go with --in-place (see zeb-text edit "
+              failsWith("edit: --backup and --in-place-write go with --in-place "
+                        "(see zeb-text edit "
                         "--help)"));
     EXPECT_EQ(zebText({"replace", "--backup=a/b", "x", "y", "f"}),
-              failsWith("replace: --backup takes a suffix that is not empty and has no / (see "
+              failsWith("replace: --backup takes a suffix that is not empty and "
+                        "has no / (see "
                         "zeb-text replace --help)"));
     EXPECT_EQ(zebText({"replace", "--backup=", "x", "y", "f"}).status, 2);
 }
@@ -202,7 +281,8 @@ TEST(InPlace, PreviewsWriteNothing) {
               prints(""));
     EXPECT_EQ(folder.contents("a"), "one\ntwo\nthree\n");
     EXPECT_EQ(zebText({"edit", "--diff", "/b/d"}, "a\nb"),
-              prints("--- -\n+++ -\n@@ -1,2 +1 @@\n-a\n-b\n\\ No newline at end of file\n+a\n\\ No "
+              prints("--- -\n+++ -\n@@ -1,2 +1 @@\n-a\n-b\n\\ No newline at end "
+                     "of file\n+a\n\\ No "
                      "newline at end of file\n"));
 }
 
@@ -269,8 +349,8 @@ protected:
         ASSERT_EQ(::chmod(path().c_str(), 0640), 0);
     }
 
-    /// System calls before the file is touched: all but the last few of a command that does
-    /// nothing.
+    /// System calls before the file is touched: all but the last few of a command
+    /// that does nothing.
     static std::size_t callsOfStart() {
         std::size_t const calls =
             runWithFault({ZEB_TEXT_PROGRAM, "escape", "x"}, {Fault::FAIL, NEVER}).calls;

@@ -1,5 +1,5 @@
-// Texts that are read piece by piece give what the library makes of the whole text, in little
-// memory.
+// Texts that are read piece by piece give what the library makes of the whole
+// text, in little memory.
 
 #include <OrventoTextOperations.hpp>
 
@@ -139,7 +139,8 @@ TEST(Streaming, Utf16IsThatOfTheWholeText) {
                                          "\xFF\xFE",      "\xFE\xFF", "\xAC\x20",
                                          {"\xE9\x00", 2}, "\x3D\xD8", "\xFF\xDB\xFF\xDF"};
     for (int i = 0; i < 6; ++i) {
-        // A first word of plain letters gives the order away where there is no mark.
+        // A first word of plain letters gives the order away where there is no
+        // mark.
         std::string text = i % 3 == 0 ? "\xFF\xFE" : std::string("A\0B\0C\0D\0E\0F\0", 12);
         text += i % 4 == 0 ? random.text({"\x3D\xD8"}, PARTS - random.below(2))
                            : random.text(units, PARTS);
@@ -170,7 +171,44 @@ TEST(Streaming, RepairedTextIsThatOfTheWholeText) {
     }
 }
 
-// A program that kept its output back would wait for the reader for ever, and the reader for it.
+// A program that kept its output back would wait for the reader for ever, and
+// the reader for it. What the guide says of files that are cut at line ends, by
+// GNU parallel or another engine.
+TEST(Pieces, TogetherAreTheWhole) {
+    TemporaryDirectory const folder;
+    Random random(9);
+    std::string log;
+    for (int i = 0; i < 4000; ++i) {
+        log += "line " + std::to_string(i) + random.text({" error", " ok", " a.b", "x"}, 3) + "\n";
+    }
+    std::string const file = folder.file("log", log);
+    bool const parallel = shell("parallel --version 2>/dev/null | grep -q GNU").status == 0;
+    std::vector<std::vector<std::string>> const commands{
+        {"match", "error"},       {"match", "-io", "E[a-z]*"},       {"edit", "s/ (ok)/<\\1>/g"},
+        {"edit", "/error.*ok/d"}, {"search-replace", "a.b", "long"},
+    };
+    for (std::vector<std::string> words : commands) {
+        SCOPED_TRACE(testing::PrintToString(words));
+        std::string together;
+        for (std::size_t at = 0; at < log.size();) {
+            std::size_t const end = log.find('\n', at + random.below(40000)) + 1;
+            std::size_t const next = end == 0 ? log.size() : end;
+            together += zebText(words, log.substr(at, next - at)).out;
+            at = next;
+        }
+        std::string const whole = zebText(words, log).out;
+        EXPECT_TRUE(together == whole);
+        if (parallel) {
+            words.insert(words.begin(), {"parallel", "--will-cite", "-q", "-a", file, "--pipe-part",
+                                         "--block", "20k", "-k", ZEB_TEXT_PROGRAM});
+            EXPECT_TRUE(runProcess(words).out == whole);
+        }
+    }
+    if (!parallel) {
+        GTEST_SKIP() << "GNU parallel is not installed; pieces were cut by the test alone";
+    }
+}
+
 TEST(Streaming, WhatIsThereIsPrintedBeforeTheNextWait) {
     TemporaryDirectory const folder;
     // utf8 judges a text by its first eleven bytes.
@@ -199,14 +237,16 @@ TEST(Streaming, MemoryIsBoundedByTheLongestLine) {
           "xml-fix", "search-replace y n"}) {
         SCOPED_TRACE(command);
         ProcessResult const result = shell(
-            "yes yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyy | head -c 24000000 | "
+            "yes yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyy | "
+            "head -c 24000000 | "
             "{ ulimit -v 50000; exec \"$0\" " +
             command + "; } | tail -c 1");
         EXPECT_EQ(result.err, "");
         EXPECT_EQ(result.out.empty(), command == "match nothing");
     }
-    ProcessResult const tooLong =
-        shell("head -c 100000000 /dev/zero | { ulimit -v 60000; exec \"$0\" match x; }");
+    ProcessResult const tooLong = shell(
+        "head -c 100000000 /dev/zero | { ulimit "
+        "-v 60000; exec \"$0\" match x; }");
     EXPECT_EQ(tooLong.status, 2);
     EXPECT_EQ(tooLong.err.find("zeb-text: -: out of memory: more than "), 0U) << tooLong.err;
 }
