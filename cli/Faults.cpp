@@ -1,12 +1,3 @@
-// Where an expression or a sed command is faulty. The library tells why, not where, so it is asked
-// about the prefixes of the text.
-//
-// A prefix is sound when it is accepted, or would be if what is open in it were closed: of
-// `x[b-a]y` that is true up to `x[b-`, which only wants a `]`, and of nothing longer. The fault is
-// the byte behind the longest sound prefix, here the `a`. When the whole text is sound, something
-// in it was never closed; of an expression the place shown is then where that opens: behind the
-// longest prefix in which nothing of its kind is open.
-
 #include "Faults.hpp"
 
 #include "Excerpt.hpp"
@@ -39,7 +30,7 @@ namespace {
 
 using Options = RegularExpression::CompilationOptions;
 
-/// The place of a fault is not worth a longer wait; a huge expression is then shown without it.
+/// Finding the place of a fault may take this long; a huge expression is then shown without it.
 constexpr std::chrono::seconds PATIENCE(1);
 
 /// Length of the longest prefix for which `holds` is true; none when none was found in time.
@@ -62,8 +53,8 @@ ZEBNS2::PatternSyntax syntaxOf(Options options) noexcept {
                                                             : ZEBNS2::PatternSyntax::EXTENDED;
 }
 
-/// What is wrong with a pattern that the library refuses although the C library would try it, and
-/// the way out. The library itself has one text for all: that of exhausted memory.
+/// The reason why the library refuses a pattern that the C library would try, and a remedy. The
+/// library itself reports exhausted memory for all.
 char const* wordsFor(ZEBNS2::PatternHazard hazard) noexcept {
     using ZEBNS2::PatternHazard;
     switch (hazard) {
@@ -117,7 +108,7 @@ bool compiles(std::string const& pattern, Options options) {
     }
 }
 
-/// Reads a pattern for the sake of its groups alone.
+/// Reads a pattern for its groups only.
 struct GroupReader : ZEBNS2::PatternBuilder {
     struct Fragment {};
     struct Group {};
@@ -137,7 +128,7 @@ struct GroupReader : ZEBNS2::PatternBuilder {
     static Fragment repeat(Fragment /*item*/, int /*least*/, int /*most*/) { return {}; }
 };
 
-/// The groups that are open at the end of a pattern, or where it goes wrong.
+/// The groups that are open at the end of a pattern, or at its error.
 struct OpenGroups {
     std::size_t count;
     std::size_t outermost;  ///< offset of the first of them
@@ -151,7 +142,7 @@ OpenGroups openGroups(std::string const& pattern, Options options) {
     return {reader.openGroups(), reader.outermostOpening()};
 }
 
-/// What closes the groups that are open.
+/// The text that closes the open groups.
 std::string groupClosers(std::string const& pattern, Options options) {
     bool const basic = syntaxOf(options) == ZEBNS2::PatternSyntax::BASIC;
     std::string closers;
@@ -167,7 +158,7 @@ bool endsInBackslash(std::string const& text) {
     return (text.size() - behind) % 2 != 0;
 }
 
-/// The byte of a faulty expression at which the trouble is.
+/// The byte at which an expression is faulty.
 std::optional<std::size_t> faultOf(std::string const& pattern, Options options) {
     bool const basic = syntaxOf(options) == ZEBNS2::PatternSyntax::BASIC;
     auto const alone = [&](std::string const& prefix) { return compiles(prefix, options); };
@@ -189,7 +180,7 @@ std::optional<std::size_t> faultOf(std::string const& pattern, Options options) 
                                  : longestPrefix(pattern, groupsClosed);
 }
 
-/// The library's message with the pattern taken apart from it.
+/// The library's message without the pattern.
 struct Complaint {
     explicit Complaint(RegularExpressionException const& exception) {
         std::string const message = exception.what();
@@ -205,8 +196,8 @@ struct Complaint {
     std::string pattern;
 };
 
-/// @param text in which the faulty expression stands
-/// @param start where
+/// @param text that contains the faulty expression
+/// @param start its offset
 [[noreturn]] void failAt(Complaint const& complaint, std::string const& text, std::size_t start,
                          Options options) {
     std::optional<std::size_t> const fault = faultOf(complaint.pattern, options);
@@ -218,8 +209,8 @@ struct Complaint {
         fault ? excerpt(text, start + *fault, isColored(STDERR_FILENO)) : beginning(text));
 }
 
-/// Whether the library knows the command. It yields an empty text for one that it does not know,
-/// and tells of it only by a message at debug level; no input is needed to get that.
+/// Whether the library accepts the command. For an unknown one it yields an empty text and logs a
+/// message at debug level; that needs no input.
 bool isSedCommand(std::string const& command, Options options) {
     auto const known = std::make_shared<bool>(true);
     Logger::setDefault(
@@ -231,7 +222,7 @@ bool isSedCommand(std::string const& command, Options options) {
     return *known;
 }
 
-/// Whether it is the beginning of a command that the library knows.
+/// Whether it is the beginning of a command that the library accepts.
 bool beginsSedCommand(std::string const& prefix, Options options) {
     for (char const* const end : {"", "s/a/b/", "/a/b/", "a/d", "/d", "d", "/a/d", ",/a/d"}) {
         try {
@@ -239,7 +230,7 @@ bool beginsSedCommand(std::string const& prefix, Options options) {
                 return true;
             }
         } catch (RegularExpressionException const&) {
-            return true;  // no fault of the command
+            return true;  // not a fault of the command
         }
     }
     return false;
@@ -261,7 +252,7 @@ void requireSedCommand(std::string const& command, Options options) {
             return;
         }
     } catch (RegularExpressionException const& exception) {
-        // In a command the expression stands behind its delimiter.
+        // In a command the expression follows its delimiter.
         Complaint const complaint(exception);
         std::size_t const start =
             command.find(command.substr(command.front() == 's' ? 1 : 0, 1) + complaint.pattern) + 1;

@@ -1,11 +1,5 @@
 #include "CompiledExpression.hpp"
 
-// A text is never copied to be searched: regexec is told by REG_STARTEND where a subject ends, so
-// that a line, or the rest of a line after a match, is matched where it lies. It also saves regexec
-// from measuring the subject, which would make the replacement of all matches of a line quadratic.
-// As the flag lets NUL bytes through, callers cut subjects at their first NUL; everything else is
-// as if the subject were a string of its own.
-
 namespace ZEBNS2 {
 
 CompiledExpression::CompiledExpression(char const* pattern, int flags)

@@ -1,18 +1,3 @@
-// libc keeps each state of its automaton that a search has met, and it does not say when memory was
-// exhausted: regexec reports "no match" then, sometimes a match whose end is an error code, and
-// leaves states behind that are half built. Later searches of the same expression crash on them or
-// miss what is there.
-//
-// Both have the same cure: the expression is compiled again. The searches of one expression wait
-// for each other inside regexec anyway, so they wait for a mutex here, and the one that holds it
-// may replace what libc has compiled. What must go is found out like this:
-//
-// - malloc sets errno to ENOMEM. An expression whose search leaves that, or a match outside its
-//   subject, is spent: it is given up at once and compiled before its next search.
-// - A state takes its table of transitions and its nodes. No search makes more states than it reads
-//   bytes; when that bound exceeds the budget, the time since the compilation tells whether there
-//   were so many: a new state takes libc microseconds, a known one nanoseconds.
-
 #include "LibcExpression.hpp"
 
 #include <algorithm>
@@ -26,20 +11,19 @@ namespace ZEBNS2 {
 
 namespace {
 
-/// Of the stack that grows with the subject so much is taken from the caller, who may be in a
-/// thread of 64 KiB.
+/// The part of the growing stack that is taken from the caller, whose thread may have only 64 KiB.
 constexpr std::size_t CALLERS_STACK = std::size_t{16} * 1024;
 
 /// Stack of a search that does not grow with the subject.
 constexpr std::size_t FIXED_STACK = std::size_t{128} * 1024;
 
-/// Bytes of a state: its table of transitions for each byte, and all else but its nodes.
+/// Bytes of a state: its table of transitions for each byte, and everything else except its nodes.
 constexpr std::uint64_t STATE_SIZE = 256 * sizeof(void*) + 256;
 /// Bytes of a state for each of its nodes.
 constexpr std::uint64_t NODE_SIZE = 12;
 
-/// No expression is compiled again for its memory before this time; nor before so many times what
-/// the compilation takes.
+/// No expression is compiled again for its memory before this time, nor before so many times the
+/// time of its compilation.
 constexpr std::chrono::milliseconds SHORTEST_USE(20);
 constexpr int COMPILATIONS_PER_USE = 8;
 
@@ -63,7 +47,7 @@ CompilationError compilationError(int code, regex_t const& compiled) noexcept {
 }
 
 LibcExpression::LibcExpression(char const* pattern, int flags)
-    // A longer pattern is refused all the same.
+    // A longer pattern is refused anyway.
     : pattern_(pattern, ::strnlen(pattern, LibcLimits::MAX_LENGTH + 1)),
       flags_(flags),
       error_(compile()),
@@ -106,7 +90,7 @@ bool LibcExpression::search(std::string_view subject, std::size_t start, regmatc
     slots[0].rm_eo = length;
     errno = 0;
     bool const claimed = ask(subject, slotCount, slots, flags | REG_STARTEND) == 0;
-    // Reject offsets outside the subject, whatever libc answers.
+    // Reject offsets outside the subject, even if libc returns them.
     bool const found = claimed && 0 <= slots[0].rm_so && slots[0].rm_so <= slots[0].rm_eo &&
                        slots[0].rm_eo <= length;
     bool const isSpent = errno == ENOMEM || claimed != found;
@@ -119,7 +103,7 @@ bool LibcExpression::search(std::string_view subject, std::size_t start, regmatc
     return found && !isSpent;
 }
 
-/// regexec, with the stack that it needs. The slots are then what it has found.
+/// regexec, with the stack that it needs. The slots are then its result.
 int LibcExpression::ask(std::string_view subject, std::size_t slotCount, regmatch_t* slots,
                         int flags) const noexcept {
     int result = REG_NOMATCH;
@@ -135,7 +119,7 @@ int LibcExpression::ask(std::string_view subject, std::size_t slotCount, regmatc
     return result;
 }
 
-/// The expression is to be compiled before its next search.
+/// Marks the expression to be compiled before its next search.
 void LibcExpression::giveUp() const noexcept {
     ::regfree(&expression_);
     isReady_ = false;
@@ -148,7 +132,7 @@ void LibcExpression::keepToBudget(std::size_t searched) const noexcept {
     }
     Clock::duration const use = Clock::now() - compiledAt_;
     if (use < std::max<Clock::duration>(SHORTEST_USE, COMPILATIONS_PER_USE * compilation_)) {
-        kept_ = MEMORY_BUDGET / 2;  // time enough to look at the clock again
+        kept_ = MEMORY_BUDGET / 2;  // enough time before the clock is read again
         return;
     }
     // In another locale the pattern may mean something else.

@@ -14,14 +14,27 @@
 #include "pattern/LibcCost.hpp"
 
 /// @file
-/// The one way to the C library's regular expressions.
+/// The only access to the C library's regular expressions.
+///
+/// libc keeps each state of its automaton that a search has reached, and does not report exhausted
+/// memory: regexec then reports "no match", sometimes a match whose end is an error code, and
+/// leaves half-built states. Later searches of the same expression crash on them or miss matches.
+///
+/// Both problems have one remedy: the expression is compiled again. Searches of one expression wait
+/// for each other inside regexec anyway, so they wait for a mutex here, and its owner may replace
+/// the compiled expression. It is replaced in two cases:
+/// - malloc sets errno to ENOMEM. An expression whose search leaves that, or a match outside its
+///   subject, is discarded at once and compiled before its next search.
+/// - A state takes its table of transitions and its nodes. No search makes more states than it
+///   reads bytes; when that bound exceeds the budget, the time since the compilation shows whether
+///   there were so many: a new state takes libc microseconds, a known one nanoseconds.
 
 namespace ZEBNS2 {
 
-/// Compiles the bytes of `pattern` up to its NUL, unless the C library would not survive it: then
-/// it is not asked, and the pattern counts as one that exhausts the memory.
+/// Compiles the bytes of `pattern` up to its NUL. If the C library would not survive it, it is not
+/// called, and the pattern is reported as exhausting the memory.
 /// @param flags flags of `regcomp`
-/// @param needs set to what the pattern asks of the C library
+/// @param needs set to the resources that the C library needs
 /// @return 0, or the code of the error; `compiled` must go to `regfree` only after 0
 /// @throws std::bad_alloc
 int compileExpression(regex_t& compiled, char const* pattern, int flags, LibcNeeds& needs);
@@ -29,16 +42,16 @@ int compileExpression(regex_t& compiled, char const* pattern, int flags, LibcNee
 /// Room for the reason why a pattern does not compile, its NUL included.
 using CompilationError = std::array<char, 1024>;
 
-/// The C library's words for an error of `compileExpression`.
+/// The C library's message for an error of `compileExpression`.
 CompilationError compilationError(int code, regex_t const& compiled) noexcept;
 
-/// A pattern that the C library has compiled, and compiles again when what it keeps has to go.
+/// A pattern compiled by the C library, and compiled again when the states it keeps must be freed.
 /// @par Thread safety any number of threads may search at once; they wait for each other, as they
 ///   would in regexec.
 class LibcExpression {
 public:
-    /// Bytes of states that may stay with an expression, as far as they can be estimated. With more
-    /// it is compiled again, unless it was compiled a moment ago.
+    /// Estimated bytes of states that an expression may keep. Beyond that it is compiled again,
+    /// unless it was compiled a moment ago.
     static constexpr std::uint64_t MEMORY_BUDGET = std::uint64_t{64} * 1024 * 1024;
 
     /// @param pattern bytes up to its NUL
@@ -76,7 +89,7 @@ private:
     int flags_;
     LocaleMark locale_ = LocaleMark::current();
 
-    mutable std::mutex mutex_;  ///< for what follows, up to what the constructor knows
+    mutable std::mutex mutex_;  ///< guards the members below, except those set by the constructor
     mutable regex_t expression_{};
     mutable bool isReady_ = false;  ///< expression_ is compiled and sound
     mutable LibcNeeds needs_;

@@ -13,7 +13,7 @@ namespace {
 struct Call {
     void (*function)(void*) noexcept;
     void* argument;
-    int error;  ///< errno before the function, then what it left
+    int error;  ///< errno before the function, then after it
 };
 
 /// @param high,low halves of the address of a Call: a context takes its arguments as integers
@@ -26,7 +26,7 @@ void entry(unsigned int high, unsigned int low) noexcept {
 }
 
 bool runOnStack(Call& call, std::size_t size) noexcept {
-    // Below the stack, which grows downwards, a page that nobody may touch.
+    // A guard page below the stack, which grows downwards.
     auto const guard = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
     void* const memory =
         ::mmap(nullptr, guard + size, PROT_READ | PROT_WRITE,

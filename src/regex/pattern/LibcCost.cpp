@@ -12,7 +12,7 @@ namespace {
 
 using Fragment = LibcCost::Fragment;
 
-/// True also for what only looks like a back-reference, such as `\\1`.
+/// Also true for text that only looks like a back-reference, such as `\\1`.
 bool mayHoldBackReference(std::string_view pattern) noexcept {
     for (std::size_t at = pattern.find('\\'); at < pattern.size();
          at = pattern.find('\\', at + 1)) {
@@ -23,7 +23,7 @@ bool mayHoldBackReference(std::string_view pattern) noexcept {
     return false;
 }
 
-/// What a builder says of a pattern.
+/// A builder's result for a pattern.
 template <class Builder>
 PatternHazard hazardOf(std::string_view pattern, PatternSyntax syntax, Builder& builder) {
     typename Builder::Fragment whole;
@@ -35,9 +35,9 @@ PatternHazard hazardOf(std::string_view pattern, PatternSyntax syntax, Builder& 
 
 std::uint64_t product(std::uint64_t a, std::uint64_t b) noexcept { return a * b; }
 
-/// Whether its only empty path leads through its only anchor, as in `^|x`, and no star in it is
-/// over a nullable body. A star over such a body always finds its end: exhaustive trials of its
-/// like in all companies met no endless search.
+/// Whether its only empty path leads through its only anchor, as in `^|x`, and it contains no star
+/// over a nullable body. A star over such a body always ends: exhaustive trials in all contexts
+/// found no endless search.
 bool isEmptyAtAnchor(Fragment const& body) noexcept {
     return body.anchors == 1 && body.emptyPaths == 1 && body.unanchoredEmptyPaths == 0 &&
            !body.hasNullableStar;
@@ -47,7 +47,7 @@ bool isEmptyAtAnchor(Fragment const& body) noexcept {
 
 // ---- leaves: create_token_tree
 
-/// The nodes of one character of so many bytes.
+/// The nodes of one character of `bytes` bytes.
 Fragment LibcCost::characterNode(std::uint32_t bytes) noexcept {
     addNodes(bytes);
     Fragment part;
@@ -134,7 +134,7 @@ Fragment LibcCost::sequence(Fragment const& a, Fragment const& b) noexcept {
     return a.nodes == 0 ? first(b) : joined(a, b);
 }
 
-/// What a sequence of nothing and `a` adds up to.
+/// The sums for a sequence of nothing and `a`.
 Fragment LibcCost::first(Fragment const& a) noexcept {
     checkBackReferences(a);
     Fragment part = a;
@@ -155,8 +155,8 @@ Fragment LibcCost::joined(Fragment const& a, Fragment const& b) noexcept {
     part.exitPaths = inClosures(b.exitPaths + product(a.exitPaths, b.emptyPaths));
     std::uint64_t const fromAIntoB = product(a.exitPaths, b.entryClosure);
     part.closures = inClosures(a.closures + b.closures + fromAIntoB);
-    // A node of a with a path to its exit meets the nullable stars of b. Which nodes these are is
-    // not known here, so all of a count.
+    // A node of `a` with a path to its exit reaches the nullable stars of `b`. Which nodes these
+    // are is unknown here, so all nodes of `a` count.
     part.loopClosures = inLoopClosures(b.entersNullableStar && a.exitPaths != 0
                                            ? a.closures + b.loopClosures + fromAIntoB
                                            : std::uint64_t{a.loopClosures} + b.loopClosures);
@@ -205,8 +205,8 @@ Fragment LibcCost::choice(Fragment const& a, Fragment const& b) noexcept {
     part.exitDepth = std::max({a.exitDepth, b.exitDepth, part.emptyDepth});
     part.depth = inDepth(std::max({a.depth, b.depth, part.entryDepth}));
     // The nodes of an empty alternative follow the choice, so that libc tries it last. At a choice
-    // where it has been before, proceed_next_node takes the second alternative without another look
-    // at the first.
+    // that it has visited before, proceed_next_node takes the second alternative without trying the
+    // first again.
     Fragment const& first = a.nodes != 0 ? a : b;
     Fragment const& second = a.nodes != 0 ? b : a;
     part.skipsSecond = a.skipsSecond || b.skipsSecond || (first.nullable() && second.nodes != 0);
@@ -352,7 +352,7 @@ std::uint32_t LibcCost::limited(std::uint64_t value, std::uint32_t limit,
     return static_cast<std::uint32_t>(value);
 }
 
-// Paths are never more than the nodes on them, so one bound serves both.
+// There are never more paths than nodes on them, so one bound serves both.
 std::uint32_t LibcCost::inClosures(std::uint64_t value) noexcept {
     return limited(value, LibcLimits::MAX_CLOSURES, PatternHazard::CLOSURES);
 }

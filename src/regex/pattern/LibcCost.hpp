@@ -7,43 +7,43 @@
 #include "PatternReader.hpp"
 
 /// @file
-/// Tells the patterns that the C library's regular expressions would not survive, before regcomp
-/// sees them.
+/// The cost model: finds the patterns that the C library's regular expressions would not survive,
+/// before regcomp sees them.
 ///
 /// regcomp and regexec recurse as deep as a pattern makes them, copy what a repeat repeats, and
 /// keep for each node of their automaton its epsilon closure: the nodes that can be reached from it
-/// without taking a character. A few dozen bytes so exhaust the stack, the memory or the patience
-/// of any process, and some make regexec go round for ever. tests/regex/patterns/refused.txt lists
-/// some.
+/// without taking a character. So a few dozen bytes can exhaust the stack, the memory or the time
+/// of any process, and some make regexec loop forever. tests/regex/patterns/refused.txt lists
+/// examples.
 ///
-/// LibcCost is a builder for PatternReader that sums what libc is going to build. Each sum of a
-/// fragment follows from the sums of the fragments that it is made of, so that one frame per open
-/// group is all the memory it takes. For "(a|b*)c" there are 7 nodes: the two ends of the group,
-/// the choice, the star and three characters. The longest chain of epsilon steps is group, choice,
-/// star, end of the group and the look at c: the epsilon depth is 5, and calc_eclosure_iter
-/// recurses as often.
+/// LibcCost is a builder for PatternReader that sums what libc would build. The sums of a fragment
+/// follow from the sums of its parts, so it needs memory only for one frame per open group. For
+/// "(a|b*)c" there are 7 nodes: the two ends of the group, the choice, the star and three
+/// characters. The longest chain of epsilon steps is group, choice, star, end of the group and the
+/// step to c: the epsilon depth is 5, the recursion depth of calc_eclosure_iter.
 ///
-/// Invariant: no sum is smaller than what libc builds. Where libc's reading depends on the locale
-/// the dearer reading counts: a bracket is the three nodes of a UTF-8 locale, the bytes of a UTF-8
-/// character are repeated together. In locales whose characters may end in a byte that is an
-/// operator in ASCII (Shift JIS and its like) the pattern is read as in the current locale alone.
+/// Invariant: no sum is smaller than what libc builds. Where libc's reading depends on the locale,
+/// the guard assumes the more expensive reading: a bracket is the three nodes of a UTF-8 locale,
+/// the bytes of a UTF-8 character are repeated together. In locales whose characters may end in a
+/// byte that is an operator in ASCII (such as Shift JIS) the pattern is read only as in the current
+/// locale.
 ///
 /// Cost: linear in the pattern and in the nodes that libc would make of it, at most
 /// LibcLimits::MAX_NODES.
 
 namespace ZEBNS2 {
 
-/// What a pattern asks of libc, which survives it.
+/// The resources that libc needs for a pattern that it survives.
 struct LibcNeeds {
     std::uint32_t nodes = 0;  ///< of the automaton, at most
     /// A search takes LibcLimits::LOOP_STACK_PER_BYTE for each byte of the subject.
     bool recurses = false;
 };
 
-/// What the fragments of a pattern add up to, as libc puts them together.
+/// The sums over the fragments of a pattern, combined as libc combines them.
 class LibcCost : public PatternBuilder {
 public:
-    /// The sums of a fragment. A path consists of epsilon steps, a node that takes a character ends
+    /// The sums of a fragment. A path consists of epsilon steps; a node that takes a character ends
     /// it. Each node of a fragment is reached from its entry; what follows it is reached from its
     /// exit. A nullable star is an unlimited repeat of a nullable body.
     struct Fragment {
@@ -53,10 +53,10 @@ public:
 
         std::uint32_t entryClosure = 0;  ///< nodes on the paths from the entry, once for each path
         std::uint32_t emptyPaths = 1;    ///< from entry to exit; 0 unless the fragment is nullable
-        std::uint32_t unanchoredEmptyPaths = 1;  ///< of these, the ones that pass no anchor
+        std::uint32_t unanchoredEmptyPaths = 1;  ///< those of them that pass no anchor
         std::uint32_t anchors = 0;               ///< nodes of anchors
-        std::uint32_t exitPaths = 0;             ///< from all nodes together to the exit
-        std::uint32_t closures = 0;              ///< nodes on the paths from all nodes together
+        std::uint32_t exitPaths = 0;             ///< from all nodes to the exit, in total
+        std::uint32_t closures = 0;              ///< nodes on the paths from all nodes, in total
         std::uint32_t loopClosures = 0;     ///< of these, for paths that lead into a nullable star
         std::uint32_t anchorExitPaths = 0;  ///< exitPaths of the anchors alone
         std::uint32_t anchorClosures = 0;   ///< closures of the anchors alone
@@ -83,7 +83,7 @@ public:
         std::uint32_t depth = 0;
     };
 
-    /// What a bracket lists, as far as it can take a character of several bytes.
+    /// The members of a bracket, as far as they decide whether it can take a multi-byte character.
     class Members {
     public:
         explicit Members(bool negated) noexcept : multibyte_(negated) {}
@@ -98,10 +98,10 @@ public:
         bool multibyte_;
     };
 
-    /// The first limit that was exceeded. From then on the sums are of no use.
+    /// The first limit that was exceeded. After that the sums are meaningless.
     PatternHazard hazard() const noexcept { return hazard_; }
 
-    /// What is left when there is no hazard.
+    /// The needs when there is no hazard.
     LibcNeeds const& needs() const noexcept { return needs_; }
 
     bool stopped() const noexcept { return hazard_ != PatternHazard::NONE; }
@@ -119,7 +119,7 @@ public:
     Fragment repeat(Fragment const& item, int least, int most) noexcept;
     void dollars(std::size_t row) noexcept;
 
-    /// Adds what only the whole pattern tells, and the node after its end.
+    /// Adds the sums that depend on the whole pattern, and the node after its end.
     void finish(Fragment const& pattern) noexcept;
 
 private:
@@ -143,7 +143,7 @@ private:
     std::uint32_t inDepth(std::uint32_t value) noexcept;
 
     PatternHazard hazard_ = PatternHazard::NONE;
-    std::uint32_t nodes_ = 0;  ///< all that libc makes; it keeps those of `a{0}` too
+    std::uint32_t nodes_ = 0;  ///< all nodes that libc makes; it also keeps those of `a{0}`
     std::uint32_t nullableStars_ = 0;
     bool anchorInNullableStar_ = false;
     bool copiedAnchor_ = false;
@@ -152,8 +152,8 @@ private:
 
 /// Whether libc would survive a pattern: compiling it, and matching any text with it.
 /// @param pattern its bytes up to the NUL, which is what regcomp sees
-/// @param syntax in which regcomp is going to read it
-/// @param needs if not null, set to what libc is asked for; of use when the result is NONE
+/// @param syntax in which regcomp will read it
+/// @param needs if not null, set to the resources that libc needs; valid when the result is NONE
 /// @return NONE when it would; a pattern that libc refuses of its own accord counts as harmless
 /// @throws std::bad_alloc (a pattern without groups takes no memory)
 /// @par Thread safety reentrant.

@@ -15,32 +15,28 @@
 /// @file
 /// The one parser of POSIX patterns, in extended and basic syntax, as glibc's regcomp reads them.
 ///
-/// The reader goes once over the pattern and tells a builder what it meets. The builder turns each
-/// construct into a Fragment, whatever that is: sums of costs, a position in a syntax tree, a text.
-/// The reader keeps the fragments of the groups that are open on a stack of its own, so that no
-/// pattern makes it recurse. For "(a|b*)c" it calls, in this order:
+/// The reader scans the pattern once and reports each construct to a builder, which turns it into a
+/// Fragment of any type: sums of costs, a position in a syntax tree, a text. The reader keeps the
+/// fragments of open groups on an explicit stack, so that no pattern makes it recurse. For
+/// "(a|b*)c" it calls, in this order:
 ///
 ///     openGroup(1)  character(a)  sequence({}, a)  character(b)  repeat(b, 0, UNLIMITED)
 ///     sequence({}, b*)  choice(a, b*)  closeGroup(a|b*)  sequence({}, group)  character(c)
 ///     sequence(group, c)
 ///
-/// What a builder has. `Fragment` and `Group` are default-constructible and movable; a fragment
-/// made by the default constructor is the empty text, an empty alternative or what is left of
-/// `a{0}`. The reader hands each fragment on once, by std::move; a builder takes it by value or by
-/// const reference. PatternBuilder has defaults for what is marked with a star.
+/// The members of a builder. `Fragment` and `Group` are default-constructible and movable; a
+/// default-constructed fragment is the empty text, an empty alternative or the rest of `a{0}`. The
+/// reader passes each fragment on once, by std::move; a builder takes it by value or by const
+/// reference. PatternBuilder has defaults for members marked with a star.
 ///
-///     Fragment                          a part of the pattern, or the whole pattern
-///     Group                             what the builder notes of a group while it is open
-///     Members                        *  what a bracket lists, see NoMembers
-///     bool stopped() const           *  true ends the reading, before the next token
-///     Fragment character(std::string_view bytes, bool escaped)
-///     Fragment period()
-///     Members openBracket(bool negated) *
-///     Fragment bracket(std::string_view text, Members const&)   text from [ to ], both included
-///     Fragment classEscape(char letter)               one of w W s S
-///     Fragment anchor(PatternAnchor)
-///     Fragment backReference(std::uint32_t number)    1 to 9, whether or not there is such a group
-///     Group openGroup(Group const& outer, Fragment const& before, std::uint32_t number)
+///     Fragment a part of the pattern, or the whole pattern Group the builder's data for an open
+///     group Members * the members of a bracket, see NoMembers bool stopped() const * true ends the
+///     reading, before the next token Fragment character(std::string_view bytes, bool escaped)
+///     Fragment period() Members openBracket(bool negated) * Fragment bracket(std::string_view
+///     text, Members const&) text from [ to ], both included Fragment classEscape(char letter) one
+///     of w W s S Fragment anchor(PatternAnchor) Fragment backReference(std::uint32_t number) 1 to
+///     9, whether or not there is such a group Group openGroup(Group const& outer, Fragment const&
+///     before, std::uint32_t number)
 ///                      numbered from 1; `before` precedes it in its branch
 ///     Fragment closeGroup(Group const& group, Fragment inner)
 ///     Fragment sequence(Fragment first, Fragment second)       from the left: ((a b) c)
@@ -48,28 +44,28 @@
 ///     Fragment repeat(Fragment item, int least, int most)      most may be PATTERN_UNLIMITED
 ///     void dollars(std::size_t row)  *  in basic syntax, after the row-th $ of a row
 ///
-/// What is character and what is not:
+/// What counts as a character:
 /// - `bytes` of a character is one byte, or a first byte of UTF-8 (0xC0 to 0xFF) with the
-///   continuation bytes that follow it, three at most. glibc repeats what is one character in the
-///   locale as a whole and every other byte alone; a builder to which this matters asks the locale.
-/// - `escaped` tells \d from d. They differ under REG_ICASE, where glibc folds what it reads except
-///   after a backslash: \d then matches nothing.
-/// - An anchor is never repeated. In basic syntax a repeat that has nothing to repeat is a
-///   character, unescaped even where it was written with a backslash.
+///   continuation bytes that follow it, three at most. glibc repeats a character of the locale as a
+///   whole and any other byte alone; a builder to which this matters queries the locale.
+/// - `escaped` distinguishes \d from d. They differ under REG_ICASE, where glibc folds the pattern
+///   except after a backslash: \d then matches nothing.
+/// - An anchor is never repeated. In basic syntax a repeat with nothing to repeat is a character,
+///   unescaped even if it was written with a backslash.
 ///
 /// The reader accepts some patterns that regcomp refuses: basic a**, ranges out of order, unknown
-/// classes, references to groups that are not complete. A builder's result describes what libc
-/// would match only if regcomp accepts the pattern.
+/// classes, references to groups that are still open. A builder's result describes libc's matches
+/// only if regcomp accepts the pattern.
 ///
-/// Cost: linear in the pattern; memory for the groups that are open.
+/// Cost: linear in the pattern; memory for the open groups.
 
 namespace ZEBNS2 {
 
-/// Whether an ASCII byte of a text is always a character of its own. In UTF-8 it is, and in all but
-/// a few other encodings of the bytes of ASCII; in Shift JIS, Big5, GB18030 and their like `[`,
-/// `\\` and `{` may be the second half of a character.
+/// Whether an ASCII byte of a text is always a character. It is in UTF-8 and in all except a few
+/// other encodings that contain ASCII; in Shift JIS, Big5, GB18030 and similar ones `[`, `\\` and
+/// `{` may be the second byte of a character.
 inline bool isASCIITransparent() noexcept {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): safe as long as nobody changes the locale
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): safe as long as no thread changes the locale
     return MB_CUR_MAX == 1 || std::strcmp(::nl_langinfo(CODESET), "UTF-8") == 0;
 }
 
@@ -89,26 +85,26 @@ enum class PatternAnchor {
 /// The upper bound of a repeat without one.
 constexpr int PATTERN_UNLIMITED = -1;
 
-/// How the reading of a pattern ended.
+/// How reading a pattern ended.
 enum class PatternEnd {
     COMPLETE,
-    OPEN_GROUP,  ///< at the end of the pattern, with groups that nothing closes
-    REFUSED,     ///< at a place where regcomp refuses the pattern, whatever follows
+    OPEN_GROUP,  ///< at the end of the pattern, with unclosed groups
+    REFUSED,     ///< at a place where regcomp refuses the pattern in any case
     STOPPED,     ///< by the builder
 };
 
-/// A builder's Members when it does not ask what a bracket lists.
+/// A builder's Members when it ignores the members of a bracket.
 struct NoMembers {
-    /// A character is a range of one; one of several bytes comes byte by byte.
+    /// A character is a range of one; a multi-byte character is passed byte by byte.
     void range(unsigned char /*first*/, unsigned char /*last*/) noexcept {}
     /// @param name as in [:alpha:]
     void characterClass(std::string_view /*name*/) noexcept {}
-    /// What the locale defines: [=a=], [.a.], or the end of a range in this form.
+    /// An element that the locale defines: [=a=], [.a.], or the end of a range in this form.
     void localeElement() noexcept {}
 };
 
-/// The part of a builder that most builders have in common. A builder derives from it and hides
-/// what it does otherwise; nothing here is virtual.
+/// Defaults shared by most builders. A builder derives from it and hides the members that it
+/// implements itself; nothing here is virtual.
 struct PatternBuilder {
     using Members = NoMembers;
     bool stopped() const noexcept { return false; }
@@ -126,7 +122,7 @@ public:
     PatternReader(std::string_view pattern, PatternSyntax syntax, Builder& builder)
         : pattern_(pattern), extended_(syntax == PatternSyntax::EXTENDED), builder_(builder) {}
 
-    /// Reads the pattern; to be called once.
+    /// Reads the pattern; call it once.
     /// @param whole set to the whole pattern when the result is COMPLETE
     /// @throws std::bad_alloc, and what the builder throws
     PatternEnd read(Fragment& whole) {
@@ -147,18 +143,18 @@ public:
 
     std::size_t openGroups() const noexcept { return outer_.size(); }
 
-    /// Offset of the parenthesis of the outermost group that is open (of its backslash, in basic
-    /// syntax); only while there is one.
+    /// Offset of the parenthesis (in basic syntax, of its backslash) of the outermost open group;
+    /// valid only while there is one.
     std::size_t outermostOpening() const noexcept {
         return outer_.size() > 1 ? outer_[1].opening : frame_.opening;
     }
 
 private:
-    /// A group that is open, or the whole pattern.
+    /// An open group, or the whole pattern.
     struct Frame {
-        Fragment alternatives{};  ///< those that are complete
+        Fragment alternatives{};  ///< the complete ones
         Fragment branch{};        ///< the alternative being read, up to `item`
-        Fragment item{};          ///< what a repeat would repeat
+        Fragment item{};          ///< the operand of a repeat
         Group group{};
         std::size_t opening = 0;
         bool hasAlternatives = false;
@@ -196,7 +192,7 @@ private:
         frame_.hasItem = true;
     }
 
-    /// The byte before the place where the reader is, as a character.
+    /// The byte before the reader's position, as a character.
     void addLastByte(bool escaped = false) {
         addItem(builder_.character(pattern_.substr(at_ - 1, 1), escaped));
     }
@@ -226,7 +222,7 @@ private:
         frame_.item = builder_.repeat(std::move(frame_.item), least, most);
     }
 
-    // The functions below return false where regcomp refuses the pattern, whatever follows.
+    // The functions below return false where regcomp refuses the pattern in any case.
 
     bool readToken() {
         char const byte = pattern_[at_];
@@ -266,7 +262,7 @@ private:
         }
     }
 
-    /// @param start offset where it is written, with its backslash
+    /// @param start its offset, including its backslash
     bool readOperator(char op, std::size_t start) {
         switch (op) {
             case '(':
@@ -480,8 +476,8 @@ private:
         return true;
     }
 
-    /// In basic syntax $ is an anchor only at an end. glibc's peek_token finds out by a look at the
-    /// next token, so it recurses once for each $ of a row.
+    /// In basic syntax $ is an anchor only at an end. glibc's peek_token tests that by reading the
+    /// next token, so it recurses once for each consecutive $.
     void readDollar() {
         dollars_ = at_ > 1 && pattern_[at_ - 2] == '$' ? dollars_ + 1 : 1;
         if (extended_ || atEnd() || follows("\\)") || follows("\\|")) {
@@ -500,8 +496,8 @@ private:
         addItem(builder_.character(pattern_.substr(at_ - bytes, bytes), escaped));
     }
 
-    /// Bytes of the character where the reader is, which begins beyond ASCII. What the locale does
-    /// not know as a character is read as libc does, byte by byte.
+    /// Bytes of the character at the reader's position, which is not ASCII. Bytes that are no
+    /// character in the locale are read one by one, like libc does.
     std::size_t characterLength() const noexcept {
         if (!isASCIITransparent()) {
             return lengthInLocale(at_);
@@ -517,13 +513,13 @@ private:
 
     std::size_t lengthInLocale(std::size_t at) const noexcept {
         std::mbstate_t state{};
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): it is, with a state of its own
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): it is, with its own state
         std::size_t const bytes = std::mbrlen(pattern_.data() + at, pattern_.size() - at, &state);
         return bytes <= pattern_.size() - at ? std::max<std::size_t>(bytes, 1) : 1;
     }
 
-    /// The bytes in a bracket that belong to the character that was begun: in UTF-8 none of them
-    /// can be taken for anything else, so they come like members of their own.
+    /// The bytes in a bracket that continue a character: in UTF-8 none of them can be taken for
+    /// anything else, so they are passed as members.
     template <class Members>
     void readTrail(Members& members) {
         if (static_cast<unsigned char>(pattern_[at_ - 1]) < 0x80 || isASCIITransparent()) {

@@ -9,20 +9,21 @@ namespace ZEBNS2 {
 
 namespace {
 
-/// How common a byte is in texts, roughly: the rarest byte gives the fewest false finds.
+/// How common a byte is in texts, roughly: searching for the rarest byte gives the fewest false
+/// hits.
 std::size_t commonness(char byte) noexcept {
     constexpr std::string_view COMMON = "zqjxkvbpygfwmucldrhsnioate 0123456789";
     return COMMON.find(byte) + 1;  // 0 for any other
 }
 
-/// Literal characters that follow one another in the pattern: a range of `LiteralBuilder::bytes`.
+/// Consecutive literal characters of the pattern: a range of `LiteralBuilder::bytes`.
 struct Run {
     std::size_t begin = 0;
     std::size_t end = 0;
 
     std::size_t length() const noexcept { return end - begin; }
 
-    /// Whether `next` goes on where this run ends; an empty run goes with any.
+    /// Whether `next` continues this run; an empty run joins any.
     bool joins(Run const& next) const noexcept {
         return end == next.begin || length() == 0 || next.length() == 0;
     }
@@ -39,9 +40,9 @@ struct Run {
 class LiteralBuilder : public PatternBuilder {
 public:
     struct Fragment {
-        Run prefix;         ///< that its texts begin with
-        Run suffix;         ///< that its texts end with
-        Run longest;        ///< of those that its texts contain
+        Run prefix;         ///< with which all its texts begin
+        Run suffix;         ///< with which all its texts end
+        Run longest;        ///< that all its texts contain
         bool exact = true;  ///< its only text is all three
     };
     struct Group {};
@@ -51,7 +52,7 @@ public:
     /// Whether there were only characters so far.
     bool plain() const noexcept { return plain_; }
 
-    /// Bytes beyond ASCII are left alone: what one of them stands for is the locale's matter.
+    /// Bytes beyond ASCII are not literal: the locale decides what they mean.
     Fragment character(std::string_view bytes, bool /*escaped*/) {
         if ((bytes.front() & 0x80) != 0) {
             return unknown();
@@ -66,7 +67,7 @@ public:
     }
     Fragment classEscape(char /*letter*/) noexcept { return unknown(); }
     Fragment backReference(std::uint32_t /*number*/) noexcept { return unknown(); }
-    /// It takes nothing, so what is before it and what follows are neighbours in the text.
+    /// It takes nothing, so the parts before and after it are adjacent in the text.
     Fragment anchor(PatternAnchor /*kind*/) noexcept {
         plain_ = false;
         return {};

@@ -8,17 +8,17 @@
 
 /// @file
 /// The prefilter: a text that every match contains. Finding it in a line takes a tenth of the time
-/// of regexec or less, and where it is missing there is no match.
+/// of regexec or less, and without it there is no match.
 ///
-/// It is the longest run of literal characters that no match can avoid. Of "([a-z]+)=(id-)?[0-9]"
-/// that is "=", of "x(ab+)c" it is "xab". A fragment of the pattern has a literal that its texts
-/// begin with, one that they end with, and the longest that they contain; the end of one and the
-/// beginning of the next run together. Alternatives, sets and what may be left out have none.
+/// It is the longest run of literal characters that every match contains. For
+/// "([a-z]+)=(id-)?[0-9]" that is "=", for "x(ab+)c" it is "xab". A fragment of the pattern has a
+/// literal prefix, a literal suffix, and the longest literal that its texts contain; the suffix of
+/// one joins the prefix of the next. Alternatives, sets and optional parts have none.
 ///
 /// Invariant: each match of libc contains the literal. A pattern may have none.
 ///
-/// Cost: linear in the pattern, and in the subject for a search of it, as the literal is cut after
-/// MAX_LENGTH bytes.
+/// Cost: linear in the pattern. Only the first MAX_LENGTH bytes are searched, which keeps the
+/// search linear in the subject.
 
 namespace ZEBNS2 {
 
@@ -26,7 +26,7 @@ class RequiredLiteral {
 public:
     static constexpr std::size_t MAX_LENGTH = 32;
 
-    /// None: everything may match.
+    /// No literal: everything may match.
     RequiredLiteral() = default;
 
     /// @param pattern that regcomp accepts, without REG_ICASE and for the current locale
@@ -35,8 +35,8 @@ public:
 
     std::string_view text() const noexcept { return {bytes_.data(), length_}; }
 
-    /// Whether the expression matches this text and nothing else, and has no groups: the first
-    /// occurrence is the first match.
+    /// Whether the expression matches only this text and has no groups: the first occurrence is
+    /// then the first match.
     bool isWhole() const noexcept { return isWhole_; }
 
     /// Offset of the first occurrence in `subject`, `std::string_view::npos` when there is none.
