@@ -41,7 +41,7 @@ Uncertainty after(Uncertainty const& place, Fragment const& next) noexcept {
             saturatedCount(std::uint64_t{place.repeats} + next.end.repeats)};
 }
 
-/// The points of something of which there are so many: the logarithm, rounded down, 0 for none.
+/// The points for a number of items: the logarithm, rounded down; 0 for none.
 std::uint32_t doublings(std::uint32_t count) noexcept {
     std::uint32_t bits = 0;
     for (; count > 1; count /= 2) {
@@ -50,7 +50,7 @@ std::uint32_t doublings(std::uint32_t count) noexcept {
     return bits;
 }
 
-/// Bits of the ways to cut one text into a text of `a` and one of `b`, the groups given.
+/// Bits of the ways to split one text into a text of `a` and one of `b`, with given groups.
 std::uint32_t waysToCut(Fragment const& a, Fragment const& b) noexcept {
     bool const decided =
         a.prefixFree || b.fixedOwnLength || a.end.width == 0 || !a.end.characters.meets(b.alphabet);
@@ -162,7 +162,8 @@ Fragment BackReferenceCost::sequence(Fragment const& a, Fragment const& b) noexc
     for (std::uint32_t n = 1; n <= MAX_GROUP; ++n) {
         bool const inA = (a.groups >> n & 1U) != 0;
         bool const inB = (b.groups >> n & 1U) != 0;
-        // Between a group and the last of a row of references to it is no choice but its length.
+        // Between a group and the last of several consecutive references to it, only its length is
+        // a choice.
         bool const row = b.isReference && b.pending[n] != 0;
         Width const further = row ? Width{0} : b.end.width;
         if (inA || inB) {
@@ -184,15 +185,15 @@ Fragment BackReferenceCost::sequence(Fragment const& a, Fragment const& b) noexc
     return part;
 }
 
-/// What is between a group of `a` and a reference to it in `b` can be taken in `a`'s ways since the
-/// group, times those of `b`. All of `b`'s count, though some may follow the reference.
+/// The text between a group of `a` and a reference to it in `b` can be taken in `a`'s ways since
+/// the group, times those of `b`. All of `b`'s count, although some may follow the reference.
 void BackReferenceCost::addWays(Fragment& part, Fragment const& a, Fragment const& b) noexcept {
     std::uint32_t const further = b.ways + waysToCut(a, b);
     part.ways = saturatedCount(std::uint64_t{a.ways} + further);
     bool const separates = a.end.width != 0 && !a.end.characters.meets(b.alphabet);
     for (std::uint32_t n = 1; n <= MAX_GROUP; ++n) {
         bool const inA = (a.groups >> n & 1U) != 0;
-        // Only the last place behind the group leads into a `b` that is not empty.
+        // Only the last place after the group leads into a nonempty `b`.
         bool const decided = separates && a.sinceGroup[n] == 0;
         std::uint32_t const since =
             saturatedCount(std::uint64_t{a.waysSince[n]} + (decided ? 0 : further));
@@ -266,7 +267,7 @@ Fragment BackReferenceCost::repeat(Fragment const& item, int least, int most) no
     part.nullable = item.nullable || least == 0;
     part.epsilonNullable = item.epsilonNullable || least == 0;
     part.references = saturatedCount(std::uint64_t{item.references} * copies);
-    // A star that may hold a reference leaves no choice beyond that of the first iteration.
+    // A star that may contain a reference leaves no choice beyond that of the first iteration.
     std::uint32_t const choices = unlimited ? 1 : copies;
     part.freedom = saturatedCount(std::uint64_t{item.freedom} * choices);
     part.length = saturatedCount(std::uint64_t{item.length} * static_cast<unsigned int>(least));
@@ -308,8 +309,8 @@ Fragment BackReferenceCost::repeat(Fragment const& item, int least, int most) no
     return part;
 }
 
-/// The points of one reference. A group that can be anywhere costs more with a length or a distance
-/// that can be anything: libc tries each pair.
+/// The points of one reference. A group whose place is free costs more if its length or distance is
+/// free too: libc tries each pair.
 std::uint32_t BackReferenceCost::freedomOf(Referent const& group, Width distance) const noexcept {
     auto const pointsOf = [](Width width) {
         return width == 0 ? 0U : width < 4 ? 1U : width < WIDE ? 2U : 3U;
@@ -324,7 +325,7 @@ std::uint32_t BackReferenceCost::freedomOf(Referent const& group, Width distance
     return points;
 }
 
-/// What a fragment takes outside of its references and of group `except`.
+/// The characters that a fragment takes outside its references and group `except`.
 CharacterSet BackReferenceCost::alphabetOutside(Fragment const& part,
                                                 std::uint32_t except) const noexcept {
     CharacterSet characters = part.ownAlphabet;
@@ -369,8 +370,8 @@ void BackReferenceCost::checkStar(Fragment const& body) noexcept {
     hasReferenceStar_ = true;
 }
 
-/// With a star over a nullable body regexec can go round for ever when it has to backtrack, for
-/// example `(a)?*+\1` on "aa"; not if the star cannot take what the references take.
+/// With a star over a nullable body regexec can loop forever when it backtracks, for example
+/// `(a)?*+\1` on "aa"; but not if the star cannot take the characters of the references.
 void BackReferenceCost::finish(Fragment const& pattern) noexcept {
     if (pattern.freedom != 0) {
         freedom_ = pattern.freedom + 2 * pattern.end.repeats + 2 * doublings(pattern.size / 16);

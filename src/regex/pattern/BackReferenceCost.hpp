@@ -9,40 +9,41 @@
 #include "PatternReader.hpp"
 
 /// @file
-/// Tells the patterns whose back-references would keep regexec busy for seconds on a short text.
+/// Finds the patterns whose back-references would keep regexec busy for seconds on a short text.
 ///
-/// regexec tries every way in which the back-references of a pattern can be used, one after the
-/// other: get_subexp notes each text that the group could have, and sift_states_bkref follows each
-/// note by itself. So the time is the product of the choices that the references leave. A reference
+/// regexec tries every way to use the back-references of a pattern, one after the other: get_subexp
+/// records each text that the group could have, and sift_states_bkref follows each record
+/// separately. So the time is the product of the choices that the references leave. A reference
 /// leaves a choice where
 ///
 /// - the place of its group is uncertain: in `.*(.)\1` any character can be the group;
 /// - the length of its group is uncertain: in `(.+)\1` the group can end anywhere;
 /// - its distance from its group is uncertain: in `(.).*\1` it can be anywhere after the group.
 ///
-/// Each is worth points, more when the choice grows with the subject; so is each unlimited repeat
+/// Each choice costs points, more when it grows with the subject; so does each unlimited repeat
 /// whose end is uncertain, because it multiplies the ways to each place. A pattern may have
 /// LibcLimits::MAX_FREEDOM points. `.*(.).*\1` has 14, and libc takes 6 milliseconds for it on 64
 /// equal characters; `.*(.).*\1.*\1` has 26 and takes 1.4 seconds.
 ///
-/// A star multiplies the choices of each iteration, so a star may hold a reference only if it
+/// A star multiplies the choices of each iteration, so a star may contain a reference only if it
 /// leaves none: the place of its group is certain, and each iteration has one way to take it,
-/// either because all of it has one length, or because its other characters cannot be in the group.
-/// `([a-z]+)( \1)+` passes: no group contains the blank. `(.+)(,\1)+` does not: on commas the time
-/// grows 1.6-fold with each.
+/// either because the whole iteration has one length, or because its other characters cannot be in
+/// the group. `([a-z]+)( \1)+` passes: no group contains the blank. `(.+)(,\1)+` does not: on
+/// commas the time grows 1.6-fold with each comma.
 ///
 /// A choice ends where the text decides: after `[^,]*,` the place is certain, because the first
 /// part cannot take the comma.
 ///
 /// Each copy of a group that a counted repeat makes is one more group to try, and each node is one
-/// more to walk through for each choice: `([ab]){1,120}\1` keeps libc busy for seconds. So copies
-/// and size are worth points, too, where references leave a choice.
+/// more to visit for each choice: `([ab]){1,120}\1` keeps libc busy for seconds. So copies and size
+/// cost points too, where references leave a choice.
 ///
-/// When the groups are looked for, sets of nodes no longer help: where the reference does not fit
-/// the group that was tried first, regexec goes back through each way of taking the text between
+/// When regexec determines the groups, sets of nodes no longer help: where the reference does not
+/// fit the group that was tried first, it backtracks through each way of taking the text between
 /// them. `(.+)(a+)*\1` has 2^n. So ways are counted in bits, by Fragment::ways: a place where one
-/// text can be cut in several ways has some, an unlimited repeat multiplies them without end.
-/// Between a group that can be tried wrongly and its reference there may be LibcLimits::MAX_WAYS.
+/// text can be split in several ways has some, and an unlimited repeat multiplies them without
+/// limit. Between a group that can be tried wrongly and its reference LibcLimits::MAX_WAYS are
+/// allowed.
 ///
 /// Cost: linear in the pattern; only patterns with back-references are read.
 
@@ -53,7 +54,7 @@ public:
     /// The numbers of groups that back-references can refer to.
     static constexpr std::uint32_t MAX_GROUP = 9;
 
-    /// By how many bytes a place can differ; saturates at WIDE.
+    /// The number of bytes by which a place can differ; saturates at WIDE.
     using Width = std::uint8_t;
     static constexpr Width WIDE = 9;
 
@@ -62,7 +63,7 @@ public:
     struct Uncertainty {
         CharacterSet characters;
         Width width = 0;
-        std::uint32_t repeats = 0;  ///< unlimited ones that it comes from
+        std::uint32_t repeats = 0;  ///< unlimited ones that cause it
     };
 
     struct Fragment {
@@ -71,16 +72,16 @@ public:
         bool needsCharacter = false;    ///< each takes a character outside of references
         bool hasReferenceStar = false;  ///< a star over a body with a reference
         bool nullable = true;
-        bool epsilonNullable = true;  ///< for libc, to which a reference is an epsilon step
+        bool epsilonNullable = true;  ///< for libc, which treats a reference as an epsilon step
         bool fixedLength = true;
         std::uint32_t length = 0;      ///< in characters, when fixed
         std::uint32_t references = 0;  ///< copies by repeats included
-        std::uint32_t freedom = 0;     ///< points of the references to groups that it contains
+        std::uint32_t freedom = 0;     ///< points of references to groups that it contains
         bool fixedOwnLength = true;    ///< fixed outside of references
         CharacterSet separators;       ///< single characters that each text contains
-        CharacterSet alphabet;         ///< of what it takes
+        CharacterSet alphabet;         ///< characters that it takes
         CharacterSet ownAlphabet;      ///< ... outside of references and of leaf groups
-        Uncertainty end;               ///< of its end, when its start is certain
+        Uncertainty end;               ///< of its end, if its start is certain
         std::uint32_t referenced = 0;  ///< numbers of groups that it refers to, 1 << n for group n
         std::uint32_t groups = 0;      ///< that it contains, likewise
         std::uint32_t size = 0;        ///< characters to take, copies by repeats included
@@ -96,13 +97,13 @@ public:
         std::array<Width, MAX_GROUP + 1> untilReference{};
     };
 
-    /// A group that is open.
+    /// An open group.
     struct Group {
         std::uint32_t number = 0;
         Uncertainty start;
     };
 
-    /// What a bracket lists.
+    /// The members of a bracket.
     class Members {
     public:
         explicit Members(bool negated) noexcept : negated_(negated) {}
@@ -138,11 +139,11 @@ public:
     Fragment choice(Fragment const& a, Fragment const& b) noexcept;
     Fragment repeat(Fragment const& item, int least, int most) noexcept;
 
-    /// Weighs what only the whole pattern tells.
+    /// Adds the points that depend on the whole pattern.
     void finish(Fragment const& pattern) noexcept;
 
 private:
-    /// What is known of a group once it is closed.
+    /// The properties of a closed group.
     struct Referent {
         CharacterSet alphabet;
         Width place = 0;
@@ -151,7 +152,7 @@ private:
         std::uint32_t characters = 0;  ///< its length, when fixed
         bool nullable = true;
         bool isLeaf = false;        ///< contains neither groups nor references
-        bool endIsDecided = false;  ///< by the text behind it
+        bool endIsDecided = false;  ///< by the text after it
         std::uint32_t copies = 1;   ///< by repeats
         /// Whether regexec can try it with a text that the reference does not have.
         bool isLoose() const noexcept { return place != 0 || (length != 0 && !endIsDecided); }
@@ -167,7 +168,7 @@ private:
     std::uint32_t freedom_ = 0;
     bool hasReferenceStar_ = false;
     bool hasNullableStar_ = false;
-    CharacterSet nullableStarAlphabet_;  ///< of all stars over nullable bodies, for libc's eyes
+    CharacterSet nullableStarAlphabet_;  ///< of all stars over bodies that are nullable for libc
     std::array<Referent, MAX_GROUP + 1> groups_{};
 };
 
