@@ -19,8 +19,8 @@ std::size_t utf8Length(std::string_view text) {
     };
     unsigned const first = byteAt(0);
     std::size_t const length = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
-    // The first byte bounds the second one, so that there are no overlong forms, no surrogates and
-    // nothing above U+10FFFF.
+    // The first byte limits the second one, which excludes overlong forms, surrogates and
+    // everything above U+10FFFF.
     unsigned const least = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
     unsigned const most = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
     if (length == 0 || first > 0xF4 || byteAt(1) < least || byteAt(1) > most) {
@@ -55,15 +55,15 @@ void appendEscaped(std::string& json, char byte) {
     json += DIGITS[value & 0xFU];
 }
 
-/// Bytes at the start of `text` that stand for themselves in a string of JSON and are ASCII.
+/// The number of ASCII bytes at the start of `text` that need no escape in a string of JSON.
 std::size_t plainLength(std::string_view text) {
     constexpr std::uint64_t ONES = 0x0101010101010101;
     std::size_t length = 0;
     for (; text.size() - length >= sizeof ONES; length += sizeof ONES) {
         std::uint64_t eight = 0;
         std::memcpy(&eight, text.data() + length, sizeof eight);
-        // A byte of each term has its high bit when the byte is not ASCII, below the blank, a
-        // quote or a backslash; bytes above such a one may have it for nothing.
+        // A byte of each term has its high bit when the byte is not ASCII, below the blank, a quote
+        // or a backslash; bytes above such a one may have it wrongly.
         std::uint64_t const special = eight | (eight - 0x20 * ONES) |
                                       ((eight ^ '"' * ONES) - ONES) |
                                       ((eight ^ '\\' * ONES) - ONES);

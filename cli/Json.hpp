@@ -9,8 +9,8 @@ namespace zeb::cli {
 /// @return whether the text is well-formed UTF-8
 bool appendJson(std::string& json, std::string_view text);
 
-/// Appends `"name":` and the text as a member of an object; behind it, when the text is no UTF-8,
-/// the member nameBase64 with all its bytes in base64.
+/// Appends `"name":` and the text as a member of an object and, when the text is not UTF-8, the
+/// member nameBase64 with all its bytes in base64.
 void appendJsonMember(std::string& json, char const* name, std::string_view text);
 
 /// The bytes of a text in base64 (RFC 4648), padded.

@@ -18,14 +18,14 @@ using ZEBNS2::StringArray;
 
 namespace {
 
-/// Whether a byte below 0x80 is always a character of its own. In some encodings it may also be the
-/// second byte of one.
+/// Whether a byte below 0x80 is always a character. In some encodings it may also be the second
+/// byte of one.
 bool isAsciiSafe() {
     return MB_CUR_MAX == 1 || std::string_view(::nl_langinfo(CODESET)) == "UTF-8";
 }
 
-/// Whether the pattern, apart from the case of letters, matches just where it stands in a text byte
-/// for byte.
+/// Whether the pattern, apart from the case of letters, matches exactly where a text contains its
+/// bytes.
 bool standsForItself(std::string const& pattern, LineSearch::Options options) {
     auto const plain = [](char byte) {
         return static_cast<unsigned char>(byte) < 0x80 && byte != '\n';
@@ -36,7 +36,7 @@ bool standsForItself(std::string const& pattern, LineSearch::Options options) {
                pattern, RegularExpression::EXTENDED_SYNTAX) == String(pattern);
 }
 
-/// ASCII alone, whatever the locale says of other characters.
+/// ASCII only, in every locale.
 char smallLetter(char byte) {
     return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
 }
@@ -45,9 +45,9 @@ unsigned char capitalLetter(unsigned char byte) {
     return byte >= 'a' && byte <= 'z' ? static_cast<unsigned char>(byte - 'a' + 'A') : byte;
 }
 
-/// The longest part of a literal, in small letters, that matches nothing but its own bytes in
-/// either case. These letters may also match a character that is not ASCII: the Kelvin sign, the
-/// dotless i, the long s.
+/// The longest part of a literal, in small letters, that matches only its own bytes in either case.
+/// These letters may also match a character that is not ASCII: the Kelvin sign, the dotless i, the
+/// long s.
 std::string asciiPart(std::string const& literal) {
     constexpr std::string_view AMBIGUOUS = "ikIKsS";
     bool const ascii = std::string_view(::nl_langinfo(CODESET)) == "ANSI_X3.4-1968";
@@ -76,9 +76,9 @@ void addMatch(LineSearch::Matches& matches, std::size_t begin, std::size_t end) 
     }
 }
 
-/// Adds the matches of an expression that begin at an offset or behind it, without any start of a
-/// line. An empty match ends the library's enumeration, which begins again behind the next byte,
-/// but never behind a NUL.
+/// Adds the matches of an expression that begin at an offset or later, without any start of a line.
+/// An empty match ends the library's enumeration, which begins again after the next byte, but never
+/// after a NUL.
 void addFurther(LineSearch::Matches& matches, RegularExpression const& expression,
                 std::string_view line, std::size_t from) {
     std::size_t const length = std::string_view(line.data()).size();
@@ -95,9 +95,8 @@ void addFurther(LineSearch::Matches& matches, RegularExpression const& expressio
     }
 }
 
-/// The matches of an expression that begin at an offset or behind it. The enumeration knows no
-/// start of a line, so that `^` would match nowhere: a match there comes from first_match, which
-/// does.
+/// The matches of an expression that begin at an offset or later. In the enumeration `^` never
+/// matches, so a match at the start of a line comes from first_match.
 LineSearch::Matches allFrom(RegularExpression const& expression, std::string_view line,
                             std::size_t from) {
     LineSearch::Matches matches;
@@ -126,9 +125,8 @@ LineSearch::LineSearch(std::vector<std::string> const& patterns, Options options
     }
 }
 
-// For bytes of either case, the search of Boyer, Moore and Horspool: the text is looked at where
-// the last of the required bytes would be, and the byte there says how far it is to the next place
-// that can be right, mostly all of the length.
+// The search of Boyer, Moore and Horspool, for bytes of either case: the byte at the place of the
+// last required byte determines the distance to the next possible place, mostly the whole length.
 void LineSearch::require(std::string const& literal, Options options) {
     anyCase_ = (options & RegularExpression::CASE_INSENSITIVE) != 0;
     literal_ = !anyCase_ && !literal.empty();
@@ -206,7 +204,7 @@ LineSearch::Matches LineSearch::all(std::string_view line, std::pair<int, int> c
     for (RegularExpression const& expression : expressions_) {
         lists.push_back(allFrom(expression, line, /*from=*/0));
     }
-    std::vector<std::size_t> next(lists.size(), 0);  // of each list, the first not yet passed
+    std::vector<std::size_t> next(lists.size(), 0);  // for each list, the first not yet passed
     Matches result;
     for (std::uint32_t end = 0;;) {
         std::optional<OffsetPair> best;

@@ -29,7 +29,7 @@ using ZEBNS2::String;
 
 namespace {
 
-/// What `match` prints, and of which lines.
+/// What `match` prints, and for which lines.
 struct Selection {
     bool invert = false;
     bool numbers = false;
@@ -41,13 +41,13 @@ struct Selection {
     bool quiet = false;
     bool names = false;
     bool colored = false;
-    bool context = false;    ///< whether lines around the selected ones are asked for
+    bool context = false;    ///< whether lines around the selected ones are printed
     std::size_t before = 0;  ///< how many
     std::size_t after = 0;
 
     /// Whether one selected line of a file is enough.
     [[nodiscard]] bool endsEarly() const { return quiet || files; }
-    /// Whether selected lines are printed just as they are.
+    /// Whether selected lines are printed unchanged.
     [[nodiscard]] bool isPlain() const {
         return !numbers && !only && !groups && !json && !count && !files && !quiet && !names &&
                !colored && !context;
@@ -70,7 +70,7 @@ std::string highlighted(std::string_view line, LineSearch::Matches const& matche
     return text += line.substr(end);
 }
 
-/// Searches one input and prints what is selected.
+/// Searches one input and prints the selected lines.
 class InputSearch {
 public:
     InputSearch(Selection const& selection, LineSearch const& search, Output& out,
@@ -105,7 +105,7 @@ private:
     void searchPiece(Piece const& piece) {
         char* const end = piece.data + piece.size;
         char* line = piece.data;
-        char const* run = nullptr;  // begin of selected lines that are printed as they are
+        char const* run = nullptr;  // begin of selected lines that are printed unchanged
         bool const skips = canSkip(piece);
         while (line < end) {
             if (skips) {
@@ -151,7 +151,7 @@ private:
         printRun(run, end);
     }
 
-    /// Whether lines that cannot match may be passed over. Behind a NUL nothing is searched.
+    /// Whether lines that cannot match may be skipped. Nothing after a NUL is searched.
     [[nodiscard]] bool canSkip(Piece const& piece) const {
         return search_.canSkip() && !selection_.invert && !selection_.context &&
                std::memchr(piece.data, '\0', piece.size) == nullptr;
@@ -204,7 +204,7 @@ private:
         printed_ = number;
     }
 
-    /// Begins a group of lines that does not follow the one before.
+    /// Begins a group of lines that is not adjacent to the previous one.
     void separate(std::uint64_t number) {
         if (selection_.context && printed_ > 0 && number > printed_ + 1) {
             out_.line("--");
@@ -313,11 +313,11 @@ private:
     std::deque<std::string> recent_;  ///< lines before this one that may become context
     char const* place_ = nullptr;     ///< of the piece, where the next line that may match does
     std::pair<int, int> match_;       ///< the first one of the line
-    std::string jsonHead_;            ///< what begins every object
+    std::string jsonHead_;            ///< the beginning of every object
     std::string json_;
 };
 
-/// The files in folders; those behind symbolic links are left out, and what is no file.
+/// The regular files in folders; symbolic links are not followed.
 Words filesBelow(Output& out, Words const& names, bool& allWell) {
     namespace fs = std::filesystem;
     Words files;
@@ -391,7 +391,7 @@ struct MatchArguments {
         }
     }
 
-    /// What is to be searched for, with FILE set right.
+    /// The expressions, with FILE corrected.
     void settle(Arguments const& arguments) {
         bool const given = !patterns.empty() || patternFile;
         if (!given && !pattern) {

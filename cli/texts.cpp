@@ -18,8 +18,8 @@ using ZEBNS2::StringArray;
 
 namespace {
 
-/// Finds out how much of a text that is still being read can be split into tokens already: up to a
-/// delimiter outside of quotes. A quote whose end has not been read keeps all behind it, for
+/// Finds how much of a text that is still being read can already be split into tokens: up to a
+/// delimiter outside quotes. A quote whose end has not been read delays all text after it, since
 /// without an end it is no quote.
 class TokenBoundary {
 public:
@@ -29,8 +29,8 @@ public:
         }
     }
 
-    /// Goes on where the last call stopped.
-    /// @param text begins where the last boundary was
+    /// Continues where the last call stopped.
+    /// @param text begins at the last boundary
     /// @return length of the part that can be split; 0 when there is none yet
     std::size_t find(std::string_view text) {
         for (; position_ < text.size(); ++position_) {
@@ -49,7 +49,7 @@ public:
         return boundary_;
     }
 
-    /// Takes the part away.
+    /// Removes that part.
     void pass() {
         position_ -= boundary_;
         searched_ -= searched_ == 0 ? 0 : boundary_;
@@ -68,13 +68,13 @@ private:
     }
 
     bool delimiter_[0x100] = {};
-    std::size_t position_ = 0;  ///< what is before it has been looked at
-    std::size_t searched_ = 0;  ///< behind an open quote; 0 without one
+    std::size_t position_ = 0;  ///< end of the examined part
+    std::size_t searched_ = 0;  ///< after an open quote; 0 without one
     std::size_t boundary_ = 0;
 };
 
 /// Reads text to its end.
-/// @param boundary of what has been read, how much can be worked on without the rest
+/// @param boundary how much of the bytes read can be processed without the rest
 void forEachPart(Reader& input, std::function<std::size_t(std::string_view)> const& boundary,
                  std::function<void(String const&)> const& work) {
     bool any = false;
@@ -89,7 +89,7 @@ void forEachPart(Reader& input, std::function<std::size_t(std::string_view)> con
     }
 }
 
-/// How much of a text can be searched without the rest: no occurrence begins in it and ends behind
+/// How much of a text can be searched without the rest: no occurrence begins in it and ends after
 /// it.
 std::size_t searchableLength(std::string_view text, std::string const& search) {
     std::size_t end = 0;
@@ -200,7 +200,7 @@ Status searchReplace(Words const& words, Output& out) {
     };
     bool allWell = false;
     if (arguments.traced()) {
-        // The library tells what it does to the whole text.
+        // The library logs its work on the whole text.
         allWell = forEachInput(out, files,
                                [&work](std::string const&, String const& text) { work(text); });
     } else {

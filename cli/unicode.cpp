@@ -36,8 +36,8 @@ char const* nameOf(BOMTypes order) {
 }
 
 /// UTF-8 with U+FFFD for each character that XML forbids. In UTF-8 the forbidden control characters
-/// are single bytes, which the library judges as code units as well as any; the two forbidden
-/// non-characters are three bytes each. A character that takes two code units is left alone.
+/// are single bytes, which the library can test as code units; the two forbidden non-characters are
+/// three bytes each. A character of two code units is kept.
 String withoutForbiddenCharacters(String const& text) {
     Array<unsigned short> units;
     units.reserve(text.length());
@@ -60,7 +60,7 @@ String withoutForbiddenCharacters(String const& text) {
         "\xEF\xBF\xBF", replacement);
 }
 
-/// The same for a text that comes in pieces, of which none may end within a character.
+/// The same for a text in pieces, none of which may end within a character.
 class XmlFixer {
 public:
     explicit XmlFixer(Output& out) : out_(out) {
@@ -98,9 +98,9 @@ private:
     std::string text_;
 };
 
-/// How many bytes of UTF-16 can be converted without those that follow: no unit is cut, nor is one
-/// left at the end that waits for its partner. Of a row of high surrogates each one takes the next
-/// as its partner, so that the last of an even number waits for none.
+/// How many bytes of UTF-16 can be converted without those that follow: no unit is split, and none
+/// at the end waits for its partner. In a run of high surrogates each takes the next as its
+/// partner, so the last of an even number waits for none.
 std::size_t completeLength(char const* data, std::size_t size, BOMTypes order) {
     std::size_t const length = size - size % 2;
     auto const isHigh = [data, order](std::size_t unit) {
@@ -114,7 +114,7 @@ std::size_t completeLength(char const* data, std::size_t size, BOMTypes order) {
     return (length - start) / 2 % 2 == 0 ? length : length - 2;
 }
 
-/// Pieces of a text as the library's converter takes them, in memory that is used again.
+/// Pieces of a text as the library's converter takes them, in reused memory.
 class Pieces {
 public:
     Array<char> const& of(char const* data, std::size_t size) {
@@ -140,7 +140,8 @@ void readUtf16(Reader& input, BOMTypes order, std::function<void(String const&)>
             input.atEnd() ? input.size() : completeLength(input.data(), input.size(), order);
         char* begin = input.data();
         if (!first) {
-            // A mark would be taken away where the text goes on with one; this one is, instead.
+            // The converter would remove a mark at the start of a piece; it removes this one
+            // instead.
             begin -= 2;
             begin[order == ZEBNS2::BOM_UTF16_LE ? 0 : 1] = '\xFF';
             begin[order == ZEBNS2::BOM_UTF16_LE ? 1 : 0] = '\xFE';
@@ -160,19 +161,19 @@ void readAtLeast(Reader& input, std::size_t count) {
     }
 }
 
-/// The byte order as the library judges it by the first bytes of the whole text.
+/// The byte order that the library finds by the first bytes of the whole text.
 BOMTypes orderOf(Reader& input, std::size_t count) {
     readAtLeast(input, count);
     std::size_t const known = std::min(input.size(), count);
     return ZEBNS2::autodetectByteOrder(Array<char>(input.data(), input.data() + known));
 }
 
-/// Bytes by which a text without a mark is judged, and one that they must be fewer than.
+/// The bytes that decide the order of a text without a mark, and one more, since it must be longer.
 constexpr std::size_t JUDGED_BYTES = 11;
 
 }  // namespace
 
-// A text of two bytes is judged by its mark alone: the contents prove nothing where stray NUL bytes
+// Two bytes, so that only the mark decides: contents prove nothing in a text whose stray NUL bytes
 // are to be repaired.
 String utf8ByMark(String const& text) {
     BOMTypes const order = ZEBNS2::autodetectByteOrder(bytesOf(text.substring(0, 2)));
@@ -190,7 +191,7 @@ Status toUtf8(Words const& words, Output& out) {
     arguments.parse(words);
 
     if (arguments.traced()) {
-        // The library tells what it does to the whole text.
+        // The library logs its work on the whole text.
         bool const traced =
             forEachInput(out, files, [&](std::string const& name, String const& text) {
                 Array<char> const bytes = bytesOf(text);

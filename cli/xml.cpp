@@ -32,7 +32,7 @@ using ZEBNS2::XMLNode;
 
 namespace {
 
-/// What the parser says of a malformed text.
+/// The parser's result for a malformed text.
 class Malformed {
 public:
     explicit Malformed(DOMException const& exception)
@@ -60,8 +60,8 @@ public:
             text.remove_prefix(std::min(end + (two ? 2 : 1), text.size()));
         }
         text = text.substr(0, text.find_first_of("\r\n"));
-        // A column is a character, however many bytes that takes. So is the mark, which nobody sees
-        // and which is gone from what was UTF-16.
+        // A column is a character of any number of bytes. So is the mark, which is invisible and is
+        // gone from converted UTF-16.
         constexpr std::string_view MARK = "\xEF\xBB\xBF";
         bool const hasMark = line == 1 && text.substr(0, MARK.size()) == MARK;
         bool const hadMark = line == 1 && utf8 != input;
@@ -117,14 +117,14 @@ ordered_json jsonOf(std::string const& file, XMLNode const& node) {
             {"xml", std::string(node.toString())}};
 }
 
-/// A query whose fits can be had one after the other, which the library's search gives the first
-/// of: it is searched step by step, with the siblings behind each element found.
+/// A query whose matches can be found one after the other, while the library's search returns the
+/// first: it is searched step by step, with the siblings after each element found.
 class StepwiseQuery {
 public:
     /// @throws std::exception as the library does for the query
     explicit StepwiseQuery(String const& query) {
         // The only step that fits both of these is one without name and attributes, which the
-        // library passes over.
+        // library skips.
         XMLNode const a = XMLParserDOM::parse("<a/>");
         XMLNode const b = XMLParserDOM::parse("<b/>");
         for (String const& step : ZEBNS2::quoted_string_tokenization(query, ".")) {
@@ -135,7 +135,7 @@ public:
         }
     }
 
-    /// Hands every element that fits to `work`, in the order of the document.
+    /// Passes every element that fits to `work`, in document order.
     template <typename Work>
     void forEachFit(XMLNode const& top, Work const& work) const {
         if (steps_.empty()) {

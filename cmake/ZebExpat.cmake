@@ -1,9 +1,9 @@
 # EXPAT::EXPAT, for the word size of the build.
 #
-# A 32-bit build on x86-64 takes Debian's 32-bit package as tools/fetch-i386 unpacks it: no foreign architecture need be
-# added to the machine. Such a machine may have no 32-bit libexpat for the programs that use the library either, so a copy
-# is installed with it, in a folder that only libzeb_xmltoolkit.so looks into: ZEB_EXPAT_COPY is the file then. Whoever
-# installs without run paths, as packages do, depends on the system's libexpat instead.
+# A 32-bit build on x86-64 uses Debian's 32-bit package as tools/fetch-i386 unpacks it: the machine needs no foreign
+# architecture. It may also have no 32-bit libexpat for programs that use the library, so a copy, ZEB_EXPAT_COPY, is
+# installed with it, in a folder that only libzeb_xmltoolkit.so searches. An installation without run paths, as by
+# packages, depends on the system's libexpat instead.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_HOST_SYSTEM_PROCESSOR STREQUAL x86_64)
     set(ZEB_I386_ROOT ${PROJECT_SOURCE_DIR}/build/i386 CACHE PATH "What tools/fetch-i386 has unpacked")
     find_library(
@@ -13,7 +13,7 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_HOST_SYSTEM_PROCESSOR STREQUAL x86_64)
     if(NOT ZEB_I386_EXPAT)
         message(FATAL_ERROR "No 32-bit libexpat in ${ZEB_I386_ROOT}: run tools/fetch-i386")
     endif()
-    # The build has its copy where the installed tree has it, so that no run path leads out of the build.
+    # The build has its copy in the same place as the installed tree, so that no run path leads out of the build.
     set(expat ${PROJECT_BINARY_DIR}/lib/zeb_text/libexpat.so.1)
     file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/lib/zeb_text)
     file(COPY_FILE ${ZEB_I386_EXPAT} ${expat} ONLY_IF_DIFFERENT)

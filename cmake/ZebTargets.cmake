@@ -6,7 +6,7 @@ if(ZEB_SANITIZE)
     add_link_options(-fsanitize=${ZEB_SANITIZE})
 endif()
 
-# What all targets of this project have in common: warnings, hardening, 64-bit files and times.
+# Settings of all targets: warnings, hardening, 64-bit files and times.
 function(zeb_configure_target target)
     target_compile_options(
         ${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow -Wpedantic $<$<BOOL:${ZEB_WERROR}>:-Werror>
@@ -18,7 +18,7 @@ function(zeb_configure_target target)
     target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now)
 endfunction()
 
-# How what is in a shared library is compiled, whichever target compiles it.
+# Settings of sources for a shared library, in any target that compiles them.
 function(zeb_configure_library_code target)
     zeb_configure_target(${target})
     target_compile_features(${target} PUBLIC cxx_std_17)
@@ -33,7 +33,7 @@ function(zeb_configure_library_code target)
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
 endfunction()
 
-# Stops when what a part of the build needs is missing, and says how to get it or to do without it.
+# Stops when a dependency of a part of the build is missing, and explains how to get it or to build without it.
 function(zeb_require found what package option)
     if(NOT ${found})
         message(FATAL_ERROR "${what} is missing: install ${package} (its name in Debian), or leave out what needs it "
@@ -61,7 +61,7 @@ function(zeb_add_library target)
         ${target}
         PROPERTIES SOVERSION ${arg_SOVERSION}
                    EXPORT_NAME ${export_name}
-                   LINKER_LANGUAGE CXX # it may have nothing but the objects of another target
+                   LINKER_LANGUAGE CXX # it may have only the objects of another target
                    INSTALL_RPATH "$ORIGIN")
 
     # A sanitizer's run-time library is in the program, so its symbols stay undefined here.
@@ -123,7 +123,7 @@ function(zeb_add_test target)
         ${target} TEST_PREFIX ${target}. DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 600 ${labels})
 endfunction()
 
-# Stops with the name of the argument that a call of the functions above has left out.
+# Stops with the name of the argument that a call of the functions above lacks.
 macro(zeb_require_arguments target)
     foreach(name ${ARGN})
         if(NOT DEFINED arg_${name})

@@ -1,4 +1,4 @@
-// Taking a line that a user typed apart, and showing arguments as one line.
+// Splitting a line that a user typed, and showing arguments as one line.
 
 #include <OrventoTextOperations.hpp>
 
@@ -26,7 +26,7 @@ int main() {
     String const first = ZEBNS2::find_first_quoted_string(typed, end, /*start=*/0);
     std::cout << first << " ends at byte " << end << '\n';
 
-    // For a log or a screen, not for a shell: a dollar sign, for one, is left as it is.
+    // For a log or a screen, not for a shell: a dollar sign, for example, is not quoted.
     std::cout << CommandLine::flatten({"copy", "my file", "$HOME", "say \"hi\""}) << '\n';
 
     // There is no way back.

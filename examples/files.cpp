@@ -27,11 +27,11 @@ int main() {
     close(descriptor);
     std::ofstream(name, std::ios::binary) << "# service\nport=80\ntimeout=10\n";
 
-    // In each line the first match; the expression is compiled before the file is looked at.
+    // In each line the first match; the expression is compiled before the file is opened.
     ZEBNS2::unprivilegedSed(name, "^([a-z]+)=([0-9]+)$", "%1 = %2;");
     std::cout << FileSystem::getFileContents(name);
 
-    // The bytes handed over say nothing of whether they were written: the stream's state does.
+    // The count does not show whether the bytes were written: the stream's state does.
     std::ifstream source(name, std::ios::binary);
     std::ostringstream destination;
     std::cout << ZEBNS2::copy_stream(destination, source) << " bytes copied, "
@@ -42,7 +42,7 @@ int main() {
     std::cout << bytes.size() << " bytes read\n";
     std::remove(name);
 
-    // What cannot be edited throws before anything is written.
+    // A file that cannot be edited throws before anything is written.
     try {
         ZEBNS2::unprivilegedSed("/nonexistent/service.conf", "a", "b");
     } catch (zeb::foundation::Exception const& exception) {

@@ -18,7 +18,7 @@ void writeToProgramLog(std::string_view source, std::string_view text) {
     std::cout << "myprogram [" << source << "] " << text << '\n';
 }
 
-/// Takes the messages over. It may be called by several threads at once, as the log has to be.
+/// Passes the messages on. Like the log, it must allow calls from several threads at once.
 class Bridge : public LogAppender {
 public:
     void append(LogMessage const& message) override {
@@ -33,7 +33,7 @@ int main() {
     Logger::setDefault(Logger::DEBUG_LEVEL, IntrusiveReference<LogAppender>(new Bridge));
     static_cast<void>(ZEBNS2::search_replace("a.b", ".", "-"));
 
-    // Switched off again, as it is at start: no message is formatted any more.
+    // Switched off again, the initial state: no message is formatted.
     Logger::setDefault(Logger::NO_LEVEL, IntrusiveReference<LogAppender>());
     static_cast<void>(ZEBNS2::search_replace("c.d", ".", "-"));
 }

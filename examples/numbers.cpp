@@ -13,7 +13,7 @@ int main() {
     String const line = "backup of Tue Mar 14 09:26:53 UTC 2023: 12 GB in 0x1f files";
     std::cout << ZEBNS2::extractGenericDate(line) << '\n';
 
-    // The unit's bytes; the number in front of it is the caller's.
+    // The unit's bytes; the caller reads the number before it.
     RegularExpression const size("([0-9]+) ([kmgtp]?b)", RegularExpression::CASE_INSENSITIVE);
     StringArray const groups = size.all_matching_substrings(line);
     auto const count = ZEBNS2::string_to_number<unsigned long long>(groups[1], 10);
@@ -23,7 +23,7 @@ int main() {
     std::cout << files << " files, " << ZEBNS2::Hexify(files, /*pad=*/true) << '\n';
     std::cout << ZEBNS2::string_to_number<double>("2.5e3", 10) << '\n';
 
-    // What is no number, or too large for the type, throws.
+    // A text that is not a number, or too large for the type, throws.
     for (char const* const text : {"12 GB", "70000"}) {
         try {
             std::cout << ZEBNS2::string_to_number<short>(text, 10) << '\n';
@@ -32,7 +32,7 @@ int main() {
         }
     }
 
-    // The present time, in UTC: always 25 bytes.
+    // The current time, in UTC: always 25 bytes.
     String const now = ZEBNS2::getCurrentCIMDateTime();
     std::cout << now.length() << " bytes, " << now.substring(21) << '\n';
 }

@@ -34,7 +34,7 @@ int main() {
         std::cout << "word " << text << '\n';
     }
 
-    // Wildcards become expressions, and a faulty expression an exception.
+    // Wildcards become expressions, and an invalid expression an exception.
     RegularExpression const interface(ZEBNS2::wild2re("eth# *"),
                                       RegularExpression::EXTENDED_SYNTAX);
     std::cout << "interfaces: " << interface.all_matching_lines(lines).size() << '\n';

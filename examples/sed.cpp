@@ -16,7 +16,7 @@ int main() {
     std::cout << ZEBNS2::realSed(text, "/^#/d", EXTENDED);
     std::cout << ZEBNS2::realSed(text, "/SDA/,/SDB/d", RegularExpression::CASE_INSENSITIVE);
 
-    // A command that is none gives an empty text: it never throws.
+    // An unknown command gives an empty text: it never throws.
     std::cout << '"' << ZEBNS2::realSed(text, "p", EXTENDED) << "\"\n";
 
     // The first match in a whole text, with a template in place of sed's replacement.

@@ -1,4 +1,4 @@
-// Cutting, joining, laying out and reading texts.
+// Cutting, joining, formatting and reading texts.
 
 #include <OrventoTextOperations.hpp>
 
@@ -25,7 +25,7 @@ int main() {
     std::cout << ZEBNS2::leftText("disk", 8, '.') << ZEBNS2::rightText("480", 6, '.') << '\n'
               << ZEBNS2::centerText("end", 14, '-') << '\n';
 
-    // Numbers, units, dates; a text that is no number throws.
+    // Numbers, units, dates; a text that is not a number throws.
     std::cout << ZEBNS2::string_to_number<int>("ff", 16) << ' '
               << ZEBNS2::Hexify<unsigned short>(0x0b, /*pad=*/true) << ' '
               << ZEBNS2::get_unit_size("10GB") << '\n';

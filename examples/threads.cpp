@@ -14,7 +14,7 @@ using ZEBNS2::StringArray;
 
 namespace {
 
-/// Counts what matches in every `step`-th line from `first` on.
+/// Counts the matches in every `step`-th line from `first` on.
 void countErrors(StringArray const& lines, std::size_t first, std::size_t step, int& count) {
     // Compiled once in each thread: one shared expression would work too, but the C library lets
     // one thread at a time search with it.

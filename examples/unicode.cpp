@@ -14,7 +14,7 @@ int main() {
     std::cout << "order " << ZEBNS2::autodetectByteOrder(file) << '\n'
               << ZEBNS2::convertToUTF8(file) << '\n';
 
-    // Eight-bit text is taken for UTF-8 and stays as it is.
+    // Eight-bit text is assumed to be UTF-8 and copied.
     std::cout << ZEBNS2::convertToUTF8(Array<char>{'A', 'B', 'C'}) << '\n';
 
     // A pair of surrogates is one character; half of one becomes U+FFFD.

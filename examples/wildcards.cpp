@@ -1,4 +1,4 @@
-// Which names fit what a user typed: a wildcard, or a text that is to be taken literally.
+// Which names match a user's input: a wildcard, or a literal text.
 
 #include <OrventoCommonRegex.hpp>
 #include <RE.hpp>
@@ -26,11 +26,11 @@ int main() {
     constexpr auto EXTENDED = RegularExpression::EXTENDED_SYNTAX;
     StringArray const names{"disk7", "disk12", "disk", "logs\\a.txt", "logs\\atxt", "50% (a.b)"};
 
-    // `#` is one digit, `?` one character, `*` any text; all of the name has to fit.
+    // `#` is one digit, `?` one character, `*` any text; the whole name must match.
     list("disk#", ZEBNS2::wild2re("disk#"), names);
     list("disk*", ZEBNS2::wild2re("disk*"), names);
 
-    // The kind in which a backslash separates folders.
+    // The variant in which a backslash separates folders.
     list("logs\\*.txt", RegularExpression::convertWin32WildcardExpression("logs\\*.txt", EXTENDED),
          names);
 

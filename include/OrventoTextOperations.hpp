@@ -26,7 +26,7 @@
 /// - Every function is reentrant: threads may call it at once as long as none of them changes an
 ///   argument of another.
 /// - Functions that log do so at debug level under the component `TextOperations::COMPONENT_NAME`,
-///   to the process's default appender, and leave `errno` as it was. What the appender throws
+///   to the process's default appender, and leave `errno` unchanged. What the appender throws
 ///   reaches the caller. A message whose level is disabled costs one comparison.
 
 namespace ZEBNS2 {
@@ -638,7 +638,7 @@ ZEB_EXPORT void replaceInvalidXMLCharacters(Array<unsigned short>& units, String
 
 /// `text` with every occurrence of `search` replaced: from left to right, without overlaps, and
 /// never inside a replacement.
-/// @param search NUL bytes in it are searched too; an empty one leaves the text as it is
+/// @param search NUL bytes in it are searched too; an empty one leaves the text unchanged
 /// @par Messages the request; then the result, or that `search` is empty (not for an empty text).
 /// @par Complexity linear in `text` and the result. @par Thread safety reentrant.
 /// @par Exceptions `std::bad_alloc`.

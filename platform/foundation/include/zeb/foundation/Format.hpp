@@ -81,7 +81,7 @@ public:
     /// The formatted text, taken out of a temporary.
     [[nodiscard]] String toString() && { return result_.releaseString(); }
     /// The formatted text.
-    // NOLINTNEXTLINE(google-explicit-constructor): a Format is written where a String is wanted
+    // NOLINTNEXTLINE(google-explicit-constructor): a Format is used as a String
     operator String() const& { return toString(); }
     /// The formatted text, taken out of a temporary.
     // NOLINTNEXTLINE(google-explicit-constructor): likewise

@@ -16,7 +16,7 @@ public:
     IntrusiveCounted() noexcept = default;
     /// The count belongs to the object, not to its value: a copy starts at 0.
     IntrusiveCounted(IntrusiveCounted const&) noexcept {}
-    /// The count stays as it is.
+    /// The count is unchanged.
     IntrusiveCounted& operator=(IntrusiveCounted const&) noexcept { return *this; }
 
 protected:

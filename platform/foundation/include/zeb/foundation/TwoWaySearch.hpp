@@ -17,7 +17,8 @@
 /// still match after such a step are not compared again.
 ///
 /// Looking for "baa" in "bababaa": the cut is after "b". At place 0 "a" matches and "b" does not
-/// match the second "a", which rules out two places; so it goes on at 2, and at 4 all match.
+/// match the second "a", which rules out two places; so the search continues at 2, and at 4 all
+/// bytes match.
 ///
 /// Each byte of the text is compared at most twice, each wanted one a few times before.
 

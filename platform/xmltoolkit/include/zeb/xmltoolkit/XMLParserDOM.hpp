@@ -22,9 +22,9 @@ public:
 
     /// Parses a whole XML 1.0 document.
     ///
-    /// The parser does not validate and reads nothing but `xml`. The internal subset of a document
-    /// type declaration takes effect: its entities, parameter entities included, are replaced and
-    /// its default attributes added. An external subset and external entities are never fetched: a
+    /// The parser does not validate and reads only `xml`. The internal subset of a document type
+    /// declaration takes effect: its entities, parameter entities included, are replaced and its
+    /// default attributes added. An external subset and external entities are never fetched: a
     /// reference to such an entity in an element's content yields nothing, in an attribute it is an
     /// error. Where there is an external subset or a reference to a parameter entity, an entity may
     /// be declared where nothing is read: unless the document is standalone, a reference to one
