@@ -2,7 +2,7 @@
 //
 // A child process draws random patterns, asks the guard, and compiles and matches what it lets pass
 // in a thread with a small stack, under a limit of memory and of processor time. When the child
-// dies, the parent tells which pattern killed it and starts the next child. Patterns drawn at
+// dies, the parent reports which pattern killed it and starts the next child. Patterns drawn at
 // random seldom come near a bound, so the ones that used most stack, memory or time so far are
 // kept, and every fourth child, a guided one, spends most of its time on mutations of those.
 

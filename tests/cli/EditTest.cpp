@@ -57,7 +57,7 @@ TEST(Edit, KeepsNulBytesAndBytesOfEveryValue) {
 TEST(Edit, AnUnknownCommandIsAnErrorAndEmptiesNothing) {
     struct Row {
         std::string command;
-        std::size_t column;  // from 1; behind the end where something is missing
+        std::size_t column;  // from 1; after the end when something is missing
     };
     Row const rows[] = {
         {"", 1},

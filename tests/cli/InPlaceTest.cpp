@@ -1,5 +1,4 @@
-// Files that are edited are never lost: whatever happens, a file is the old one
-// or the new one.
+// Edited files are never lost: after any failure, a file is the old one or the new one.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

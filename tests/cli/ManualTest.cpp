@@ -1,4 +1,4 @@
-// The manual and the completions of the shells tell of all that the program has, and of no more.
+// The manual and the shell completions list everything that the program has, and nothing else.
 
 #include <gtest/gtest.h>
 

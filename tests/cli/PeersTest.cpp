@@ -2,7 +2,7 @@
 //
 // Left out is what differs, as the guide's page on the command line says: anchors in a repeated
 // group, for which the C library has several answers; `^` with the flag g; empty matches within a
-// character; a group that takes no part before one that does; the empty line behind a last newline.
+// character; a group that takes no part before one that does; the empty line after a last newline.
 //
 // ZEB_TEXT_CASES in the environment asks for more cases, ZEB_TEXT_SEED for others.
 
@@ -84,7 +84,7 @@ protected:
         anyTimes_ = {"*", "*", slash + "+", slash + "?", times("2"), times("1,2"), times("0,2")};
     }
 
-    /// Lines without a newline behind the last.
+    /// Lines without a newline after the last.
     std::string text(Words const& characters) {
         std::string text;
         for (unsigned lines = below(8); lines > 0; --lines) {

@@ -153,7 +153,7 @@ constexpr char const* STRANGE_WORDS[] = {"[a]", "[a,b]", "[]",    "[",   "{}",  
 TEST(Program, WordsArriveUnchanged) {
     for (std::string const word : STRANGE_WORDS) {
         SCOPED_TRACE(word);
-        // As an argument of its own, in a list, as the value of an option, and behind "--".
+        // As an argument of its own, in a list, as the value of an option, and after "--".
         EXPECT_EQ(zebText({"search-replace", word, "<" + word + ">"}, "z" + word),
                   prints("z<" + word + ">"));
         EXPECT_EQ(zebText({"pad", "--left", "0", "--", word}), prints(word + "\n"));

@@ -102,7 +102,7 @@ TEST_F(Color, ObjectsAndControlCharactersNeverColorATerminal) {
               failsWith("Cannot read file \\x1b[31m: No such file or directory"));
 }
 
-/// What stands on a terminal's line in the end, when all that was written is played back.
+/// The final contents of a terminal's line after all output.
 std::string lastLine(std::string const& written) {
     std::string line;
     std::size_t column = 0;

@@ -43,7 +43,7 @@ namespace {
 std::function<int()> beforeRead;
 /// Reads that a signal has interrupted.
 int interruptedReads = 0;
-/// Told how many bytes are to be written, says how many of them are: fewer, or minus the error.
+/// Given the bytes to be written, returns how many are written: fewer, or minus the error.
 std::function<ssize_t(ssize_t)> writable;
 
 }  // namespace

@@ -130,7 +130,7 @@ TEST_F(LoggerDefault, AnAppenderMayLogWhenItIsDropped) {
         void append(LogMessage const&) override {}
     };
     Logger::setDefault(Logger::INFO_LEVEL, AppenderReference(new Talkative));
-    LogCapture const log;  // takes its place; a lock held meanwhile would never be given back
+    LogCapture const log;  // replaces it; a lock taken meanwhile would never be released
     EXPECT_THAT(log.lines(), ElementsAre("INFO end: good bye"));
 }
 
@@ -344,7 +344,7 @@ TEST_F(LoggerTest, StreamAppenderIsUsableAgainWhenItsStreamHasThrown) {
     Logger const logger("c", AppenderReference(new StreamAppender(stream)));
     EXPECT_THROW(ZEB_LOG_DEBUG(logger, "Unit", "lost"), std::runtime_error);
     stream.clear();
-    ZEB_LOG_DEBUG(logger, "Unit", "kept");  // a lock held since then would never be given back
+    ZEB_LOG_DEBUG(logger, "Unit", "kept");  // a lock taken then would never be released
     EXPECT_EQ(buffer.str(), "DEBUG c: kept\n");
 }
 

@@ -77,8 +77,8 @@ std::string libcError(int code) {
 constexpr std::size_t SMALL_STACK = 256 * 1024;
 
 /// Whether libc compiles the pattern, and matches a few texts, in a thread with a small stack and
-/// with little memory. The process does not tell how long it takes, but it is ended after a minute
-/// of processor time.
+/// with little memory. The process does not report its time, but it is ended after a minute of
+/// processor time.
 struct Trial {
     std::string pattern;
     bool extended;
@@ -259,7 +259,7 @@ INSTANTIATE_TEST_SUITE_P(
         Bound{"NodesOfCopies", PatternHazard::NODES,
               [](std::size_t n) { return "(ab){" + number(n) + "}"; },
               LibcLimits::MAX_NODES / 4 - 1},
-        // The chain ends with the look at the first character behind.
+        // The chain ends with the step to the first character after it.
         Bound{"Chain", PatternHazard::EPSILON_DEPTH, [](std::size_t n) { return repeat("a*", n); },
               LibcLimits::MAX_EPSILON_DEPTH - 1},
         Bound{"ChainOfAlternatives", PatternHazard::EPSILON_DEPTH,
@@ -272,7 +272,7 @@ INSTANTIATE_TEST_SUITE_P(
               [](std::size_t n) {
                   return repeat(repeat("a*", 1098) + "b", 3) + repeat("a*", 600) + repeat("c", n);
               },
-              11502},  // each character behind makes the closures larger by 1
+              11502},  // each character after it makes the closures larger by 1
         Bound{"Circles", PatternHazard::LOOP_CLOSURES,
               [](std::size_t n) { return repeat("c", n) + repeat("a*", 300) + "(b*)*"; }, 7871},
         // Each \<x is 2, the anchor and the character; \<\<x is 5.
@@ -449,7 +449,7 @@ TEST(LibcCost, ReadsPatternsAsLibcDoes) {
         {BASIC, "a\\{0,2000\\}", PatternHazard::EPSILON_DEPTH},
         {BASIC, "a\\{0,2000}", PatternHazard::NONE, false},
 
-        // What stands in a place where it is no operator is a character, which can be repeated.
+        // An operator in a place where it is none is a character, which can be repeated.
         {EXTENDED, "){0,2000}", PatternHazard::EPSILON_DEPTH},
         {EXTENDED, "}{0,2000}", PatternHazard::EPSILON_DEPTH},
         {EXTENDED, "*a", PatternHazard::NONE, false},

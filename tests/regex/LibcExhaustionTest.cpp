@@ -24,7 +24,7 @@ namespace {
 using ZEBNS2::RegularExpression;
 using ZEBNS2::String;
 
-/// What a child process tells, even when it dies.
+/// The report of a child process, even when it dies.
 struct Report {
     long refusal;     ///< the allocation that fails
     long refusals;    ///< how many have failed
@@ -100,7 +100,7 @@ protected:
         if (child == 0) {
             rlimit const none{0, 0};
             ::setrlimit(RLIMIT_CORE, &none);
-            ::close(STDERR_FILENO);  // where libc tells of its broken heap
+            ::close(STDERR_FILENO);  // where libc reports its broken heap
             failEach(String(pattern), options, String(subject), wantsGroups, *report_);
             ::_exit(0);
         }

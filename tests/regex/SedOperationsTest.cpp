@@ -60,7 +60,7 @@ TEST(DoSedDelete, JoinsWhatIsKept) {
         {"", ""},           // no line at all
         {"x", ""},          // the only line
         {"y", "y"},         //
-        {"x\n", ""},        // the empty line behind the newline is left
+        {"x\n", ""},        // the empty line after the newline is left
         {"y\n", "y\n"},     // a final newline stays
         {"y\nx", "y"},      // the last line goes with the newline before it
         {"y\nx\n", "y\n"},  //
@@ -132,7 +132,7 @@ TEST(DoSedDeleteRange, JoinsWhatIsKept) {
         {"", ""},
         {"a", "a"},
         {"b\ne", ""},
-        {"b\ne\n", ""},        // the empty line behind the newline is left
+        {"b\ne\n", ""},        // the empty line after the newline is left
         {"a\nb\ne\n", "a\n"},  //
         {"a\nb\ne", "a"},      //
         {"e\na", "e\na"},      // an end alone means nothing

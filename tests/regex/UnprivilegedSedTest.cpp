@@ -72,7 +72,7 @@ private:
     uid_t before_;
 };
 
-/// Stands for a full disk while it lives: what goes beyond `room` bytes of a file is not written.
+/// Simulates a full disk during its lifetime: bytes beyond `room` of a file are not written.
 class FullDisk {
 public:
     explicit FullDisk(rlim_t room) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
