@@ -35,7 +35,7 @@
 ///   repeat may contain a back-reference only if it leaves no choice: `(.)\1+` and `([a-z]+)( \1)+`
 ///   pass, `(.+)\1+` and `.*(.)\1+` do not. Between such a group and its back-reference must be no
 ///   repeat that can take one text in many ways, as in `(.+)(a+)*\1` (write `(.+)a*\1`). A
-///   back-reference next to an unlimited repeat of what can be empty does not pass if both can take
+///   back-reference next to a nullable unlimited repeat does not pass if both can take
 ///   the same characters, as in `(.)([a-z]*)*\1` (write `(.)[a-z]*\1`).
 /// - The C library keeps the states it has built, so the object's memory grows with the pattern and
 ///   the texts searched. When the states may exceed 64 MiB, the object is compiled again and starts
@@ -102,11 +102,11 @@ public:
     static constexpr CompilationOptions EXTENDED_SYNTAX = 0;   ///< POSIX extended syntax
     static constexpr CompilationOptions BASIC_SYNTAX = 1;      ///< POSIX basic syntax
     static constexpr CompilationOptions CASE_INSENSITIVE = 2;  ///< letter case is ignored
-    /// A newline is no ordinary character: neither `.` nor `[^x]` matches it, `^` also matches
-    /// after it, and `$` also before it.
+    /// A newline is no ordinary character. Neither `.` nor `[^x]` matches it, and `^` and `$` also
+    /// match after and before it.
     static constexpr CompilationOptions NO_NEWLINE = 4;
 
-    /// Match slots that `all_matches` hands to the C library.
+    /// Match slots that `all_matches` passes to the C library.
     static constexpr std::size_t MAX_MATCH_SLOTS = 102400;
 
     /// Longest subject in bytes: 1 GiB. The C library's offsets are 32-bit integers and unreliable
