@@ -187,7 +187,7 @@ public:
     /// @throws OutOfBoundsException when there is none
     [[nodiscard]] T& back() { return (*this)[lastIndex()]; }
 
-    /// The elements as plain memory; null if memory was never allocated.
+    /// The elements as plain memory; null while the array has none.
     [[nodiscard]] T const* data() const noexcept {
         return block_ == nullptr ? nullptr : block_->elements();
     }
