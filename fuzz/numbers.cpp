@@ -27,7 +27,7 @@ std::optional<T> converted(String const& text, int base) {
     }
 }
 
-/// C passes over white space in front, which no number of ours may have.
+/// C skips leading white space, which no number of ours may have.
 bool beginsLikeANumber(std::string const& text) {
     return !text.empty() && std::string_view(" \t\n\v\f\r").find(text[0]) == std::string_view::npos;
 }

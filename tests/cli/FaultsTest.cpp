@@ -1,4 +1,4 @@
-// Where a faulty expression has its fault.
+// The place of the fault in an expression.
 
 #include <gtest/gtest.h>
 

@@ -323,7 +323,7 @@ TEST(InPlace, WhatAPreviewShowsPatchMakes) {
     }
 }
 
-/// A file and what becomes of it when the program comes to harm.
+/// A file and its state after the program was harmed.
 class Harm : public testing::Test {
 protected:
     void SetUp() override {

@@ -171,9 +171,8 @@ TEST(Streaming, RepairedTextIsThatOfTheWholeText) {
     }
 }
 
-// A program that kept its output back would wait for the reader for ever, and
-// the reader for it. What the guide says of files that are cut at line ends, by
-// GNU parallel or another engine.
+// A program that delayed its output would wait for the reader forever, and the reader for it. What
+// the guide says of files that are cut at line ends, by GNU parallel or another engine.
 TEST(Pieces, TogetherAreTheWhole) {
     TemporaryDirectory const folder;
     Random random(9);

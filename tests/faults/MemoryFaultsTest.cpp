@@ -150,7 +150,7 @@ TEST(MemoryFaults, OfAFirstUseAreForgottenByTheSecond) {
 /// Fails each allocation of each call, with and without logging.
 /// @param once whether the allocations after a failed one succeed
 void failEach(bool once) {
-    // That the list of calls goes on allocating: fewer points would test less.
+    // The list of calls must keep allocating: fewer points would test less.
     static constexpr long LEAST_POINTS = 2000;
     Inputs const in;
     long points = 0;

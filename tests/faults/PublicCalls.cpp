@@ -124,7 +124,7 @@ PublicCall searchingUse(char const* function, Body* body) { return {function, tr
 // Virtual functions are called by their full name, so that the object file shows which they are.
 
 /// What every exception class has: making, telling its type, cloning (null without memory) and
-/// throwing anew.
+/// throwing again.
 template <typename T>
 void addException(std::vector<PublicCall>& calls, char const* constructor, char const* type,
                   char const* clone, char const* rethrow) {
@@ -176,7 +176,7 @@ std::string contentsOf(String const& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// Edits a file. As long as memory is wanting it stays as it was.
+/// Edits a file. As long as memory is exhausted it is unchanged.
 template <typename Edit>
 void expectEdited(Attempt& attempt, Inputs const& in, Edit const& edit) {
     // Of its own: edits of one file must not overlap.
@@ -184,7 +184,7 @@ void expectEdited(Attempt& attempt, Inputs const& in, Edit const& edit) {
     String const file = in.directory.file(name, FILE_TEXT);
     bool const ended = attempt([&] { edit(file); });
     std::string const contents = contentsOf(file);
-    // Without memory to open it the file stays as it was without a word.
+    // Without memory to open it the file is unchanged, which is not reported.
     EXPECT_TRUE(contents == FILE_TEXT ||
                 (ended && contents == "key: value\nother: 3\n\nlast: line"))
         << contents;

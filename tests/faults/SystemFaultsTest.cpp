@@ -190,7 +190,7 @@ TEST_F(SystemFaults, AFullDeviceIsSeenInTheStateOfTheStreamThatIsCopiedTo) {
     IFileStream source(directory.file("file", std::string(100000, 'a')));
     std::ofstream full("/dev/full", std::ios_base::binary);
     ASSERT_TRUE(full.good());
-    // Handed over, so counted: the first pieces stay in the stream's own buffer.
+    // Passed on, so counted: the first pieces stay in the stream's own buffer.
     std::size_t const copied = copy_stream(full, source);
     EXPECT_TRUE(full.bad());
     EXPECT_GT(copied, 0U);
@@ -360,7 +360,7 @@ TEST_F(SystemFaults, ANameThatIsTooLongOrALoopOfLinksIsAnException) {
 /// How many signals have been handled; shared with the process that sends them.
 int volatile* signalsTaken = nullptr;
 
-/// Takes SIGUSR1 while it lives, without asking for interrupted calls to go on by themselves.
+/// Handles SIGUSR1 during its lifetime, without SA_RESTART.
 class Interruptions {
 public:
     Interruptions() {
@@ -404,7 +404,7 @@ pid_t startInterruptingWriter(String const& fifo, bool whileOpening) {
     pid_t const reader = ::getpid();
     pid_t const child = ::fork();
     if (child == 0) {
-        ::alarm(60);  // rather than wait for ever
+        ::alarm(60);  // rather than wait forever
         if (whileOpening) {
             interruptSleeper(reader);
         }

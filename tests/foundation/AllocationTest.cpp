@@ -323,7 +323,7 @@ TEST(ExhaustedMemory, LeavesABufferUnchanged) {
         2);
     expectExhaustion(
         [] {
-            StringBuffer buffer(10000);  // much more than is used: given back at the end
+            StringBuffer buffer(10000);  // much more than is used: freed at the end
             buffer.append("abcd");
             try {
                 EXPECT_EQ(buffer.releaseString(), "abcd");
@@ -361,7 +361,7 @@ TEST(ExhaustedMemory, SetsBadbitAndRefusesTheIncompleteText) {
     EXPECT_THROW((void)stream.toString(), std::bad_alloc);
     EXPECT_THROW((void)static_cast<std::string_view>(stream), std::bad_alloc);
     stream.clear();
-    stream << "more";  // what is missing stays missing
+    stream << "more";  // the gap remains
     EXPECT_THROW((void)stream.toString(), std::bad_alloc);
     EXPECT_EQ(stream.length(), 8u);
 

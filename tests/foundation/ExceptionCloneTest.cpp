@@ -7,7 +7,7 @@
 #include <new>
 
 // This program replaces the allocation that reports exhausted memory by null, and with it the one
-// that throws, so that both take and give back the same memory.
+// that throws, so that both allocate and free the same memory.
 
 namespace {
 bool memoryIsExhausted = false;

@@ -244,7 +244,7 @@ TEST(Format, ConvertsToAString) {
     EXPECT_EQ(converted, "1");
     Format const kept("%1-%2", "a", 2);
     EXPECT_EQ(kept.toString(), "a-2");
-    EXPECT_EQ(kept.toString(), "a-2");  // a named one gives its text as often as it is asked
+    EXPECT_EQ(kept.toString(), "a-2");  // a named one returns its text at every call
     EXPECT_EQ(Format("%1", "temporary").toString(), "temporary");
     auto const length = [](String const& text) { return text.length(); };
     EXPECT_EQ(length(Format("%1", "abc")), 3u);

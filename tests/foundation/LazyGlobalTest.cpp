@@ -191,7 +191,7 @@ TEST(LazyGlobal, AccessAfterItIsBuiltTakesNoLock) {
     LazyGlobal<String> global = {"parameter", nullptr, 0, PTHREAD_MUTEX_INITIALIZER};
     global.get();
     ASSERT_EQ(::pthread_mutex_lock(&global.mutex), 0);
-    EXPECT_EQ(global.get(), "parameter");  // would wait for ever
+    EXPECT_EQ(global.get(), "parameter");  // would wait forever
     ::pthread_mutex_unlock(&global.mutex);
 }
 

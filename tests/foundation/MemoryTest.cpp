@@ -103,7 +103,7 @@ TEST(MemoryBlock, IsAskedForInHugePagesFromEightMebibytesOn) {
         GTEST_SKIP() << "this kernel has no huge pages of this kind";
     }
     std::string flags;
-    // Of the greatest size that libc may learn to keep, and above, it maps each anew.
+    // Blocks of the greatest size that libc may learn to keep, and above, are mapped each time.
     auto* const block = static_cast<char*>(detail::allocateBlock(64 * MIB));
     std::memset(block, 1, 64 * MIB);
     std::size_t const huge = mappingLine(block + 32 * MIB, "AnonHugePages:", flags);

@@ -262,7 +262,7 @@ TEST(StringLastIndexOf, Text) {
     }
 }
 
-// Long enough for vectors of places, and for what is left of them.
+// Long enough for vectors of places, and for the rest.
 TEST(StringIndexOf, AgreesWithTheStandardStringOnLongRandomTexts) {
     zeb::test::Random random(9);
     std::size_t found = 0;
@@ -281,9 +281,9 @@ TEST(StringIndexOf, AgreesWithTheStandardStringOnLongRandomTexts) {
     EXPECT_GT(found, 10'000u);
 }
 
-// Both ends of what is wanted are at every place, so that another search takes over.
+// Both ends of the wanted text are at every place, so that another search takes over.
 TEST(StringIndexOf, GivesUpOnCandidatesThatFail) {
-    // At one of these lengths the hit is the first place that the other search looks at.
+    // At one of these lengths the hit is the first place that the other search tests.
     for (std::size_t length = 0; length <= 400; ++length) {
         std::string const text(length, 'a');
         std::string wanted = std::string(20, 'a') + 'b' + std::string(20, 'a');

@@ -84,7 +84,7 @@ TEST_P(Encodings, TheSecondByteOfACharacterIsNoOperator) {
         EXPECT_EQ(PatternDump::of(set + "(a)", PatternSyntax::EXTENDED),
                   "set{" + set + "}group1{lit{a}}");
     }
-    // What is no character is read byte by byte.
+    // Bytes that are no character are read one by one.
     EXPECT_EQ(PatternDump::of("\xFF(a)", PatternSyntax::EXTENDED), "lit{\xFF}group1{lit{a}}");
     EXPECT_EQ(PatternDump::of(std::string("a") + characters_[0][0], PatternSyntax::EXTENDED),
               "lit{a}lit{" + characters_[0].substr(0, 1) + "}");

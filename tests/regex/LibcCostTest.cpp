@@ -172,7 +172,7 @@ TEST(LibcCost, LongHazardsAreRefusedInBothSyntaxes) {
     };
     Row const rows[] = {
         {repeat("(", 12568) + "a" + repeat(")", 12568), PatternHazard::NESTING},
-        {repeat("(", 385) + "a", PatternHazard::NESTING},  // not closed, but read all the same
+        {repeat("(", 385) + "a", PatternHazard::NESTING},  // not closed, but still read
         {repeat("(a*)", 669), PatternHazard::EPSILON_DEPTH},
         {repeat("()", 1000), PatternHazard::EPSILON_DEPTH},
         {repeat("a?", 2000), PatternHazard::EPSILON_DEPTH},

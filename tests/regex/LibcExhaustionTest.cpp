@@ -49,7 +49,7 @@ std::string answer(RegularExpression const& expression, String const& subject) {
     return text + std::to_string(start) + ':' + std::to_string(end);
 }
 
-/// Goes on with the allocation `report.refusal` until none is left to fail.
+/// Continues with the allocation `report.refusal` until none is left to fail.
 void failEach(String const& pattern, unsigned int options, String const& subject, bool wantsGroups,
               Report& report) {
     std::string const right = answer(RegularExpression(pattern, options), subject);

@@ -145,7 +145,7 @@ TEST(LineMatches, FirstMatchingSubstringStopsAtTheFirstLineThatMatches) {
         "12");
     EXPECT_EQ(RegularExpression("x", 0).first_matching_substring(StringArray{"a", "b"}), "");
     EXPECT_EQ(RegularExpression("x", 0).first_matching_substring(StringArray()), "");
-    // The empty text of the first line is the answer; the second line is not looked at.
+    // The empty text of the first line is the answer; the second line is not searched.
     EXPECT_EQ(RegularExpression("x*", 0).first_matching_substring(StringArray{"y", "x"}), "");
 }
 

@@ -221,7 +221,7 @@ TEST(RE, SubclassCodeIsTheResultOfRegcomp) {
 }
 
 TEST(RE, SyntaxIsExtendedWhateverTheFlags) {
-    // A lone parenthesis is faulty in extended syntax alone.
+    // A lone parenthesis is an error in extended syntax only.
     for (int const flags : {0, REG_ICASE, REG_NEWLINE, REG_NOSUB, REG_EXTENDED}) {
         SCOPED_TRACE(flags);
         EXPECT_THROW(RE("(", flags), BadRegexException);

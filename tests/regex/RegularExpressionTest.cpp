@@ -324,7 +324,7 @@ TEST(RegularExpression, NullSubjectHasNoMatch) {
     EXPECT_EQ(RegularExpression("", 0).first_match(nullptr), NONE);
 }
 
-/// Many "a"s without much memory: all addresses show the same 16 MiB, but for the last ones.
+/// Many "a"s without much memory: all addresses map the same 16 MiB, except the last ones.
 class HugeSubject {
 public:
     explicit HugeSubject(std::size_t length) {

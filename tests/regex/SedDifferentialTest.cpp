@@ -6,7 +6,7 @@
 // on one byte further here), groups that may take no part in a match (they end the list of groups
 // here), `&`, sed's own escapes, bytes that are no UTF-8, and word boundaries in groups: the C
 // library finds a match of `^(\b.){2}` in "ab", where GNU sed's own matcher finds none. The model
-// is asked all of that, too, but for sed's own escapes.
+// is asked all of that, too, except for sed's own escapes.
 //
 // A longer run, and another one: ZEB_SED_CASES=10000 ZEB_SED_SEED=7 regex_differential_test
 

@@ -66,7 +66,7 @@ TEST(RealSed, OptionsAreThoseOfTheCaller) {
     EXPECT_EQ(realSed("A\nb", "/a/d", RegularExpression::CASE_INSENSITIVE), "b");
     EXPECT_EQ(realSed("A\nB\nc", "/a/,/b/d", RegularExpression::CASE_INSENSITIVE), "c");
     EXPECT_EQ(realSed("a+", "s/a+/x/", RegularExpression::BASIC_SYNTAX), "x");
-    // The commands themselves are taken apart without them.
+    // The commands themselves are parsed without them.
     EXPECT_EQ(realSed("a", "/a/D", RegularExpression::CASE_INSENSITIVE), "");
 }
 

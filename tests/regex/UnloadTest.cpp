@@ -60,7 +60,7 @@ extern "C" void free(void* block) noexcept {
                 freedNames.push_back(name);
             }
         }
-        // Whoever uses it all the same finds nothing, nor does a later block inherit a name.
+        // A later use finds nothing, nor does a later block inherit a name.
         std::memset(block, 0xDD, size);
     }
     __libc_free(block);

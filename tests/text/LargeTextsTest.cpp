@@ -48,7 +48,7 @@ TEST_F(LargeTexts, QuoteBeyondTheOffsetsOfUnsignedIntCountsAsNone) {
     end = 77;
     EXPECT_EQ(ZEBNS2::find_first_quoted_string(text, end, UINT_MAX), "");
     EXPECT_EQ(end, 77U);
-    // What needs no 32-bit offset goes on beyond it.
+    // Functions without 32-bit offsets work beyond it.
     EXPECT_EQ(ZEBNS2::substringAfter(text, '"'), "\"\"");
     EXPECT_EQ(ZEBNS2::substringAfterLast(text, "\"\""), "");
 }

@@ -153,7 +153,7 @@ TEST(QuotedStringTokenization, NoDelimitersGiveTheWholeText) {
 TEST(QuotedStringTokenization, EscapedQuoteDoesNotClose) {
     EXPECT_THAT(quoted_string_tokenization("\"a \\\" b\" c", " "),
                 ElementsAre("\"a \\\" b\"", "c"));
-    // The byte before is a backslash, be it escaped itself or not.
+    // The byte before is a backslash, whether or not it is escaped itself.
     EXPECT_THAT(quoted_string_tokenization("\"a\\\\\" b\" c", " "),
                 ElementsAre("\"a\\\\\" b\"", "c"));
 }
@@ -191,7 +191,7 @@ TEST(QuotedStringTokenization, DelimitersOfAllByteValues) {
                 ElementsAre("a", "b", "c"));
 }
 
-/// The rules step by step, with the loop over the delimiters that goes on after a hit.
+/// The rules step by step, with the loop over the delimiters that continues after a hit.
 std::vector<std::string> tokensByTheRules(std::string const& text, std::string_view delimiters) {
     std::vector<std::string> tokens;
     std::size_t pos = 0;

@@ -492,7 +492,7 @@ TEST(WellFormedness, AcceptsWhatLooksOdd) {
         "<?xml version='1.0123456789'?><a/>",
         "<?xml version='1.0' encoding='UTF-8' standalone='yes' ?><a/>",
         "<!DOCTYPE a><b/>",
-        "<p:a xmlns:p=''/>",       // namespaces are not looked at
+        "<p:a xmlns:p=''/>",       // namespaces are ignored
         "<!DOCTYPE a [%p;]><a/>",  // an undeclared parameter entity makes it invalid only
         "<!DOCTYPE a SYSTEM 's'><a>&e;</a>",  // it may be declared where nothing is read
         "<!DOCTYPE a [<!ENTITY % p SYSTEM 's'> %p; <!ENTITY e 'v'>]><a>&e;</a>"};

@@ -1,5 +1,5 @@
-// What a caller's object file knows of the installed headers: sizes, and by its undefined names the
-// functions it calls. Both have to be the same for every language standard.
+// A caller's object file depends on the installed headers by sizes and, in its undefined names, by
+// the functions it calls. Both must be the same for every language standard.
 #include <OrventoCommonRegex.hpp>
 #include <OrventoTextOperations.hpp>
 #include <OrventoXMLOperations.hpp>
