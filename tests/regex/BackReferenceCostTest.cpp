@@ -78,6 +78,9 @@ TEST(BackReferenceCost, EachChoiceHasItsPoints) {
         {"(.+)\\1a{30}", 7},      // 32: each doubling of the size counts
         {"(.+)\\1a{62}", 9},
         {"(.)\\1a{62}", 0},  // not where there is no choice
+        {" *\\S(.)\\1", 0},  // what is no blank ends the blanks
+        {"_*\\W(.)\\1", 0},
+        {"(ab)(\\1|cd)(.)\\3", 0},  // a reference is as long as its group
     };
     for (Row const& row : ROWS) {
         EXPECT_EQ(freedomOf(row.pattern), row.freedom) << row.pattern;
@@ -149,6 +152,7 @@ TEST(BackReferenceCost, AStarHoldsAReferenceThatLeavesNoChoice) {
         {"([^,]+)(, \\1)*", "([^,]+)( *, *\\1)*"},          // blanks on both sides
         {"(-)( *\\1)*", "(-+)( *\\1)*"},                    // one length needs no separator
         {"(.)(.\\1)*", "(.?)(.\\1)*"},                      // several lengths
+        {"(x(.)\\2*)b", "(x(.)\\2*b){2}"},                  // two copies of a star
         {"(.)(.\\1)*", "(.)(,.*\\1)*"},                     // an iteration of several lengths
         {"^ *([a-z])(,\\1)*", "^.*([a-z])(,\\1)+"},         // the place is not certain
         {"((.)\\2)*", "((a+)\\2)*"},                        // each iteration has its own length
