@@ -572,6 +572,23 @@ TEST(ArrayRemove, TakesOutAnyRange) {
     }
 }
 
+TEST(ArrayConstruction, PlainElementsAreCopiedWhateverTheirNumber) {
+    for (std::size_t size = 0; size < 40; ++size) {
+        std::vector<unsigned short> expected(size);
+        std::iota(expected.begin(), expected.end(), static_cast<unsigned short>(0xFFF0));
+        Array<unsigned short> const array(expected.begin(), expected.end());
+        Array<unsigned short> changed = array;
+        (void)changed.data();
+        EXPECT_EQ(std::vector<unsigned short>(changed), expected);
+        Array<long> const widened(expected.begin(), expected.end());
+        EXPECT_TRUE(std::equal(widened.begin(), widened.end(), expected.begin(), expected.end()));
+        EXPECT_EQ(std::vector<unsigned short>(Array<unsigned short>(size, 7)),
+                  std::vector<unsigned short>(size, 7));
+    }
+    EXPECT_EQ(Array<unsigned char>(std::string_view("\x80\0\xFF", 3)),
+              (Array<unsigned char>{0x80, 0, 0xFF}));
+}
+
 TEST_F(ArrayElements, AreDestroyedWhenRemoved) {
     Array<Counted> array = numbered(5);
     array.remove(1, 2);

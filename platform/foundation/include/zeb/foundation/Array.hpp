@@ -24,6 +24,9 @@ namespace zeb::foundation {
 namespace detail {
 /// Throws OutOfBoundsException for an access to element `index` of an array of `size` elements.
 [[noreturn]] ZEB_EXPORT void throwOutOfBounds(std::size_t size, std::size_t index);
+
+/// Not API: makes arrays without writing their elements.
+struct UnwrittenArray;
 }  // namespace detail
 
 /// A growable array whose copies share their elements until one of them is changed.
@@ -79,9 +82,7 @@ public:
     /// `count` copies of `value`.
     explicit Array(size_type count, T const& value = T()) {
         Builder building(count);
-        for (size_type i = 0; i < count; ++i) {
-            building.add(value);
-        }
+        building.fill(count, value);
         block_ = building.release();
     }
 
@@ -92,9 +93,7 @@ public:
             typename std::iterator_traits<Iterator>::iterator_category, std::forward_iterator_tag>>>
     Array(Iterator first, Iterator last) {
         Builder building(static_cast<size_type>(std::distance(first, last)));
-        for (; first != last; ++first) {
-            building.add(*first);
-        }
+        building.copy(first, last);
         block_ = building.release();
     }
 
@@ -112,9 +111,7 @@ public:
                                           !std::is_same_v<T, bool> && sizeof(T) == 1>>
     explicit Array(std::string_view bytes) {
         Builder building(bytes.size());
-        for (char const byte : bytes) {
-            building.add(static_cast<T>(byte));
-        }
+        building.copy(bytes.begin(), bytes.end());
         block_ = building.release();
     }
 
@@ -273,9 +270,7 @@ public:
         }
         detach();
         T* const elements = block_->elements();
-        for (size_type i = index + count; i < block_->size; ++i) {
-            elements[i - count] = std::move(elements[i]);
-        }
+        std::move(elements + index + count, elements + block_->size, elements + index);
         size_type const kept = block_->size - count;
         std::destroy(elements + kept, elements + block_->size);
         block_->size = kept;
@@ -340,6 +335,8 @@ public:
     // ---------------------------------------------------------------- not API
 
 private:
+    friend struct detail::UnwrittenArray;
+
     /// Header of the single allocation; the elements follow it.
     struct alignas(alignof(std::max_align_t)) Block {
         std::atomic<size_type> references{1};
@@ -371,11 +368,23 @@ private:
         Builder(Builder const&) = delete;
         Builder& operator=(Builder const&) = delete;
         ~Builder() { Array::release(block_); }
-        template <typename Value>
-        void add(Value&& value) {
-            ::new (static_cast<void*>(block_->elements() + block_->size))
-                T(std::forward<Value>(value));
-            ++block_->size;
+        /// Fills the block, which is still empty, with `count` copies of `value`. What throws
+        /// leaves it empty.
+        void fill(size_type count, T const& value) {
+            if (block_ != nullptr) {
+                std::uninitialized_fill_n(block_->elements(), count, value);
+                block_->size = count;
+            }
+        }
+        /// Gives the empty block the elements of [first, last), moved where the iterators do so.
+        /// What throws leaves it empty.
+        template <typename Iterator>
+        void copy(Iterator first, Iterator last) {
+            if (block_ != nullptr) {
+                T* const elements = block_->elements();
+                T* const end = std::uninitialized_copy(first, last, elements);
+                block_->size = static_cast<size_type>(end - elements);
+            }
         }
         Block* release() noexcept { return std::exchange(block_, nullptr); }
 
@@ -415,13 +424,12 @@ private:
         }
         Builder building(capacity);
         if (block_ != nullptr) {
-            for (size_type i = 0; i < block_->size; ++i) {
-                T& element = block_->elements()[i];
-                if (shared) {
-                    building.add(static_cast<T const&>(element));
-                } else {
-                    building.add(std::move_if_noexcept(element));
-                }
+            T* const first = block_->elements();
+            T* const last = first + block_->size;
+            if (shared || !std::is_nothrow_move_constructible_v<T>) {
+                building.copy(static_cast<T const*>(first), static_cast<T const*>(last));
+            } else {
+                building.copy(std::make_move_iterator(first), std::make_move_iterator(last));
             }
         }
         release(std::exchange(block_, building.release()));
@@ -444,6 +452,21 @@ private:
     }
 
     Block* block_ = nullptr;
+};
+
+struct detail::UnwrittenArray {
+    /// An array of `count` elements whose values are unspecified, for callers that write each of
+    /// them before it is read.
+    template <typename T>
+    [[nodiscard]] static Array<T> make(std::size_t count) {
+        static_assert(std::is_trivial_v<T>, "elements must live without a constructor");
+        Array<T> array;
+        if (count != 0) {
+            array.block_ = Array<T>::allocate(count);
+            array.block_->size = count;
+        }
+        return array;
+    }
 };
 
 /// Constant time.
