@@ -17,6 +17,7 @@ namespace ZEBNS2 {
 
 using zeb::foundation::Format;
 using zeb::foundation::Logger;
+using zeb::foundation::detail::UnwrittenArray;
 using namespace textunit;
 
 namespace {
@@ -168,17 +169,17 @@ Array<unsigned short> regroupUTF16(Array<char> const& data, BOMTypes bom) {
         return Array<unsigned short>(count);
     }
     utf16::Units const units = unitsOf(viewOf(data), order);
-    Array<unsigned short> regrouped(units.count);
+    auto regrouped = UnwrittenArray::make<unsigned short>(units.count);
     utf16::regroup(units, regrouped.data());
     return regrouped;
 }
 
 Array<unsigned int> UTF16ToUTF32(Array<unsigned short> const& units) {
     LoggedRepairs repairs(__PRETTY_FUNCTION__);
-    Array<unsigned int> points(units.size());
-    std::size_t const count = utf16::toUTF32(
-        {reinterpret_cast<char const*>(units.data()), units.size(), utf16::ByteOrder::LITTLE},
-        points.data(), repairs);
+    utf16::Units const text{reinterpret_cast<char const*>(units.data()), units.size(),
+                            utf16::ByteOrder::LITTLE};
+    auto points = UnwrittenArray::make<unsigned int>(utf16::mostPoints(text));
+    std::size_t const count = utf16::toUTF32(text, points.data(), repairs);
     points.remove(count, points.size() - count);
     return points;
 }

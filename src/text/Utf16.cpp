@@ -39,8 +39,16 @@ constexpr Word repeat(unsigned short unit) { return unit * Word{0x0001'0001'0001
 /// Units that are looked at together.
 constexpr std::size_t BLOCK = 2 * WORD_UNITS;
 
+/// Units that pairs are counted in before the count, which is narrow, is added to the others.
+constexpr std::size_t COUNTED = 4096;
+
 bool isLowSurrogate(unsigned short unit) { return (unit & 0xFC00) == 0xDC00; }
 bool isSurrogate(unsigned short unit) { return (unit & 0xF800) == 0xD800; }
+
+/// Whether the units are a high and a low surrogate; in one comparison, for vectors.
+bool isPair(unsigned int high, unsigned int low) {
+    return (((high ^ 0xD800) | (low ^ 0xDC00)) & 0xFC00) == 0;
+}
 
 /// The code point that a pair stands for.
 unsigned int combine(unsigned short high, unsigned short low) {
@@ -148,6 +156,24 @@ void regroup(Units units, unsigned short* out) noexcept {
         for (std::size_t i = 0; i < text.count; ++i) {
             out[i] = text[i];
         }
+    });
+}
+
+std::size_t mostPoints(Units units) noexcept {
+    // Each low surrogate right after a high one saves a point: the second unit of a pair, or what
+    // follows a high surrogate that was consumed with the one before it, which saved one as well.
+    return withOrder(units, [](auto text) {
+        std::size_t pairs = 0;
+        for (std::size_t index = 1; index < text.count;) {
+            std::size_t const end = index + std::min(text.count - index, COUNTED);
+            unsigned short counted = 0;  // as wide as a unit, for the compiler to make vectors of
+            for (; index < end; ++index) {
+                bool const pair = isPair(text[index - 1], text[index]);
+                counted = static_cast<unsigned short>(counted + (pair ? 1 : 0));
+            }
+            pairs += counted;
+        }
+        return text.count - pairs;
     });
 }
 

@@ -49,7 +49,10 @@ protected:
 /// Writes `units.count` units to `out`, in the order of the machine.
 void regroup(Units units, unsigned short* out) noexcept;
 
-/// Writes the code points of `units` to `out`, which has room for `units.count` of them.
+/// A number of code points that `toUTF32` does not exceed; the true one where nothing is malformed.
+std::size_t mostPoints(Units units) noexcept;
+
+/// Writes the code points of `units` to `out`, which has room for `mostPoints(units)` of them.
 /// @return how many there are
 std::size_t toUTF32(Units units, unsigned int* out, Repairs& repairs);
 

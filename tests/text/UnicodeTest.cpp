@@ -56,6 +56,25 @@ TEST(UTF16ToUTF32, CombinesPairs) {
     EXPECT_THAT(pointsOf(u""), IsEmpty());
 }
 
+TEST(UTF16ToUTF32, TakesNoMoreMemoryThanThePointsNeed) {
+    std::u16string units;
+    for (int i = 0; i < 5000; ++i) {
+        units += i % 3 == 0 ? u"\x4E2D" : u"\xD83D\xDE00";
+    }
+    Array<unsigned int> const points = pointsOf(units);
+    EXPECT_EQ(points.size(), 5000U);
+    EXPECT_EQ(points.capacity(), 5000U);
+}
+
+TEST(UTF16ToUTF32, RunsOfHighSurrogatesBeforeALowOne) {
+    std::u16string units;
+    for (std::size_t highs = 0; highs < 20; ++highs) {
+        std::size_t const points = pointsOf(units + u'\xDC00').size();
+        EXPECT_EQ(points, highs / 2 + 1) << highs;
+        units += u'\xDBFF';
+    }
+}
+
 TEST(UTF16ToUTF32, NonCharactersPass) {
     EXPECT_THAT(pointsOf(u"\xFFFE\xFFFF\xFEFF\xFDD0\xD7FF\xE000"),
                 ElementsAre(0xFFFE, 0xFFFF, 0xFEFF, 0xFDD0, 0xD7FF, 0xE000));
