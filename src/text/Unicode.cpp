@@ -163,6 +163,8 @@ BOMTypes autodetectByteOrder(Array<char> const& data) {
 }
 
 Array<unsigned short> regroupUTF16(Array<char> const& data, BOMTypes bom) {
+    // It logs nothing itself, but as with the others the component's name exists from here on.
+    [[maybe_unused]] Logger const logger = makeLogger();
     BOMTypes const order = knownOrder(data, bom);
     std::size_t const count = countUnits(viewOf(data));
     if (isNoOrder(order)) {
