@@ -6,9 +6,11 @@
 #include <array>
 #include <cstdint>
 
-// Eight units at a time, each in a lane of 16 bits. A block of ASCII is packed into bytes. In any
-// other each lane is made into three bytes, first to third, of which the last one, two or three
-// are its encoding:
+// Eight units at a time, each in a lane of 16 bits. A block of ASCII is packed into bytes. In one
+// below 0x800 each lane becomes the two bytes of its encoding, or the one and a spare one; a
+// shuffle moves those that are kept together, and a table has one for each of the combinations of
+// lengths. In any other block each lane is made into three bytes, first to third, of which the last
+// one, two or three are its encoding:
 //
 //     unit               first        second                  third              kept
 //     below 0x80         -            -                       unit               1
@@ -20,16 +22,15 @@
 // A pair is two lanes of two bytes each: `high` is the ten bits of the high surrogate plus 0x40,
 // for the 0x10000 that they lack. Its second lane needs two bits of the lane before it.
 //
-// Shuffles of four lanes then move the kept bytes together; a table has one for each of the
-// combinations of lengths. For "aé€b" the lanes hold --61, -C3A9, E282AC, --62, the lengths are
-// 1, 2, 3, 1, and the shuffle takes the bytes 2 | 5 6 | 8 9 10 | 14 of them, counting four to a
-// lane. It always writes 16 bytes; what is beyond the sum of the lengths is overwritten by the
-// next.
+// Shuffles of four lanes, from a table too, then move the kept bytes together. For "aé€b" the lanes
+// hold --61, -C3A9, E282AC, --62, the lengths are 1, 2, 3, 1, and the shuffle takes the bytes 2 | 5
+// 6 | 8 9 10 | 14 of them, counting four to a lane. It always writes 16 bytes; what is beyond the
+// sum of the lengths is overwritten by the next.
 //
 // A high surrogate in the last lane is written like others, and the next block must begin with a
 // low one; so all blocks are eight units apart and none waits for the one before. Where it does
 // not, the two bytes are taken back. Cost: about nine instructions a unit, half as many more for
-// pairs, and two for ASCII.
+// pairs, four below 0x800, and two for ASCII.
 
 namespace ZEBNS2::utf16 {
 
@@ -40,12 +41,12 @@ namespace {
 constexpr std::size_t BLOCK = 8;
 constexpr std::size_t LANES = 4;  // that one shuffle moves
 
-/// Where the bytes of a shuffled vector come from: indexes of bytes, or `NOWHERE`. The last entry
-/// counts the others that are indexes; 12 bytes are the most.
+/// Where the bytes of a shuffled vector come from: indexes of bytes, or `NOWHERE`.
 struct Shuffle {
     alignas(16) std::uint8_t from[16];
 };
 constexpr std::uint8_t NOWHERE = 0x80;
+/// Where the shuffles of four lanes, which keep 12 bytes at most, have how many these are.
 constexpr std::size_t LENGTH = 15;
 
 /// The shuffles by the lengths of four lanes: bit i of the index is set when lane i takes more than
@@ -71,6 +72,42 @@ constexpr std::array<Shuffle, 256> makeShuffles() {
 
 constexpr std::array<Shuffle, 256> SHUFFLES = makeShuffles();
 static_assert(SHUFFLES[0x46].from[LENGTH] == 1 + 2 + 3 + 1, "the example above");
+
+/// The shuffles of eight lanes of two bytes: bit i of the index is set when both bytes of lane i
+/// are kept; otherwise its first is.
+constexpr std::array<Shuffle, 256> makePairShuffles() {
+    std::array<Shuffle, 256> shuffles{};
+    for (std::size_t both = 0; both < shuffles.size(); ++both) {
+        auto& from = shuffles[both].from;
+        std::size_t count = 0;
+        for (std::size_t lane = 0; lane < BLOCK; ++lane) {
+            from[count++] = static_cast<std::uint8_t>(2 * lane);
+            if ((both >> lane & 1) != 0) {
+                from[count++] = static_cast<std::uint8_t>(2 * lane + 1);
+            }
+        }
+        for (; count < sizeof from; ++count) {
+            from[count] = NOWHERE;
+        }
+    }
+    return shuffles;
+}
+
+/// How many bytes the shuffles of the same indexes keep.
+constexpr std::array<std::uint8_t, 256> makePairCounts() {
+    std::array<std::uint8_t, 256> counts{};
+    for (std::size_t both = 0; both < counts.size(); ++both) {
+        std::size_t count = BLOCK;
+        for (std::size_t lane = 0; lane < BLOCK; ++lane) {
+            count += both >> lane & 1;
+        }
+        counts[both] = static_cast<std::uint8_t>(count);
+    }
+    return counts;
+}
+
+constexpr std::array<Shuffle, 256> PAIR_SHUFFLES = makePairShuffles();
+constexpr std::array<std::uint8_t, 256> PAIR_COUNTS = makePairCounts();
 
 /// All lanes with the same bits.
 ZEB_SSSE3 inline __m128i all(unsigned int bits) { return _mm_set1_epi16(static_cast<short>(bits)); }
@@ -102,8 +139,9 @@ ZEB_SSSE3 inline void store(char* out, __m128i bytes) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes);
 }
 
-ZEB_SSSE3 inline bool isASCII(__m128i units) {
-    return bitsOf(whereZero(_mm_and_si128(units, all(0xFF80)))) == ALL_LANES;
+/// Whether no unit has any of `bits`.
+ZEB_SSSE3 inline bool haveNone(__m128i units, unsigned int bits) {
+    return bitsOf(whereZero(_mm_and_si128(units, all(bits)))) == ALL_LANES;
 }
 
 /// Writes the kept bytes of four lanes of 32 bits.
@@ -112,6 +150,21 @@ ZEB_SSSE3 inline char* writeLanes(__m128i lanes, unsigned int lengths, char* out
     auto const* const from = reinterpret_cast<__m128i const*>(shuffle.from);
     store(out, _mm_shuffle_epi8(lanes, _mm_load_si128(from)));
     return out + shuffle.from[LENGTH];
+}
+
+ZEB_SSSE3 inline __m128i pairShuffle(unsigned int both) {
+    return _mm_load_si128(reinterpret_cast<__m128i const*>(PAIR_SHUFFLES[both].from));
+}
+
+/// Encodes eight units below 0x800.
+ZEB_SSSE3 inline char* writePairs(__m128i units, char* out) {
+    __m128i const isShort = whereZero(_mm_and_si128(units, all(0xFF80)));
+    __m128i const first = _mm_or_si128(_mm_srli_epi16(units, 6), all(0x80C0));
+    __m128i const second = _mm_and_si128(_mm_slli_epi16(units, 8), all(0x3F00));
+    unsigned int const both = ~bitsOf(_mm_packs_epi16(isShort, isShort)) & 0xFF;
+    __m128i const lanes = select(isShort, units, _mm_or_si128(first, second));
+    store(out, _mm_shuffle_epi8(lanes, pairShuffle(both)));
+    return out + PAIR_COUNTS[both];
 }
 
 /// The three bytes of each of eight units, and which of them are kept.
@@ -159,9 +212,14 @@ ZEB_SSSE3 Progress encode(char const* bytes, std::size_t count, char* out) noexc
     std::size_t index = 0;
     while (count - index >= BLOCK) {
         __m128i const units = load<ORDER>(bytes + 2 * index);
-        if (pending == 0 && isASCII(units)) {
+        if (pending == 0 && haveNone(units, 0xFF80)) {
             _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(units, units));
             out += BLOCK;
+            index += BLOCK;
+            continue;
+        }
+        if (pending == 0 && haveNone(units, 0xF800)) {
+            out = writePairs(units, out);
             index += BLOCK;
             continue;
         }
