@@ -1,5 +1,6 @@
 #include "OrventoTextOperations.hpp"
 
+#include <zeb/foundation/ByteSearch.hpp>
 #include <zeb/foundation/DateTime.hpp>
 #include <zeb/foundation/Format.hpp>
 #include <zeb/foundation/Logger.hpp>
@@ -29,6 +30,7 @@ using zeb::foundation::Format;
 using zeb::foundation::LazyGlobal;
 using zeb::foundation::Logger;
 using zeb::foundation::StringBuffer;
+using zeb::foundation::detail::appendReplaced;
 using zeb::foundation::detail::firstOccurrence;
 using zeb::foundation::detail::Folded;
 using zeb::xmltoolkit::CIMDateTime;
@@ -521,26 +523,17 @@ String search_replace(String const& text, String const& search, String const& re
     ZEB_LOG_DEBUG(
         logger, UNIT,
         Format("search_replace: Replacing '%1' with '%2' in '%3' .", search, replacement, text));
-    std::string_view const bytes = text;
+    // An empty text is not searched, so that it gets no such message.
+    if (search.empty() && !text.empty()) {
+        ZEB_LOG_DEBUG(logger, UNIT, "search_replace: search string empty, exiting.");
+        return text;
+    }
     // A short text with some longer replacements need not grow.
     static constexpr std::size_t SURPLUS = 64;
-    StringBuffer replaced(bytes.size() + SURPLUS);
-    std::size_t pos = 0;
-    while (pos < bytes.size()) {
-        std::size_t const index = text.indexOf(search, pos);
-        if (index == String::npos) {
-            break;
-        }
-        // Only here, behind the search: an empty text gets no such message.
-        if (search.empty()) {
-            ZEB_LOG_DEBUG(logger, UNIT, "search_replace: search string empty, exiting.");
-            return text;
-        }
-        replaced.append(bytes.substr(pos, index - pos)).append(replacement);
-        pos = index + search.length();
-    }
+    StringBuffer replaced(text.length() + SURPLUS);
+    bool const found = !search.empty() && appendReplaced(replaced, text, search, replacement);
     // Without a hit the text itself is returned, which copies nothing.
-    String const result = pos == 0 ? text : replaced.append(bytes.substr(pos)).releaseString();
+    String result = found ? replaced.releaseString() : text;
     ZEB_LOG_DEBUG(logger, UNIT, Format("search_replace: Transformed '%1' to '%2'", text, result));
     return result;
 }

@@ -110,22 +110,87 @@ TEST(SearchReplace, TextWithoutAHitIsSharedNotCopied) {
     EXPECT_EQ(search_replace(text, "x!", "y").c_str(), text.c_str());
 }
 
+/// What `search_replace` is to return.
+std::string replacedOneByOne(std::string const& text, std::string const& search,
+                             std::string const& replacement) {
+    std::string replaced;
+    for (std::size_t pos = 0; pos < text.size();) {
+        if (text.compare(pos, search.size(), search) == 0) {
+            replaced += replacement;
+            pos += search.size();
+        } else {
+            replaced += text[pos++];
+        }
+    }
+    return replaced;
+}
+
+TEST(SearchReplace, TwoHitsAtEachPlaceOfEachLength) {
+    std::string const searches[] = {"x",
+                                    "xy",
+                                    "x-y",
+                                    "x--y",
+                                    "x....y",
+                                    "x-------y",
+                                    "x" + std::string(16, '-') + "y",
+                                    std::string(40, 'x')};
+    for (std::string const& search : searches) {
+        for (std::size_t const replacement : {0U, 1U, 31U, 32U, 33U}) {
+            std::string const by(replacement, 'z');
+            for (std::size_t length = 0; length < 90; ++length) {
+                for (std::size_t place = 0; place <= length; place += 1 + place / 8) {
+                    std::string text(length, '-');
+                    text.insert(length - place / 2, search).insert(place, search);
+                    ASSERT_EQ(search_replace(text, search, by), replacedOneByOne(text, search, by))
+                        << text << ": " << search << " by " << replacement << " bytes";
+                }
+            }
+        }
+    }
+}
+
+TEST(SearchReplace, AgreesWithASimpleLoopOnLongerRandomTexts) {
+    zeb::test::Random random(98);
+    constexpr std::string_view ALPHABETS[] = {"ab"sv, "aaaaaaab"sv, "a\0"sv, "abcdefghijklmnop"sv};
+    for (int i = 0; i < 20'000; ++i) {
+        std::string_view const alphabet = random.pick(ALPHABETS);
+        std::string text = random.text(alphabet, random.below(300));
+        std::string const search = random.text(alphabet, random.between(1, 1 + random.below(24)));
+        for (std::size_t hits = random.below(8); hits > 0; --hits) {
+            text.insert(random.below(text.size() + 1), search);
+        }
+        std::string const replacement =
+            random.text("abc"sv, random.below(random.oneIn(2) ? 4 : 40));
+        ASSERT_EQ(search_replace(text, search, replacement),
+                  replacedOneByOne(text, search, replacement))
+            << testing::PrintToString(text) << ": " << testing::PrintToString(search) << " by "
+            << replacement;
+    }
+}
+
+// Where comparisons fail late and often, another search takes over: before, between and after hits.
+TEST(SearchReplace, HitsAmongManyThatFailLate) {
+    std::string const search = "ab" + std::string(100, 'a') + "b";
+    std::string const almost = "abb" + std::string(99, 'a') + "b";
+    for (std::size_t const failures : {0U, 39U, 40U, 41U, 80U, 400U}) {
+        std::string text = search;
+        for (std::size_t i = 0; i < failures; ++i) {
+            text += almost;
+        }
+        text += search + search + "-" + almost + search;
+        ASSERT_EQ(search_replace(text, search, "+"), replacedOneByOne(text, search, "+"))
+            << failures;
+    }
+}
+
 TEST(SearchReplace, AgreesWithASimpleLoopOnRandomTexts) {
     zeb::test::Random random(99);
     for (int i = 0; i < 100'000; ++i) {
         std::string const text = random.text("ab\0"sv, random.below(20));
         std::string const search = random.text("ab\0"sv, random.between(1, 3));
         std::string const replacement = random.text("abc"sv, random.below(4));
-        std::string expected;
-        for (std::size_t pos = 0; pos < text.size();) {
-            if (text.compare(pos, search.size(), search) == 0) {
-                expected += replacement;
-                pos += search.size();
-            } else {
-                expected += text[pos++];
-            }
-        }
-        ASSERT_EQ(search_replace(text, search, replacement), expected)
+        ASSERT_EQ(search_replace(text, search, replacement),
+                  replacedOneByOne(text, search, replacement))
             << testing::PrintToString(text) << ": " << testing::PrintToString(search) << " by "
             << replacement;
     }

@@ -1,5 +1,6 @@
 #include <zeb/foundation/String.hpp>
 
+#include <zeb/foundation/ByteSearch.hpp>
 #include <zeb/foundation/Exception.hpp>
 #include <zeb/foundation/Format.hpp>
 #include <zeb/foundation/TwoWaySearch.hpp>
@@ -21,7 +22,6 @@
 #include <string>
 #include <system_error>
 
-#include "ByteSearch.hpp"
 #include "VisibleNul.hpp"
 
 namespace zeb::foundation {
