@@ -80,14 +80,7 @@ void appendQuoted(StringBuffer& out, std::string_view argument) {
     out.append(argument.substr(start)).append(QUOTE);
 }
 
-/// Appends `argument` as `escapeArgument` returns it.
-inline void appendEscaped(StringBuffer& out, String const& argument) {
-    if (indexOfSet(argument.c_str(), QUOTING_SET) == -1) {
-        out.append(argument);
-    } else {
-        appendQuoted(out, argument);
-    }
-}
+bool needsQuotes(String const& argument) { return indexOfSet(argument.c_str(), QUOTING_SET) != -1; }
 
 struct SizeUnit {
     std::string_view word;
@@ -354,8 +347,11 @@ String removeRedundantSeparators(String const& text, char separator) {
 // --------------------------------------------------------------------------------- Command lines
 
 String CommandLine::escapeArgument(String const& argument) {
+    if (!needsQuotes(argument)) {
+        return argument;
+    }
     StringBuffer escaped(argument.length() + 2);
-    appendEscaped(escaped, argument);
+    appendQuoted(escaped, argument);
     return escaped.releaseString();
 }
 
@@ -366,7 +362,11 @@ String CommandLine::flatten(StringArray const& arguments) {
         if (!line.empty()) {
             line.append(' ');
         }
-        appendEscaped(line, argument);
+        if (needsQuotes(argument)) {
+            appendQuoted(line, argument);
+        } else {
+            line.append(argument);
+        }
     }
     return line.releaseString();
 }

@@ -63,6 +63,11 @@ TEST(EscapeArgument, EachSingleByte) {
     }
 }
 
+TEST(EscapeArgument, SharesAnArgumentThatNeedsNoQuotes) {
+    String const argument("--option=value");
+    EXPECT_EQ(CommandLine::escapeArgument(argument).c_str(), argument.c_str());
+}
+
 TEST(EscapeArgument, DecidesByThePartBeforeANulAndCopiesAll) {
     EXPECT_EQ(CommandLine::escapeArgument(String("a\0b c"sv)), "a\0b c"sv);
     EXPECT_EQ(CommandLine::escapeArgument(String("a \0\"c"sv)), "\"a \0\\\"c\""sv);
