@@ -1,4 +1,4 @@
-// D: search_replace beside a loop of memmem, absl and boost.
+// D: search_replace compared with a loop of memmem, absl and boost.
 
 #include "bench.hpp"
 #include "inputs.hpp"

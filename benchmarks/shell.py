@@ -1,4 +1,4 @@
-"""Measures zeb-text beside grep, sed and iconv, and prints a table for docs/benchmarks.md.
+"""Measures zeb-text and grep, sed and iconv, and prints a table for docs/benchmarks.md.
 
 Usage: shell.py PROGRAM   zeb-text at that path
 

@@ -75,7 +75,7 @@ def print_table(heading, explanation, columns, rows):
 
 
 def told_aims(aims, ratios, own):
-    """Tells for each (contestant, factor) whether the library, which takes `own` ns, is as fast as that."""
+    """For each (contestant, factor), whether the library, which takes `own` ns, is as fast as that."""
     told = []
     for contestant, factor in aims:
         if contestant == LIBRARY:

@@ -97,19 +97,19 @@ constexpr SizeUnit SIZE_UNITS[] = {
     {"byte", 0},       {"bytes", 0},
 };
 
-/// What finds the word of a unit in a longer text, in the order of trying.
+/// The expressions that find a unit's word in a longer text, in the order of trying.
 constexpr char const* SIZE_UNIT_EXPRESSIONS[] = {
     "((kilo|mega|giga|peta|tera)(byte|bytes|b))",
     "([kmgpt](byte|bytes|b))",
     "(byte|bytes)",
 };
 
-/// How many bytes `text` is short of `width`.
+/// The number of bytes that `text` lacks to `width`.
 std::size_t missing(String const& text, unsigned int width) {
     return text.length() < width ? width - text.length() : 0;
 }
 
-/// `text` between two stretches of `fill`.
+/// `text` between two runs of `fill`.
 String padded(std::size_t before, String const& text, std::size_t after, char fill) {
     if (before == 0 && after == 0) {
         return text;
@@ -117,7 +117,7 @@ String padded(std::size_t before, String const& text, std::size_t after, char fi
     std::size_t const length = before + text.length() + after;
     StringBuffer line(length);
     char* const start = line.prepare(length);
-    // One fill, also of what the text then covers: two of a few bytes take longer.
+    // One fill, including the bytes that the text then overwrites: two short fills take longer.
     std::memset(start, fill, length);
     std::memcpy(start + before, text.c_str(), text.length());
     line.commit(length);
@@ -138,7 +138,7 @@ String toHexadecimal(T value, bool pad) {
     return String(digits + start, WIDTH - start);
 }
 
-/// The value of `name` in a block of entries; none where `extractEnv` leaves its result alone.
+/// The value of `name` in a block of entries; none where `extractEnv` does not change its result.
 std::optional<std::string_view> findValue(std::string_view environment, char const* name,
                                           char separator) {
     std::string key(orEmpty(name));
@@ -146,7 +146,7 @@ std::optional<std::string_view> findValue(std::string_view environment, char con
     if (environment.empty()) {
         return std::nullopt;
     }
-    // memmem is linear whatever the texts are, which std::string_view::find is not.
+    // memmem is linear for all texts; std::string_view::find is not.
     void const* const hit =
         ::memmem(environment.data(), environment.size(), key.data(), key.size());
     if (hit == nullptr) {
@@ -160,7 +160,7 @@ std::optional<std::string_view> findValue(std::string_view environment, char con
     return environment.substr(start, environment.find('\0', start) - start);
 }
 
-/// Bytes that the stream functions ask for at once.
+/// Bytes that the stream functions read at once.
 constexpr unsigned int CHUNK = 2048;
 
 }  // namespace
@@ -267,7 +267,7 @@ StringArray quoted_string_tokenization(String const& text, char const* delimiter
     };
     for (std::size_t pos = 0; pos < bytes.size(); ++pos) {
         char const byte = bytes[pos];
-        // Where no closing quote is found, `pos` may have moved, but `byte` is still the quote.
+        // When no closing quote is found, `pos` may have moved, but `byte` is still the quote.
         if (byte == QUOTE && skipQuoted(bytes, pos)) {
             continue;
         }
@@ -284,7 +284,7 @@ String untokenize(StringArray const& parts, String const& separator) {
     if (parts.size() < 2) {
         return parts.empty() ? String() : parts[0];
     }
-    // To begin with; the buffer grows where the sum has wrapped around.
+    // Initial room only; if the sum has wrapped around, the buffer grows.
     std::size_t room = separator.length() * (parts.size() - 1);
     for (String const& part : parts) {
         room += part.length();
@@ -312,7 +312,7 @@ StringArray remove_empty_strings(StringArray const& parts) {
 StringArray find_exact_matches(String const& needle, StringArray const& candidates) {
     StringArray matches;
     for (String const& candidate : candidates) {
-        // Containment is what this operation means by a match.
+        // This operation defines a match as containment.
         if (candidate.indexOf(needle) != String::npos) {
             matches.append(candidate);
         }
@@ -395,7 +395,7 @@ String extractGenericDate(String const& text) {
     static constexpr char TIME[] = "((([0-9][0-9])|([0-9])):[0-9][0-9]:[0-9][0-9])";
     static constexpr char YEAR[] = "([0-9][0-9][0-9][0-9])";
     static constexpr char ZONE[] = "([A-Za-z][A-Za-z][A-Za-z])";
-    // One blank between two fields: a day padded with a second one is no date here.
+    // One blank between two fields: a day padded with a second blank is not a date here.
     String const start = Format("%1 %2 %3 %4", WEEKDAY, MONTH, DAY, TIME);
     String const pattern = Format("((%1 %3)|(%1 %2 %3))", start, ZONE, YEAR);
     return RegularExpression(pattern, RegularExpression::EXTENDED_SYNTAX).matching_substring(text);
@@ -500,7 +500,7 @@ void extractEnv(std::vector<char> const& environment, char const* name, std::vec
                 char separator) {
     auto const value = findValue({environment.data(), environment.size()}, name, separator);
     if (value) {
-        // Not assigned in place: `out` may be the environment.
+        // Not assigned in place, because `out` may be `environment`.
         out = std::vector<char>(value->begin(), value->end());
     }
 }
@@ -523,16 +523,16 @@ String search_replace(String const& text, String const& search, String const& re
     ZEB_LOG_DEBUG(
         logger, UNIT,
         Format("search_replace: Replacing '%1' with '%2' in '%3' .", search, replacement, text));
-    // An empty text is not searched, so that it gets no such message.
+    // An empty text is not searched, so it logs no such message.
     if (search.empty() && !text.empty()) {
         ZEB_LOG_DEBUG(logger, UNIT, "search_replace: search string empty, exiting.");
         return text;
     }
-    // A short text with some longer replacements need not grow.
+    // Enough for a short text with some longer replacements.
     static constexpr std::size_t SURPLUS = 64;
     StringBuffer replaced(text.length() + SURPLUS);
     bool const found = !search.empty() && appendReplaced(replaced, text, search, replacement);
-    // Without a hit the text itself is returned, which copies nothing.
+    // Without a hit, return the text itself, which copies nothing.
     String result = found ? replaced.releaseString() : text;
     ZEB_LOG_DEBUG(logger, UNIT, Format("search_replace: Transformed '%1' to '%2'", text, result));
     return result;
@@ -569,8 +569,8 @@ std::vector<char> read_from_stream(IFileStream& stream, unsigned int limit) {
         char chunk[CHUNK];
         stream.read(chunk, CHUNK);
         bytes.insert(bytes.end(), chunk, chunk + stream.gcount());
-        // A whole chunk is asked for whatever remains, so this may wrap around; reading then goes
-        // on to the end of the stream.
+        // Always a whole chunk is read, so this may wrap around; reading then continues to the end
+        // of the stream.
         if (limit != NO_LIMIT) {
             remaining -= static_cast<unsigned int>(stream.gcount());
         }

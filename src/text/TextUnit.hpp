@@ -11,7 +11,7 @@
 #include "OrventoTextOperations.hpp"
 
 /// @file
-/// What the files of this source unit share: its name in messages and exceptions, its logger, and
+/// Shared by the files of this source unit: its name in messages and exceptions, its logger, and
 /// searches by sets of bytes.
 
 namespace ZEBNS2::textunit {
@@ -37,8 +37,7 @@ inline zeb::foundation::Logger makeLogger() {
                                            Exception::NO_CODE);
 }
 
-/// An offset as the interfaces have it that return -1 for "none"; beyond the greatest `int` it is
-/// that.
+/// An offset as `int`, for functions that return -1 for none; saturates.
 inline int toIndex(std::size_t offset) {
     return static_cast<int>(std::min<std::size_t>(offset, INT_MAX));
 }
@@ -52,7 +51,7 @@ inline int indexOfSet(char const* text, char const* set) {
     return text[index] == '\0' ? -1 : toIndex(index);
 }
 
-/// The bytes that make an argument need quotes; LF stands twice, to no harm.
+/// The bytes that make an argument need quotes; LF is listed twice; harmless.
 inline constexpr char QUOTING_SET[] = " \t\n\r\v\n\"";
 
 }  // namespace ZEBNS2::textunit

@@ -22,13 +22,13 @@ using namespace textunit;
 
 namespace {
 
-/// Bytes that the byte order is detected in, in texts of more than that.
+/// The byte order of longer texts is detected in this many bytes.
 constexpr std::size_t EXAMINED = 10;
 
 std::string_view viewOf(Array<char> const& data) { return {data.data(), data.size()}; }
 
-/// Logs what is repaired in the name of `UTF16ToUTF32`, the step of a conversion that repairs, and
-/// with the logger of that step.
+/// Logs each repair under the signature and with the logger of `UTF16ToUTF32`, the step that
+/// repairs.
 class LoggedRepairs final : public utf16::Repairs {
 public:
     /// @param function signature of the step
@@ -53,8 +53,8 @@ private:
     char const* const function_;
 };
 
-/// The signature of `UTF16ToUTF32` for conversions that take its step without calling it, as the
-/// compiler writes it there.
+/// The signature of `UTF16ToUTF32`, as the compiler writes it, for conversions that repair without
+/// calling it.
 #ifdef __clang__
 constexpr char UTF16_TO_UTF32[] =
     "Array<unsigned int> ZEBNS2::UTF16ToUTF32(const Array<unsigned short> &)";
@@ -73,10 +73,10 @@ BOMTypes knownOrder(Array<char> const& data, BOMTypes bom) {
     return order;
 }
 
-/// How many units `bytes` make.
+/// The number of units in `bytes`.
 std::size_t countUnits(std::string_view bytes) {
     if (bytes.size() % 2 != 0) {
-        // A byte of 0x80 and above is negative here, and is shown with all the bits of an `int`.
+        // A byte of 0x80 and above is negative and is rendered sign-extended to an `int`.
         throwLibraryException(
             __LINE__, Format("An odd character (0x%1) was left after regrouping UTF16 bytes.",
                              Hexify<int>(static_cast<signed char>(bytes.back()), true)));
@@ -84,7 +84,7 @@ std::size_t countUnits(std::string_view bytes) {
     return bytes.size() / 2;
 }
 
-/// Whether `order` is no member of its type, which makes all units zero.
+/// Whether `order` is not a member of its type, which makes all units zero.
 bool isNoOrder(BOMTypes order) { return order != BOM_UTF16_LE && order != BOM_UTF16_BE; }
 
 /// The units in `bytes`, an even number, without the mark.
@@ -117,13 +117,14 @@ constexpr CharacterRange invalidXMLCharacters[] = {
     {0x0000, 0x0008}, {0x000B, 0x000B}, {0x000E, 0x001F}, {0xD800, 0xDFFF}, {0xFFFE, 0xFFFF},
 };
 
-/// Whether `unit` lies where nearly all text does, so that it need not be compared with each range.
+/// Whether `unit` is in the range of nearly all text, which needs no look-up of the forbidden
+/// ranges.
 bool isPlain(unsigned short unit) { return static_cast<unsigned short>(unit - 0x20) < 0xD7E0; }
 
-/// Units that are looked at together.
+/// Units tested together.
 constexpr std::size_t BLOCK = 16;
 
-/// Whether a whole block is plain; written for the compiler to make vectors of it.
+/// Whether a whole block is plain; written so that the compiler vectorises it.
 bool isPlainBlock(unsigned short const* units) {
     unsigned int others = 0;
     for (std::size_t i = 0; i < BLOCK; ++i) {
@@ -163,7 +164,7 @@ BOMTypes autodetectByteOrder(Array<char> const& data) {
 }
 
 Array<unsigned short> regroupUTF16(Array<char> const& data, BOMTypes bom) {
-    // It logs nothing itself, but as with the others the component's name exists from here on.
+    // It logs nothing itself, but like the others it creates the component's name.
     [[maybe_unused]] Logger const logger = makeLogger();
     BOMTypes const order = knownOrder(data, bom);
     std::size_t const count = countUnits(viewOf(data));
@@ -192,7 +193,7 @@ String UTF16ToUTF8(Array<char> data, BOMTypes bom) {
 
 String UTF16ToUTF8(Array<unsigned char> const& data) {
     auto const* const bytes = reinterpret_cast<char const*>(&data[0]);
-    // The order shows in the first bytes and the number of all, so no more need be copied.
+    // The first bytes and the total size determine the order, so no more is copied.
     Array<char> const start(bytes, bytes + std::min(data.size(), EXAMINED + 1));
     return convertUTF16({bytes, data.size()}, knownOrder(start, BOM_UNKNOWN));
 }

@@ -8,20 +8,6 @@
 #include <cstdint>
 #include <cstring>
 
-// Text is converted in one pass, from the units in memory to what is asked for; neither the
-// regrouped units nor the code points of a conversion to UTF-8 are ever held. A kernel takes what
-// it can of a text to be encoded, and stops in front of what is malformed. Elsewhere blocks of
-// eight units are looked at first: where all of them are ASCII, or none is a surrogate, they are
-// written without a decision for each. What is left goes through `decode`, the only place that
-// knows what is malformed. So the text "ab<D83D><DE00><DC00>c" gives the points 61, 62, 1F600,
-// FFFD, 63 and one report, for DC00.
-//
-// UTF-8 is written into room for three bytes a unit, which no text exceeds: a pair takes four bytes
-// for two units. Pieces of 4,096 units keep that room small; a pair may reach one unit into the
-// next piece, which `SPARE` allows for.
-//
-// Both orders share all of this: the bytes of each unit are swapped as it is loaded, or not.
-
 namespace ZEBNS2::utf16 {
 
 using zeb::foundation::StringBuffer;
@@ -30,16 +16,16 @@ namespace {
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "units are loaded low byte first");
 
-/// Four units in one word, one in each 16 bits.
+/// Four units in one word, 16 bits each.
 using Word = std::uint64_t;
 constexpr std::size_t WORD_UNITS = sizeof(Word) / sizeof(unsigned short);
-/// A word that holds `unit` four times.
+/// A word that contains `unit` four times.
 constexpr Word repeat(unsigned short unit) { return unit * Word{0x0001'0001'0001'0001}; }
 
-/// Units that are looked at together.
+/// Units tested together.
 constexpr std::size_t BLOCK = 2 * WORD_UNITS;
 
-/// Units that pairs are counted in before the count, which is narrow, is added to the others.
+/// Units in which pairs are counted before the narrow count is added to the total.
 constexpr std::size_t COUNTED = 4096;
 
 bool isLowSurrogate(unsigned short unit) { return (unit & 0xFC00) == 0xDC00; }
@@ -50,7 +36,7 @@ bool isPair(unsigned int high, unsigned int low) {
     return (((high ^ 0xD800) | (low ^ 0xDC00)) & 0xFC00) == 0;
 }
 
-/// The code point that a pair stands for.
+/// The code point that a pair encodes.
 unsigned int combine(unsigned short high, unsigned short low) {
     return ((high & 0x3FFU) << 10 | (low & 0x3FFU)) + 0x10000;
 }
@@ -58,11 +44,11 @@ unsigned int combine(unsigned short high, unsigned short low) {
 /// Whether a unit of `word` is a surrogate.
 bool hasSurrogate(Word word) {
     Word const zeroIfSurrogate = (word & repeat(0xF800)) ^ repeat(0xD800);
-    // The lowest 16 bits that are zero borrow from no other, so their highest bit is set here.
+    // The lowest unit that is zero borrows from no other, so its highest bit is set here.
     return ((zeroIfSurrogate - repeat(1)) & ~zeroIfSurrogate & repeat(0x8000)) != 0;
 }
 
-/// A text with its order known to the compiler.
+/// A text whose byte order is a compile-time constant.
 template <ByteOrder ORDER>
 struct Text {
     char const* bytes;
@@ -94,8 +80,8 @@ auto withOrder(Units units, Use const& use) {
                                          : use(Text<ByteOrder::LITTLE>{units.bytes, units.count});
 }
 
-/// Takes the next code point from `text` and moves `index`, which is inside it, past its units.
-/// @return false when there was nothing but a high surrogate at the end
+/// Reads the next code point from `text` and advances `index`, which is inside it, past its units.
+/// @return false when only a high surrogate was left
 template <ByteOrder ORDER>
 bool decode(Text<ORDER> text, std::size_t& index, unsigned int& point, Repairs& repairs) {
     unsigned short const unit = text[index++];
@@ -122,7 +108,7 @@ bool decode(Text<ORDER> text, std::size_t& index, unsigned int& point, Repairs& 
 }
 
 /// Encodes the units from `index` to `end`, and one more for a pair across that border.
-/// @return the end of what was written
+/// @return the end of the output
 template <ByteOrder ORDER>
 char* encodePiece(Text<ORDER> text, std::size_t& index, std::size_t end, char* out,
                   Repairs& repairs, Kernel kernel) {
@@ -130,7 +116,7 @@ char* encodePiece(Text<ORDER> text, std::size_t& index, std::size_t end, char* o
         Progress const progress = kernel({text.bytes + 2 * index, end - index, ORDER}, out);
         out = progress.out;
         index += progress.units;
-        // What the kernel has stopped at is in the next block.
+        // The unit at which the kernel stopped is in the next block.
         std::size_t const blockEnd = index + std::min(end - index, BLOCK);
         if (blockEnd - index == BLOCK && text.isASCIIBlock(index)) {
             for (std::size_t i = 0; i < BLOCK; ++i) {
@@ -160,13 +146,13 @@ void regroup(Units units, unsigned short* out) noexcept {
 }
 
 std::size_t mostPoints(Units units) noexcept {
-    // Each low surrogate right after a high one saves a point: the second unit of a pair, or what
-    // follows a high surrogate that was consumed with the one before it, which saved one as well.
+    // Each low surrogate directly after a high one saves a point: it is the second unit of a pair,
+    // or follows a high surrogate that was consumed with the previous one, which saved one as well.
     return withOrder(units, [](auto text) {
         std::size_t pairs = 0;
         for (std::size_t index = 1; index < text.count;) {
             std::size_t const end = index + std::min(text.count - index, COUNTED);
-            unsigned short counted = 0;  // as wide as a unit, for the compiler to make vectors of
+            unsigned short counted = 0;  // as wide as a unit, so that the compiler vectorises it
             for (; index < end; ++index) {
                 bool const pair = isPair(text[index - 1], text[index]);
                 counted = static_cast<unsigned short>(counted + (pair ? 1 : 0));

@@ -6,32 +6,6 @@
 #include <array>
 #include <cstdint>
 
-// Eight units at a time, each in a lane of 16 bits. A block of ASCII is packed into bytes. In one
-// below 0x800 each lane becomes the two bytes of its encoding, or the one and a spare one; a
-// shuffle moves those that are kept together, and a table has one for each of the combinations of
-// lengths. In any other block each lane is made into three bytes, first to third, of which the last
-// one, two or three are its encoding:
-//
-//     unit               first        second                  third              kept
-//     below 0x80         -            -                       unit               1
-//     below 0x800        -            C0 | unit >> 6          80 | unit & 3F     2
-//     others             E0 | u >> 12 80 | unit >> 6 & 3F     80 | unit & 3F     3
-//     high surrogate     -            F0 | high >> 8          80 | high >> 2 & 3F 2
-//     low surrogate      -            80 | high << 4 & 30 | unit >> 6 & F   80 | unit & 3F   2
-//
-// A pair is two lanes of two bytes each: `high` is the ten bits of the high surrogate plus 0x40,
-// for the 0x10000 that they lack. Its second lane needs two bits of the lane before it.
-//
-// Shuffles of four lanes, from a table too, then move the kept bytes together. For "aé€b" the lanes
-// hold --61, -C3A9, E282AC, --62, the lengths are 1, 2, 3, 1, and the shuffle takes the bytes 2 | 5
-// 6 | 8 9 10 | 14 of them, counting four to a lane. It always writes 16 bytes; what is beyond the
-// sum of the lengths is overwritten by the next.
-//
-// A high surrogate in the last lane is written like others, and the next block must begin with a
-// low one; so all blocks are eight units apart and none waits for the one before. Where it does
-// not, the two bytes are taken back. Cost: about nine instructions a unit, half as many more for
-// pairs, four below 0x800, and two for ASCII.
-
 namespace ZEBNS2::utf16 {
 
 namespace {
@@ -41,16 +15,16 @@ namespace {
 constexpr std::size_t BLOCK = 8;
 constexpr std::size_t LANES = 4;  // that one shuffle moves
 
-/// Where the bytes of a shuffled vector come from: indexes of bytes, or `NOWHERE`.
+/// For each byte of the shuffled vector its source: an index, or `NOWHERE`.
 struct Shuffle {
     alignas(16) std::uint8_t from[16];
 };
 constexpr std::uint8_t NOWHERE = 0x80;
-/// Where the shuffles of four lanes, which keep 12 bytes at most, have how many these are.
+/// The byte of a shuffle of four lanes, which keeps at most 12 bytes, that contains their number.
 constexpr std::size_t LENGTH = 15;
 
-/// The shuffles by the lengths of four lanes: bit i of the index is set when lane i takes more than
-/// one byte, bit i + 4 when it takes three.
+/// The shuffles by the lengths of four lanes: bit i of the index is set when lane i has more than
+/// one byte, bit i + 4 when it has three.
 constexpr std::array<Shuffle, 256> makeShuffles() {
     std::array<Shuffle, 256> shuffles{};
     for (std::size_t lengths = 0; lengths < shuffles.size(); ++lengths) {
@@ -93,7 +67,7 @@ constexpr std::array<Shuffle, 256> makePairShuffles() {
     return shuffles;
 }
 
-/// How many bytes the shuffles of the same indexes keep.
+/// The number of bytes that the shuffles of the same indexes keep.
 constexpr std::array<std::uint8_t, 256> makePairCounts() {
     std::array<std::uint8_t, 256> counts{};
     for (std::size_t both = 0; both < counts.size(); ++both) {
@@ -175,8 +149,9 @@ struct Encoded {
     __m128i isNotLong;  ///< lanes of one or two bytes
 };
 
-/// Puts the surrogates of `units` into `encoded`, all of which belong to pairs.
-/// @param before the units of the block before, whose last is the high surrogate of a first low one
+/// Puts the surrogates of `units`, all of which belong to pairs, into `encoded`.
+/// @param before the units of the previous block, whose last is the high surrogate for a low one at
+///   the start
 ZEB_SSSE3 inline void encodePairs(__m128i units, __m128i before, __m128i isSurrogate,
                                   __m128i isHigh, Encoded& encoded) {
     __m128i const high = _mm_add_epi16(_mm_and_si128(units, all(0x3FF)), all(0x40));
@@ -206,7 +181,7 @@ ZEB_SSSE3 inline Encoded encodeUnits(__m128i units) {
 
 template <ByteOrder ORDER>
 ZEB_SSSE3 Progress encode(char const* bytes, std::size_t count, char* out) noexcept {
-    static constexpr unsigned int PENDING = 3;  // a high surrogate in the last lane, as `bitsOf`
+    static constexpr unsigned int PENDING = 3;  // a high surrogate in the last lane, as in `bitsOf`
     unsigned int pending = 0;
     __m128i before = _mm_setzero_si128();
     std::size_t index = 0;
@@ -260,7 +235,7 @@ Progress encodeBySSSE3(Units units, char* out) noexcept {
 Progress encodeNothing(Units, char* out) noexcept { return {0, out}; }
 
 bool hasSSSE3() noexcept {
-    // Asked at the first use, since a hypervisor may take microseconds to answer for the processor.
+    // Tested at the first use, since under a hypervisor the query may take microseconds.
     static bool const has = [] {
         unsigned int features[4] = {};
         return __get_cpuid(1, &features[0], &features[1], &features[2], &features[3]) != 0 &&

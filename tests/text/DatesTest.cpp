@@ -149,7 +149,7 @@ TEST(GetCurrentCIMDateTime, IsTheSystemClocksTimeInUTCUnderEachTimeZone) {
     for (char const* const zone : {"UTC", "America/New_York", "EST5EDT", "XYZ-11:30"}) {
         SCOPED_TRACE(zone);
         EnvironmentVariable const variable("TZ", zone);
-        std::int64_t const earliest = std::time(nullptr) - 1;  // time() may be a tick behind
+        std::int64_t const earliest = std::time(nullptr) - 1;  // time() may be a tick late
         std::string const now = ZEBNS2::getCurrentCIMDateTime().c_str();
         std::int64_t const latest = std::time(nullptr) + 1;
         std::optional<std::int64_t> const seconds = secondsOf(now);

@@ -168,7 +168,7 @@ TEST(SearchReplace, AgreesWithASimpleLoopOnLongerRandomTexts) {
     }
 }
 
-// Where comparisons fail late and often, another search takes over: before, between and after hits.
+// When comparisons fail late and often, another search takes over: before, between and after hits.
 TEST(SearchReplace, HitsAmongManyThatFailLate) {
     std::string const search = "ab" + std::string(100, 'a') + "b";
     std::string const almost = "abb" + std::string(99, 'a') + "b";

@@ -88,7 +88,7 @@ TEST(UTF16ToUTF32, OneReplacementStandsForBothUnitsAfterAHighSurrogate) {
     EXPECT_THAT(pointsOf(u"\xD83D"
                          u"AB"),
                 ElementsAre(0xFFFD, 'B'));
-    // The second high surrogate is consumed too, so that the low one stands alone.
+    // The second high surrogate is consumed too, so that the low one is alone.
     EXPECT_THAT(pointsOf(u"\xD83D\xD83D\xDE00"), ElementsAre(0xFFFD, 0xFFFD));
     EXPECT_THAT(pointsOf(u"\xD83D\xD83D\xD83D\xDE00"), ElementsAre(0xFFFD, 0x1F600));
 }
@@ -147,7 +147,7 @@ TEST(UTF16ToUTF32, FunctionOfItsMessagesIsTheSameInEveryConversion) {
     EXPECT_THAT(functions[0], testing::HasSubstr("Array<unsigned int> ZEBNS2::UTF16ToUTF32("));
 }
 
-/// Takes the level down to that of information when a message holds a text.
+/// Lowers the level to that of information when a message contains a text.
 class QuietingAppender : public zeb::foundation::LogAppender {
 public:
     explicit QuietingAppender(std::string_view trigger) : trigger_(trigger) {}
@@ -166,7 +166,7 @@ private:
 };
 
 /// What `convertToUTF8` says of a big-endian text without a mark and with two lone surrogates, when
-/// it is told to be quiet at a message that holds `trigger`.
+/// it is switched off at a message that contains `trigger`.
 std::vector<std::string> quietedAt(std::string_view trigger) {
     zeb::foundation::IntrusiveReference<QuietingAppender> const appender(
         new QuietingAppender(trigger));
@@ -299,14 +299,14 @@ TEST(UnicodeSweep, EachKindOfMalformedSequenceAtEachIndex) {
     std::u16string const malformed[] = {
         u"\xDC00",        // a lone low surrogate
         u"\xDFFF\xDC00",  // two of them
-        u"\xD800",        // a high one before whatever follows, or at the end
+        u"\xD800",        // a high one before any unit, or at the end
         u"\xDBFF\xD800",  // two of them
         u"\xD800"
         u"A",                   //
         u"\xD800\x20AC",        //
         u"\xDC00\xD800",        // a pair the wrong way round
-        u"\xD800\xDBFF\xDC00",  // a pair behind a high one
-        u"\xD800\xDC00\xDC00",  // a low one behind a pair
+        u"\xD800\xDBFF\xDC00",  // a pair after a high one
+        u"\xD800\xDC00\xDC00",  // a low one after a pair
         u"\xD800\xFEFF",        //
     };
     std::u16string const backgrounds[] = {u"a", u"\x00E9", u"\x20AC", u"\xD83D\xDE00"};
@@ -374,7 +374,7 @@ TEST(UnicodeSweep, RandomUnits) {
     }
 }
 
-// What is malformed is told of, in order, wherever it stands and by the steps alike.
+// Malformed units are logged in order, at any place and as by the single steps.
 TEST(UnicodeSweep, MessagesNameWhatIsMalformed) {
     zeb::test::Random random(17);
     static constexpr char16_t BACKGROUNDS[] = {u'a', u'\x00E9', u'\x4E2D'};

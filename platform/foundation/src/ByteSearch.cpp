@@ -12,27 +12,16 @@
 #include <cpuid.h>
 #endif
 
-// Sixteen places are looked at together: where the first and the last byte wanted both are, the
-// bytes between them are compared. Looking for "needle" in "a needle", the vectors of the places 0
-// to 2 have "n" at 2 and "e" five bytes behind 2 alone, so that one comparison is made. After a hit
-// the search goes on with the places of the same vectors: dense hits cost a comparison each, and
-// next to no search.
-//
-// That costs a quarter of what libc's memmem does, which besides prepares a table of 256 bytes in
-// each call: dear where hits are dense. But it is not linear: "ab...b" in a text of nothing but "b"
-// and "a" can fail late at every place. So failed comparisons are counted, and once they have cost
-// more than the search itself, memmem, which is linear, takes the rest.
-
 namespace zeb::foundation::detail {
 
 namespace {
 
 constexpr std::size_t NONE = std::string_view::npos;
 
-/// Places looked at together.
+/// Places tested together.
 constexpr std::size_t PLACES = 16;
 
-/// Bytes that failed comparisons may cost in all before memmem takes over, beyond those passed.
+/// Total bytes of failed comparisons before memmem takes over, in addition to the bytes passed.
 constexpr std::size_t PATIENCE = 4096;
 
 template <typename Word>
@@ -52,7 +41,7 @@ bool areSameWords(char const* a, char const* b, std::size_t count) noexcept {
     return isSameWord<Word>(a, b) && isSameWord<Word>(a + second, b + second);
 }
 
-/// Whether the `count` bytes at both places are the same; without a call where they are few.
+/// Whether the `count` bytes at both places are the same; without a call for few bytes.
 bool areSame(char const* a, char const* b, std::size_t count) noexcept {
     if (count > 16) {
         return std::memcmp(a, b, count) == 0;
@@ -95,14 +84,14 @@ ZEB_SSE2 inline __m128i load(char const* bytes) noexcept {
     return _mm_loadu_si128(reinterpret_cast<__m128i const*>(bytes));
 }
 
-/// The first and the last byte wanted, each sixteen times.
+/// The first and the last byte wanted, each repeated sixteen times.
 struct Ends {
     __m128i first;
     __m128i last;
     std::size_t distance;
 };
 
-/// All bits of the bytes of `start` and the places after it where both ends are.
+/// All bits set in the bytes for those places from `start` on that have both ends.
 ZEB_SSE2 inline __m128i candidates(char const* start, Ends const& ends) noexcept {
     return _mm_and_si128(_mm_cmpeq_epi8(load(start), ends.first),
                          _mm_cmpeq_epi8(load(start + ends.distance), ends.last));
@@ -115,14 +104,14 @@ ZEB_SSE2 inline bool isCandidateAmong64(char const* start, Ends const& ends) noe
     return _mm_movemask_epi8(_mm_or_si128(one, other)) != 0;
 }
 
-/// One search for one text, as far as it has got.
+/// The state of a search for one text.
 struct Search {
     std::string_view text;
     std::string_view wanted;
     std::size_t next = 0;    ///< the first place where a hit may be
     std::size_t failed = 0;  ///< bytes that comparisons have cost in vain
 
-    /// Looks at the places after `start` whose bits `hits` has. @return false when `onHit` did
+    /// Tests the places after `start` whose bits are set in `hits`. @return false when `onHit` did
     template <typename OnHit>
     bool take(std::size_t start, unsigned int hits, OnHit& onHit) {
         for (; hits != 0; hits &= hits - 1) {
@@ -143,7 +132,7 @@ struct Search {
     }
 };
 
-/// What `byMemmem` does from the start.
+/// Like `byMemmem`, but from the start.
 /// @param wanted not empty, and at most as long as `text`
 template <typename OnHit>
 ZEB_SSE2 void byVectors(std::string_view text, std::string_view wanted, OnHit& onHit) {
@@ -152,7 +141,7 @@ ZEB_SSE2 void byVectors(std::string_view text, std::string_view wanted, OnHit& o
     Ends const ends{_mm_set1_epi8(wanted.front()), _mm_set1_epi8(wanted.back()), distance};
     Search search{text, wanted};
     std::size_t index = 0;
-    std::size_t unknown = 0;  // the first place that was in no 64 with a candidate
+    std::size_t unknown = 0;  // the first place in no group of 64 with a candidate
     while (index < places && places - index >= PLACES) {
         char const* const start = text.data() + index;
         if (index >= unknown && places - index >= 4 * PLACES) {
@@ -173,7 +162,7 @@ ZEB_SSE2 void byVectors(std::string_view text, std::string_view wanted, OnHit& o
         }
     }
     if (index < places && places >= PLACES) {
-        // Some of these places were seen before: what was no hit is none again.
+        // Some of these places were tested before, with the same result.
         std::size_t const last = places - PLACES;
         __m128i const hits = candidates(text.data() + last, ends);
         search.take(last, static_cast<unsigned int>(_mm_movemask_epi8(hits)), onHit);
@@ -190,7 +179,7 @@ ZEB_SSE2 void byVectors(std::string_view text, std::string_view wanted, OnHit& o
 
 #undef ZEB_SSE2
 
-/// Whether the processor has SSE2, as all of x86-64 have. Asked at the first use.
+/// Whether the processor has SSE2, as every x86-64 has. Tested at the first use.
 bool hasSSE2() noexcept {
 #ifdef __SSE2__
     return true;
@@ -218,11 +207,11 @@ void forEachHit(std::string_view text, std::string_view wanted, OnHit onHit) {
     }
 }
 
-/// Appends texts that are mostly short: two vectors each, without a call, where both the text and
-/// the room go on for as long.
+/// Appends texts that are mostly short: two vectors each, without a call, if both the text and the
+/// room are long enough.
 class ShortAppender {
 public:
-    /// Bytes copied for each text, and so the longest text.
+    /// Bytes copied for each text, which is also the longest text.
     static constexpr std::size_t SHORT = 32;
 
     ShortAppender(StringBuffer& out, std::string_view replacement)
@@ -232,8 +221,7 @@ public:
         }
     }
 
-    /// Appends the `count` bytes at `bytes`, which `readable` bytes start with, and the
-    /// replacement.
+    /// Appends the first `count` of the `readable` bytes at `bytes`, and the replacement.
     void append(char const* bytes, std::size_t count, std::size_t readable) {
         if (count > SHORT || readable < SHORT || replacement_.size() > SHORT ||
             out_.capacity() - out_.length() < 2 * SHORT) {
