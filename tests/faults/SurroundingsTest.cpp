@@ -272,6 +272,7 @@ TEST(PublicCalls, UseEveryExportedFunction) {
         "zeb::foundation::String::resize",
         "zeb::foundation::StringBuffer::grow",
         "zeb::foundation::detail::allocateBlock",
+        "zeb::foundation::detail::appendReplaced",  // for libzeb_text's search_replace
         "zeb::foundation::detail::freeBlock",
         "zeb::foundation::detail::prepended",
         "zeb::foundation::detail::render",
