@@ -92,9 +92,9 @@ public:
 ///
 /// @par Complexity constructors and assignment cost what `replace` does, the accessors nothing,
 ///   and all else one search unless said otherwise.
-/// @par Thread safety any number of threads may call the const operations of one object, though
-///   the C library makes them wait for one another; `replace`, assignment and destruction need
-///   exclusive access.
+/// @par Thread safety any number of threads may call the const operations of one object. Those that
+///   the C library serves wait for one another: the first few, and all of a pattern with
+///   back-references or word anchors. `replace`, assignment and destruction need exclusive access.
 class ZEB_EXPORT RegularExpression {
 public:
     /// How a pattern is compiled: a sum of the constants below. Other bits are ignored.

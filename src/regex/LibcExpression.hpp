@@ -14,7 +14,7 @@
 #include "pattern/LibcCost.hpp"
 
 /// @file
-/// The only access to the C library's regular expressions.
+/// The only way in which a caller's pattern reaches the C library. LibcAtoms compiles single atoms.
 ///
 /// libc keeps each state of its automaton that a search has reached, and does not report exhausted
 /// memory: regexec then reports "no match", sometimes a match whose end is an error code, and

@@ -17,7 +17,7 @@ namespace ZEBNS2 {
 /// The reasons to refuse a pattern. The list is the only table of hazards: X(name) for each.
 #define ZEB_PATTERN_HAZARDS(X)                                                                     \
     X(NONE)                                                                                        \
-    /* Beyond the bound of their name in LibcLimits. */                                            \
+    /* Beyond the bound of their name in LibcLimits, or of MAX_FREEDOM or MAX_WAYS. */             \
     X(LENGTH)                                                                                      \
     X(NESTING)                                                                                     \
     X(DOLLARS)                                                                                     \

@@ -29,14 +29,18 @@
 /// reader passes each fragment on once, by std::move; a builder takes it by value or by const
 /// reference. PatternBuilder has defaults for members marked with a star.
 ///
-///     Fragment a part of the pattern, or the whole pattern Group the builder's data for an open
-///     group Members * the members of a bracket, see NoMembers bool stopped() const * true ends the
-///     reading, before the next token Fragment character(std::string_view bytes, bool escaped)
-///     Fragment period() Members openBracket(bool negated) * Fragment bracket(std::string_view
-///     text, Members const&) text from [ to ], both included Fragment classEscape(char letter) one
-///     of w W s S Fragment anchor(PatternAnchor) Fragment backReference(std::uint32_t number) 1 to
-///     9, whether or not there is such a group Group openGroup(Group const& outer, Fragment const&
-///     before, std::uint32_t number)
+///     Fragment                          a part of the pattern, or the whole pattern
+///     Group                             the builder's data for an open group
+///     Members                        *  the members of a bracket, see NoMembers
+///     bool stopped() const           *  true ends the reading, before the next token
+///     Fragment character(std::string_view bytes, bool escaped)
+///     Fragment period()
+///     Members openBracket(bool negated) *
+///     Fragment bracket(std::string_view text, Members const&)   text from [ to ], both included
+///     Fragment classEscape(char letter)               one of w W s S
+///     Fragment anchor(PatternAnchor)
+///     Fragment backReference(std::uint32_t number)    1 to 9, whether or not there is such a group
+///     Group openGroup(Group const& outer, Fragment const& before, std::uint32_t number)
 ///                      numbered from 1; `before` precedes it in its branch
 ///     Fragment closeGroup(Group const& group, Fragment inner)
 ///     Fragment sequence(Fragment first, Fragment second)       from the left: ((a b) c)
