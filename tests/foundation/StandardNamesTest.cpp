@@ -82,6 +82,7 @@ TEST(StringStandardNames, RangeIsTheBytesWithNul) {
     String const empty;
     EXPECT_EQ(empty.begin(), empty.end());
     EXPECT_EQ(empty.rbegin(), empty.rend());
+    EXPECT_EQ(empty.data() + empty.size(), empty.end());
     EXPECT_EQ(*empty.data(), '\0');
 }
 

@@ -264,6 +264,8 @@ String& String::operator+=(std::string_view text) {
     return *this;
 }
 
+char const detail::EMPTY_TEXT[1] = {};
+
 String detail::prepended(std::string_view head, String const& tail) {
     if (head.empty()) {
         return tail;

@@ -45,6 +45,10 @@ struct NullLiteral;
 
 /// `head` and `tail` joined with one allocation.
 [[nodiscard]] ZEB_EXPORT String prepended(std::string_view head, String const& tail);
+
+/// The bytes of every empty `String`. A literal would have as many addresses as the compiler likes,
+/// and `data() + size()` would not be `end()`.
+extern ZEB_EXPORT char const EMPTY_TEXT[1];
 }  // namespace detail
 
 /// An immutable-by-sharing byte string: reference-counted, copied on write.
@@ -150,7 +154,7 @@ public:
 
     /// The bytes and a terminating NUL; valid until the string is changed or destroyed.
     [[nodiscard]] char const* c_str() const noexcept {
-        return block_ == nullptr ? "" : block_->text();
+        return block_ == nullptr ? detail::EMPTY_TEXT : block_->text();
     }
 
     /// All bytes, valid as `c_str()` is.
