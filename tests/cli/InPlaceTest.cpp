@@ -10,6 +10,7 @@
 #include <limits>
 #include <random>
 
+#include "Sanitized.hpp"
 #include "SystemCalls.hpp"
 #include "ZebText.hpp"
 
@@ -327,9 +328,9 @@ TEST(InPlace, WhatAPreviewShowsPatchMakes) {
 class Harm : public testing::Test {
 protected:
     void SetUp() override {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-        GTEST_SKIP() << "the sanitizer cannot do without its own system calls";
-#endif
+        if (zeb::test::SANITIZED) {
+            GTEST_SKIP() << "the sanitizer cannot do without its own system calls";
+        }
         Fault const none{Fault::FAIL, NEVER};
         prepare();
         TracedResult const result = runWithFault(words(), none);
