@@ -49,14 +49,14 @@ String optionsText(RegularExpression::CompilationOptions options) {
 }
 
 /// The bytes that escapeRegexSpecialCharacters escapes. The comma is one although it is no operator
-/// outside braces: this system's behaviour.
+/// outside braces: kept for compatibility.
 constexpr std::string_view OPERATORS = "$()*+,.?[]^{|}";
 
 /// The same without the wildcards.
 constexpr std::string_view OPERATORS_BESIDE_WILDCARDS = "$()+,.[]^{|}";
 
 /// Appends one byte of a text as a literal. In basic syntax only the backslash is escaped, although
-/// others are operators there too: this system's behaviour.
+/// others are operators there too: kept for compatibility.
 void appendLiteral(StringBuffer& expression, char byte, std::string_view operators,
                    RegularExpression::CompilationOptions options) {
     bool const basic = (options & RegularExpression::BASIC_SYNTAX) != 0;
@@ -162,7 +162,7 @@ Array<OffsetPair> RegularExpression::all_unique_matches(String const& subject) c
     std::size_t offset = 0;
     while (compiled_ && offset < subject.length()) {
         regmatch_t match;
-        // REG_NOTBOL at the first search too: this system's behaviour.
+        // REG_NOTBOL at the first search too: kept for compatibility.
         if (!compiled_->search(seen.substr(offset), &match, 1, REG_NOTBOL)) {
             break;
         }
@@ -227,7 +227,7 @@ Array<String> RegularExpression::all_matching_lines(Array<String> const& lines) 
     Array<String> matching;
     for (String const& line : lines) {
         regmatch_t match;
-        // An empty match does not count: this system's behaviour.
+        // An empty match does not count: kept for compatibility.
         if (compiled_ && compiled_->find(line, match) && match.rm_so != match.rm_eo) {
             matching.append(line);
         }

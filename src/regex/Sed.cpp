@@ -50,7 +50,7 @@ String realSed(String const& text, String const& sedString,
     }
     ZEB_LOG_DEBUG(logger, UNIT,
                   Format("regex: Unknown sed operation (ignored): \"%1\"", sedString));
-    // Not the text, despite the message: this system's behaviour.
+    // Not the text, despite the message: kept for compatibility.
     return String();
 }
 
@@ -92,7 +92,7 @@ void unprivilegedSed(String const& fileName, RegularExpression const& expression
     }
     String const result = edited.releaseText();
     ZEB_LOG_DEBUG2(logger, UNIT, Format("regex: Writing results in \"%1\"", fileName));
-    // Failures from here on are not reported: this system's behaviour. Without a buffer of its own,
+    // Failures from here on are not reported: kept for compatibility. Without a buffer of its own,
     // the stream would allocate one after emptying the file, which may fail.
     char buffer[1024];
     std::ofstream file;

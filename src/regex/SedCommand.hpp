@@ -96,7 +96,7 @@ inline bool takeReplacement(String const& sedString, std::size_t& i, StringBuffe
         } else if (sedString[i] >= '0' && sedString[i] <= '9') {
             format.append('%').append(sedString[i]);
         } else {
-            // Ends the replacement here: this system's behaviour.
+            // Ends the replacement here: kept for compatibility.
             format.append('\\').append(sedString[i]);
             break;
         }
