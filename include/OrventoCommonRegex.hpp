@@ -47,8 +47,9 @@
 /// - For an expression with an unlimited repeat of a back-reference, such as `(.)\1+`, the C
 ///   library takes 512 bytes of stack for each byte of the subject; subjects of more than 32 bytes
 ///   are searched on a stack of that size, allocated for the search. Nothing is found when that
-///   stack cannot be allocated or would exceed 1 GiB (256 MiB in a 32-bit process). A thread with
-///   256 KiB of stack suffices for every expression.
+///   stack cannot be allocated or would exceed 1 GiB (256 MiB in a 32-bit process). Patterns such
+///   as a list of 1,500 alternatives are compiled on a stack of 1 MiB, and do not compile without
+///   it. A thread with 256 KiB of stack suffices for every expression.
 
 namespace ZEBNS2 {
 

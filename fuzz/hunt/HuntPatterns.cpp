@@ -30,6 +30,7 @@
 #include <string>
 #include <vector>
 
+#include "regex/LibcExpression.hpp"
 #include "regex/pattern/LibcCost.hpp"
 
 // The functions of libc below ours, which count the memory in use. A failed allocation counts as a
@@ -179,8 +180,8 @@ public:
 private:
     std::size_t number() {
         if (chance(85)) return below(4);
-        static constexpr std::size_t NUMBERS[] = {5,   8,   16,   20,   30,   63,   100,
-                                                  255, 500, 1000, 1100, 5000, 32767};
+        static constexpr std::size_t NUMBERS[] = {5,   8,    16,   20,   30,   63,   100,  255,
+                                                  500, 1000, 1100, 2000, 2200, 5000, 32767};
         return NUMBERS[below(std::size(NUMBERS))];
     }
 
@@ -289,7 +290,7 @@ std::string mutated(std::string text, Maker& make, std::vector<std::string> cons
                     unsigned long const old = std::strtoul(text.c_str() + digit, nullptr, 10);
                     unsigned long const now = make.chance(50)   ? old + 1
                                               : make.chance(50) ? old * 2
-                                                                : make.below(1100);
+                                                                : make.below(2200);
                     text.replace(digit, end - digit, std::to_string(now));
                 }
                 break;
@@ -407,7 +408,8 @@ void tryPattern(Hunt const& hunt, Random& random) {
     peak_bytes = used_bytes;
     std::size_t before = used_bytes;
     std::uint64_t const start = processorMicroseconds();
-    int const error = ::regcomp(&compiled, sample.pattern.data(), sample.flags);
+    int const error =
+        ZEBNS2::compileExpression(compiled, sample.pattern.data(), sample.flags, needs);
     keepBest(COMPILE_TIME, processorMicroseconds() - start);
     keepBest(COMPILE_MEMORY, peak_bytes - before);
     if (hunt.guided) keepBest(COMPILE_STACK, hunt.stack.used());

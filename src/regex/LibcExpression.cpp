@@ -37,7 +37,14 @@ int compileExpression(regex_t& compiled, char const* pattern, int flags, LibcNee
     if (patternHazard(pattern, syntaxOf(flags), &needs) != PatternHazard::NONE) {
         return REG_ESPACE;
     }
-    return ::regcomp(&compiled, pattern, flags);
+    int error = REG_ESPACE;
+    auto compile = [&]() noexcept { error = ::regcomp(&compiled, pattern, flags); };
+    if (needs.compilesDeep) {
+        callOnOwnStack(LibcLimits::COMPILATION_STACK, compile);
+    } else {
+        compile();
+    }
+    return error;
 }
 
 CompilationError compilationError(int code, regex_t const& compiled) noexcept {

@@ -31,8 +31,9 @@
 
 namespace ZEBNS2 {
 
-/// Compiles the bytes of `pattern` up to its NUL. If the C library would not survive it, it is not
-/// called, and the pattern is reported as exhausting the memory.
+/// Compiles the bytes of `pattern` up to its NUL. If the C library would not survive it, or needs a
+/// stack of its own that cannot be allocated, it is not called, and the pattern is reported as
+/// exhausting the memory.
 /// @param flags flags of `regcomp`
 /// @param needs set to the resources that the C library needs
 /// @return 0, or the code of the error; `compiled` must go to `regfree` only after 0

@@ -120,6 +120,69 @@ TEST(OwnStackSearch, NothingIsFoundWhereThereIsNoStack) {
     EXPECT_EXIT(exitWithoutAStack(), testing::ExitedWithCode(0), "");
 }
 
+/// `count` different words of lower-case letters, separated by bars, the last one "zzz".
+std::string alternatives(std::size_t count) {
+    std::string words;
+    for (std::size_t i = 0; i + 1 < count; ++i) {
+        words += {static_cast<char>('a' + i / 26 / 26), static_cast<char>('a' + i / 26 % 26),
+                  static_cast<char>('a' + i % 26), '|'};
+    }
+    return words + "zzz";
+}
+
+TEST(OwnStackCompilation, LongListsAndCountsNeedNoStackOfTheCaller) {
+    struct Row {
+        std::string pattern;
+        std::string matching;
+        std::string other;
+    };
+    Row const rows[] = {
+        {"\\.(" + alternatives(1440) + ")$", "host.zzz", "host.zzy"},
+        {"^(" + alternatives(1110) + ")$", "zzz", "azzz"},
+        {"^https?://.{1,2083}$", "https://" + std::string(2083, 'x'),
+         "https://" + std::string(2084, 'x')},
+        {"^[^ ]{0,1500}$", std::string(1500, 'x'), std::string(1501, 'x')},
+        {"^(ssh-rsa) [A-Za-z0-9+/]{100,2000}={0,2}$",
+         "ssh-rsa " + std::string(2000, 'A') + "==", "ssh-rsa " + std::string(2001, 'A') + "=="},
+    };
+    std::size_t const stack = zeb::test::SANITIZED ? 256 * 1024 : 64 * 1024;
+    inThread(stack, [&rows] {
+        for (Row const& row : rows) {
+            SCOPED_TRACE(row.pattern.substr(0, 40));
+            RegularExpression const expression(row.pattern, 0);
+            for (int i = 0; i < 2; ++i) {  // later by the matcher, where it can
+                ASSERT_TRUE(expression.matches(row.matching));
+                ASSERT_FALSE(expression.matches(row.other));
+            }
+            EXPECT_EQ(expression.all_matching_substrings(row.matching)[0],
+                      row.matching.substr(row.pattern[0] == '^' ? 0 : 4));
+        }
+    });
+}
+
+/// For a child process: without addresses for its stack, an expression does not compile.
+[[noreturn]] void exitUncompiled() {
+    rlimit before{};
+    ::getrlimit(RLIMIT_AS, &before);
+    rlimit const limit{1024 * 1024, before.rlim_max};
+    ::setrlimit(RLIMIT_AS, &limit);
+    bool sound = false;
+    try {
+        RegularExpression const expression("^a{0,2000}$", 0);
+    } catch (ZEBNS2::RegularExpressionException const&) {
+        sound = true;
+    }
+    ::setrlimit(RLIMIT_AS, &before);
+    std::exit(sound ? 0 : 1);
+}
+
+TEST(OwnStackCompilation, FailsWhereThereIsNoStack) {
+    if (zeb::test::SANITIZED) {
+        GTEST_SKIP() << "a sanitizer needs the addresses";
+    }
+    EXPECT_EXIT(exitUncompiled(), testing::ExitedWithCode(0), "");
+}
+
 /// What a handler of signals has seen.
 volatile sig_atomic_t signalsOfOthers = 0;
 volatile sig_atomic_t signalsOnOwnStack = 0;

@@ -315,8 +315,13 @@ void LibcCost::dollars(std::size_t row) noexcept {
 }
 
 void LibcCost::finish(Fragment const& pattern) noexcept {
-    sequence(pattern, characterNode());  // END_OF_RE
+    Fragment const whole = sequence(pattern, characterNode());  // END_OF_RE
     needs_.nodes = nodes_;
+    needs_.compilesDeep = whole.depth > LibcLimits::MAX_EPSILON_DEPTH_OF_CALLER;
+    // check_arrival_expand_ecl_sub recurses along epsilon steps.
+    if (needs_.compilesDeep && pattern.backReferences != 0) {
+        refuse(PatternHazard::EPSILON_DEPTH);
+    }
     limited(product(pattern.multibyteNodes, pattern.nodes), LibcLimits::MAX_MULTIBYTE_SETS,
             PatternHazard::MULTIBYTE_SETS);
     if (nullableStars_ != 0 &&

@@ -36,6 +36,8 @@ namespace ZEBNS2 {
 /// The resources that libc needs for a pattern that it survives.
 struct LibcNeeds {
     std::uint32_t nodes = 0;  ///< of the automaton, at most
+    /// It must be compiled with LibcLimits::COMPILATION_STACK.
+    bool compilesDeep = false;
     /// A search takes LibcLimits::LOOP_STACK_PER_BYTE for each byte of the subject.
     bool recurses = false;
 };
