@@ -18,11 +18,14 @@ using ZEBNS2::StringArray;
 
 namespace {
 
+/// The user's encoding, by libc's name.
+std::string_view encoding() {
+    return ::nl_langinfo(CODESET);  // NOLINT(concurrency-mt-unsafe): the program has one thread
+}
+
 /// Whether a byte below 0x80 is always a character. In some encodings it may also be the second
 /// byte of one.
-bool isAsciiSafe() {
-    return MB_CUR_MAX == 1 || std::string_view(::nl_langinfo(CODESET)) == "UTF-8";
-}
+bool isAsciiSafe() { return MB_CUR_MAX == 1 || encoding() == "UTF-8"; }
 
 /// Whether the pattern, apart from the case of letters, matches exactly where a text contains its
 /// bytes.
@@ -50,7 +53,7 @@ unsigned char capitalLetter(unsigned char byte) {
 /// long s.
 std::string asciiPart(std::string const& literal) {
     constexpr std::string_view AMBIGUOUS = "ikIKsS";
-    bool const ascii = std::string_view(::nl_langinfo(CODESET)) == "ANSI_X3.4-1968";
+    bool const ascii = encoding() == "ANSI_X3.4-1968";
     std::string_view longest;
     std::string_view rest = literal;
     while (!rest.empty()) {

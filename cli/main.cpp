@@ -92,6 +92,7 @@ Status runAndFinish(Words const& words) {
 
 int main(int argc, char** argv) {
     // Characters are those of the user's locale; numbers and messages are the same everywhere.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread
     static_cast<void>(std::setlocale(LC_CTYPE, ""));
     // A closed pipe is a write error like any other.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));

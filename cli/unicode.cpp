@@ -64,8 +64,8 @@ String withoutForbiddenCharacters(String const& text) {
 class XmlFixer {
 public:
     explicit XmlFixer(Output& out) : out_(out) {
-        for (unsigned short byte = 0; byte < std::size(forbidden_); ++byte) {
-            forbidden_[byte] = !ZEBNS2::isValidXMLCharacter(byte);
+        for (std::size_t byte = 0; byte < std::size(forbidden_); ++byte) {
+            forbidden_[byte] = !ZEBNS2::isValidXMLCharacter(static_cast<unsigned short>(byte));
         }
     }
 

@@ -138,7 +138,8 @@ ZEB_SSSE3 inline char* writePairs(__m128i units, char* out) {
     unsigned int const both = ~bitsOf(_mm_packs_epi16(isShort, isShort)) & 0xFF;
     __m128i const lanes = select(isShort, units, _mm_or_si128(first, second));
     store(out, _mm_shuffle_epi8(lanes, pairShuffle(both)));
-    return out + PAIR_COUNTS[both];
+    out += PAIR_COUNTS[both];
+    return out;
 }
 
 /// The three bytes of each of eight units, and which of them are kept.

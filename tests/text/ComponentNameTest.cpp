@@ -17,8 +17,10 @@ using ZEBNS2::TextOperations::COMPONENT_NAME;
 
 static_assert(std::is_aggregate_v<std::remove_reference_t<decltype(COMPONENT_NAME)>>);
 
-// ctest runs each test in a process of its own; together with others the first use may be past.
 TEST(ComponentName, IsBuiltOnceByThreadsThatUseItTogether) {
+    if (testing::UnitTest::GetInstance()->test_to_run_count() > 1) {
+        GTEST_SKIP() << "needs a name that no other test of this process has used";
+    }
     EXPECT_STREQ(COMPONENT_NAME.parameter, "zeb.common.TextOperations");
     EXPECT_EQ(COMPONENT_NAME.built, 0);
     EXPECT_EQ(COMPONENT_NAME.object, nullptr);
