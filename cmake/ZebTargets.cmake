@@ -100,7 +100,7 @@ function(zeb_add_program target)
     set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${library_dir}")
 endfunction()
 
-# Settings of test code, which nobody waits for as long as for its compiler.
+# Settings of test code: compiling it takes longer than running it.
 function(zeb_configure_test target)
     zeb_configure_target(${target})
     target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
