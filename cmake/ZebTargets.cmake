@@ -100,12 +100,15 @@ function(zeb_add_program target)
     set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${library_dir}")
 endfunction()
 
-# Settings of test code: compiling it takes longer than running it.
+# For test code and GoogleTest, which take longer to compile than to run. _FORTIFY_SOURCE needs optimisation.
+function(zeb_do_not_optimise target)
+    target_compile_options(${target} PRIVATE -O0 -U_FORTIFY_SOURCE)
+endfunction()
+
+# Settings of test code.
 function(zeb_configure_test target)
     zeb_configure_target(${target})
-    target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
-    # With -O1 g++ puts a test's own operator delete in place of its call, but not operator new.
-    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-mismatched-new-delete>)
+    zeb_do_not_optimise(${target})
 endfunction()
 
 # zeb_add_test(<target> SOURCES <file>... LINKS <target>... [CONCURRENT] [DEFINITIONS <name=value>...])
