@@ -14,6 +14,7 @@
 #include "Oracle.hpp"
 #include "Random.hpp"
 #include "RandomExpressions.hpp"
+#include "Sanitized.hpp"
 
 namespace {
 
@@ -27,7 +28,7 @@ using ZEBNS2::RegularExpressionException;
 using ZEBNS2::String;
 using ZEBNS2::StringArray;
 
-constexpr int CASES = 10000;
+constexpr int CASES = zeb::test::SANITIZED ? 2000 : 10000;
 
 template <typename T>
 std::vector<T> list(Array<T> const& array) {

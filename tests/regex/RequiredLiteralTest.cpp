@@ -14,12 +14,14 @@
 #include "OrventoCommonRegex.hpp"
 #include "Random.hpp"
 #include "RunProcess.hpp"
+#include "Sanitized.hpp"
 #include "TemporaryDirectory.hpp"
 #include "WithLocale.hpp"
 
 namespace {
 
 using zeb::test::Random;
+using zeb::test::SANITIZED;
 using zeb::test::WithLocale;
 using ZEBNS2::Array;
 using ZEBNS2::OffsetPair;
@@ -205,7 +207,7 @@ TEST_P(RequiredLiteralIn, LocaleChangesNoMatch) {
     Random random(20260);
     int cases = 0;
     int decided = 0;
-    while (cases < 120000) {
+    while (cases < (SANITIZED ? 15000 : 120000)) {
         std::string pattern;
         for (std::size_t i = random.between(1, 7); i > 0; --i) {
             pattern += random.pick(PIECES);

@@ -12,6 +12,7 @@
 
 #include "Parse.hpp"
 #include "Repeat.hpp"
+#include "Sanitized.hpp"
 
 using zeb::foundation::Exception;
 using zeb::test::inUTF16;
@@ -244,7 +245,8 @@ std::string inUTF8(unsigned int character) {
 }
 
 TEST(XMLParserDOM, TakesTheSameNamesInUTF8AndUTF16) {
-    for (unsigned int character = 0x80; character < 0x10000; ++character) {
+    for (unsigned int character = 0x80; character < 0x10000;
+         character += zeb::test::SANITIZED ? 7 : 1) {
         std::string const unit{static_cast<char>(character >> 8), static_cast<char>(character)};
         for (std::string const& before : {std::string(), std::string("a")}) {
             bool const inUnits =
