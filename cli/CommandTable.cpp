@@ -119,7 +119,7 @@ std::string usage() {
     return text +
            "\n"
            "A FILE of - is standard input. The exit status is 0, or 1 when nothing was found,\n"
-           "or 2 after an error. The manual, zeb-text(1), tells more.\n"
+           "or 2 after an error. The manual, zeb-text(1), says more.\n"
            "\n"
            "Example:\n"
            "  zeb-text match --numbers 'error|warning' log\n";
@@ -132,7 +132,7 @@ std::string groupUsage(std::string const& group) {
     }
     return list.empty() ? ""
                         : "Usage: zeb-text " + group + " COMMAND [ARGUMENT...]\n\nCommands:\n" +
-                              list + "\nzeb-text help " + group + " COMMAND tells more of each.\n";
+                              list + "\nzeb-text help " + group + " COMMAND says more of each.\n";
 }
 
 }  // namespace zeb::cli

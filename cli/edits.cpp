@@ -28,7 +28,7 @@ struct Destination {
     void declare(Arguments& arguments) {
         arguments.option("--backup", "SUFFIX", "~", file.backup,
                          "Keep the old text of each file that is written, under its name with "
-                         "SUFFIX behind it; without SUFFIX, ~");
+                         "SUFFIX appended; without SUFFIX, ~");
         arguments.flag("--in-place-write", file.overwrite,
                        "Write over each file where it is, for files that no new one can take the "
                        "place of");

@@ -433,7 +433,7 @@ RegularExpression::CompilationOptions Syntax::options() const {
 
 Status match(Words const& words, Output& out) {
     Arguments arguments("match",
-                        "Prints the lines in which EXPRESSION matches, each behind its file's name "
+                        "Prints the lines in which EXPRESSION matches, each after its file's name "
                         "when there are several.\nThe exit status is 1 when there is none.",
                         "  zeb-text match --numbers 'error|warning' log\n"
                         "  zeb-text match --only '[0-9]+\\.[0-9]+' <versions\n"

@@ -59,7 +59,7 @@ constexpr NumberType NUMBER_TYPES[] = {
 
 Status unit(Words const& words, Output& out) {
     Arguments arguments("unit",
-                        "Prints how many bytes the size unit in TEXT stands for (powers of 1024); "
+                        "Prints how many bytes the size unit in TEXT means (powers of 1024); "
                         "a number in TEXT does not count.\nThe exit status is 1 when there is no "
                         "unit.",
                         "  zeb-text unit megabytes\n"
@@ -144,7 +144,7 @@ Status number(Words const& words, Output& out) {
 Status pad(Words const& words, Output& out) {
     Arguments arguments("pad",
                         "Prints TEXT, filled up to WIDTH bytes; a longer one stays as it is.\n"
-                        "One of --left, --right and --center says where TEXT comes to stand.",
+                        "One of --left, --right and --center says where TEXT is placed.",
                         "  zeb-text pad --right 8 --fill 0 42\n");
     struct Layout {
         char const* option;

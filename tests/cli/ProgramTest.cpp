@@ -82,7 +82,7 @@ TEST(Program, AGroupListsItsCommands) {
         "  xml check       tell whether files are well-formed XML\n"
         "  xml find        find elements by a query\n"
         "\n"
-        "zeb-text help xml COMMAND tells more of each.\n");
+        "zeb-text help xml COMMAND says more of each.\n");
     EXPECT_EQ(zebText({"xml"}), group);
     EXPECT_EQ(zebText({"xml", "--help"}), group);
     EXPECT_EQ(zebText({"help", "xml"}), group);
