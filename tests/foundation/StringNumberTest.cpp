@@ -320,21 +320,18 @@ void expectRealRefused(std::string const& text, std::string const& reason) {
 
 TEST(StringReal, DecimalForms) {
     constexpr std::pair<char const*, double> ROWS[] = {
-        {"0", 0},        {"1", 1},
-        {"+1", 1},       {"-1", -1},
-        {"1.5", 1.5},    {"1.", 1},
-        {".5", 0.5},     {"-.5", -0.5},
-        {"+.5", 0.5},    {"1e3", 1000},
-        {"1E3", 1000},   {"1e+3", 1000},
-        {"25e-2", 0.25}, {"1.25e2", 125},
-        {"0.0", 0},      {"007.50", 7.5},
-        {"0e999999", 0}, {"332000e22", 332000e22},  // a product that must not be rounded twice
+        {"0", 0},        {"1", 1},        {"+1", 1},       {"-1", -1},      {"1.5", 1.5},
+        {"1.", 1},       {".5", 0.5},     {"-.5", -0.5},   {"+.5", 0.5},    {"1e3", 1000},
+        {"1E3", 1000},   {"1e+3", 1000},  {"25e-2", 0.25}, {"1.25e2", 125}, {"0.0", 0},
+        {"007.50", 7.5}, {"0e999999", 0},
     };
     for (auto const& [text, value] : ROWS) {
         SCOPED_TRACE(text);
         EXPECT_EQ(String(text).toReal64(), value);
         EXPECT_EQ(String(text).toReal32(), static_cast<float>(value));
     }
+    // A product that must not be rounded twice; g++ 14 rounds the literal so for 32-bit x86.
+    EXPECT_EQ(String("332000e22").toReal64(), 0x1.5747ab143e353p+91);
     EXPECT_TRUE(std::signbit(String("-0").toReal64()));
     EXPECT_TRUE(std::signbit(String("-0").toReal32()));
     EXPECT_FALSE(std::signbit(String("+0").toReal64()));
