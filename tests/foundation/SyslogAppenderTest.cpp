@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-// This program has the system's log in its own hands: it defines libc's functions, the second of
-// which takes the first one's place in hardened builds.
+// This program has the system's log in its own hands: it defines libc's functions. Hardened builds
+// call the second instead of the first, or the third, by clang++ with glibc 2.40 and later.
 
 namespace {
 
@@ -52,6 +52,9 @@ void __syslog_chk(int priority, int, char const* format, ...) {
     va_start(arguments, format);
     note(priority, format, arguments);
     va_end(arguments);
+}
+void __vsyslog_chk(int priority, int, char const* format, std::va_list arguments) {
+    note(priority, format, arguments);
 }
 }
 
