@@ -1,13 +1,16 @@
-// The unit under test, with what it keeps in its unnamed namespace: a text of several pieces would
-// be longer than a test can bear.
-#include "XMLParserDOM.cpp"
+// With a size of the pieces that is private: a text of several would be too long for a test.
+
+#include <zeb/xmltoolkit/DOMException.hpp>
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
+#include <string_view>
 
 #include "Parse.hpp"
 #include "Random.hpp"
+#include "XMLParsing.hpp"
 
 namespace zeb::xmltoolkit {
 

@@ -23,6 +23,7 @@
 #include "UTF8Conversion.hpp"
 #include "XMLDeclaration.hpp"
 #include "XMLDocument.hpp"
+#include "XMLParsing.hpp"
 
 namespace zeb::xmltoolkit {
 
@@ -34,11 +35,6 @@ using foundation::String;
 using foundation::StringBuffer;
 
 constexpr char UNIT[] = "XMLParserDOM";
-
-/// Bytes passed to libexpat at once. It copies them into a buffer whose size it doubles and must
-/// keep below INT_MAX, so pieces should be small. But after each piece except the last it counts
-/// the lines, a sixth of the time, so most texts should be one piece.
-constexpr std::size_t PIECE_SIZE = std::size_t{32} << 20;
 
 constexpr std::size_t NPOS = std::string_view::npos;
 
@@ -361,7 +357,8 @@ Input inputOf(std::string_view xml, StringBuffer& converted) {
     return input;
 }
 
-/// Parses `xml` in pieces of `pieceSize` bytes.
+}  // namespace
+
 std::shared_ptr<XMLDocument const> documentOf(std::string_view xml, std::size_t pieceSize) {
     refuseLeadingNul(xml);
     StringBuffer converted;
@@ -372,8 +369,6 @@ std::shared_ptr<XMLDocument const> documentOf(std::string_view xml, std::size_t 
         return Parsing(input, pieceSize, deep.place).run();
     }
 }
-
-}  // namespace
 
 XMLNode XMLParserDOM::parse(String const& xml) {
     std::shared_ptr<XMLDocument const> document = documentOf(xml, PIECE_SIZE);
