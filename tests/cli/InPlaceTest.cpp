@@ -165,8 +165,7 @@ TEST(InPlace, WhatTheSystemMakesUpIsNoFile) {
     EXPECT_THAT(result.err, testing::HasSubstr("the system makes its contents up"));
 }
 
-/// Runs zeb-text with these words and a file as a user without rights, unless
-/// this is none.
+/// Runs zeb-text with these words and a file, without the capabilities of root.
 ProcessResult withoutRights(std::string const& words, std::string const& file) {
     // Another user may have no right to the folder of the program.
     std::string const asPlainUser =

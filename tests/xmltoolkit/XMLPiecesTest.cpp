@@ -1,4 +1,4 @@
-// With a size of the pieces that is private: a text of several would be too long for a test.
+// Small pieces: with their real size a text of several would be too long for a test.
 
 #include <zeb/xmltoolkit/DOMException.hpp>
 
