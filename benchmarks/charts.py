@@ -20,6 +20,7 @@ PICTURES = TOP / "docs" / "pictures"
 
 FAMILIES = {
     "A": "Editing lines as sed does",
+    "B": "Editing lines with groups and alternatives",
     "C": "UTF-16 to UTF-8",
     "D": "Replacing a literal text",
     "F": "Tokens with quotes",

@@ -192,6 +192,20 @@ struct Piece {
     std::string_view literal;
 };
 
+/// Appends `rest` up to the end of the match that was found in it, with the replacement in place of
+/// the match, and removes that part.
+template <typename Matcher>
+void replaceMatch(LineJoiner& out, std::string_view& rest, Matcher const& matcher,
+                  std::vector<Piece> const& replacement) {
+    std::string_view const match = matcher.group(0);
+    out.append({rest.data(), static_cast<std::size_t>(match.data() - rest.data())});
+    for (Piece const& piece : replacement) {
+        out.append(piece.group < 0 ? piece.literal
+                                   : matcher.group(static_cast<std::size_t>(piece.group)));
+    }
+    rest.remove_prefix(static_cast<std::size_t>(match.data() + match.size() - rest.data()));
+}
+
 /// Replaces every match in every line; the expression must not match the empty text.
 template <typename Matcher>
 std::string substituteAll(std::string_view text, Matcher& matcher,
@@ -200,13 +214,22 @@ std::string substituteAll(std::string_view text, Matcher& matcher,
     forEachLine(text, [&](std::string_view rest) {
         out.next();
         while (matcher.find(rest)) {
-            std::string_view const match = matcher.group(0);
-            out.append({rest.data(), static_cast<std::size_t>(match.data() - rest.data())});
-            for (Piece const& piece : replacement) {
-                out.append(piece.group < 0 ? piece.literal
-                                           : matcher.group(static_cast<std::size_t>(piece.group)));
-            }
-            rest.remove_prefix(static_cast<std::size_t>(match.data() + match.size() - rest.data()));
+            replaceMatch(out, rest, matcher, replacement);
+        }
+        out.append(rest);
+    });
+    return out.release();
+}
+
+/// Replaces the first match in every line.
+template <typename Matcher>
+std::string substituteFirst(std::string_view text, Matcher& matcher,
+                            std::vector<Piece> const& replacement) {
+    LineJoiner out(text.size());
+    forEachLine(text, [&](std::string_view rest) {
+        out.next();
+        if (matcher.find(rest)) {
+            replaceMatch(out, rest, matcher, replacement);
         }
         out.append(rest);
     });

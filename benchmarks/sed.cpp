@@ -1,4 +1,5 @@
-// A: realSed compared with regular-expression libraries that edit line by line, and with GNU sed.
+// A, B: realSed compared with regular-expression libraries that edit line by line, and with GNU
+// sed.
 
 #include "bench.hpp"
 #include "inputs.hpp"
@@ -82,14 +83,11 @@ void addLibrary(Contest& contest, String const& text, char const* command) {
     });
 }
 
-/// Adds all contestants. `edit(make)` does the work with matchers that `make(pattern)` compiles,
-/// just as realSed compiles its own.
+/// Adds the library and the peers that do not use libc. `edit(make)` does the work with matchers
+/// that `make(pattern)` compiles, just as realSed compiles its own.
 template <typename Edit>
-void addEditors(Contest& contest, char const* command, Edit edit) {
-    Log const& log = fullLog();
-    addLibrary(contest, log.text, command);
-    contest.add("regexec loop",
-                [=] { return edit([](char const* pattern) { return PosixMatcher(pattern); }); });
+void addMatchers(Contest& contest, char const* command, Edit edit) {
+    addLibrary(contest, fullLog().text, command);
 #ifdef ZEB_HAVE_PCRE2
     contest.add("PCRE2-JIT",
                 [=] { return edit([](char const* pattern) { return Pcre2Matcher(pattern); }); });
@@ -98,7 +96,16 @@ void addEditors(Contest& contest, char const* command, Edit edit) {
     contest.add("RE2",
                 [=] { return edit([](char const* pattern) { return Re2Matcher(pattern); }); });
 #endif
+}
+
+/// Adds all contestants.
+template <typename Edit>
+void addEditors(Contest& contest, char const* command, Edit edit) {
+    addMatchers(contest, command, edit);
+    contest.add("regexec loop",
+                [=] { return edit([](char const* pattern) { return PosixMatcher(pattern); }); });
 #ifdef ZEB_GNU_SED
+    Log const& log = fullLog();
     contest.add(
         "GNU sed", [&log, command] { return log.gnuSed(command); }, log.gnuSed.answer(command));
 #endif
@@ -110,6 +117,14 @@ auto substitution(char const* pattern, std::vector<Piece> const& replacement) {
     return [pattern, replacement](auto make) {
         auto matcher = make(pattern);
         return substituteAll(fullLog().text, matcher, replacement);
+    };
+}
+
+/// For expressions that can match once in a line.
+auto singleSubstitution(char const* pattern, std::vector<Piece> const& replacement) {
+    return [pattern, replacement](auto make) {
+        auto matcher = make(pattern);
+        return substituteFirst(fullLog().text, matcher, replacement);
     };
 }
 
@@ -177,6 +192,39 @@ void addSed() {
     }
     addMismatch("A6", "s/zebra[0-9]+/X/g", "zebra[0-9]+");
     addMismatch("A7", "s/[A-Z]+_[0-9]+/X/g", "[A-Z]+_[0-9]+");
+}
+
+/// Lines with groups and alternatives. A loop of regexec and GNU sed take seconds here and show
+/// nothing that A1 does not, so they are left out.
+void addGroups() {
+    if (wanted("B1")) {
+        static constexpr char COMMAND[] = R"(s/([a-z]+)\[([0-9]+)\]/\2 \1/g)";
+        Contest contest("B1", title(COMMAND), fullLog().text.length());
+        addMatchers(contest, COMMAND,
+                    substitution(R"(([a-z]+)\[([0-9]+)\])", {{2, ""}, {-1, " "}, {1, ""}}));
+        contest.aim("RE2", 1.0);
+    }
+    if (wanted("B2")) {
+        static constexpr char COMMAND[] = R"(s/^([^ ]+) ([^ ]+) (.*)$/\3 \2 \1/)";
+        Contest contest("B2", title(COMMAND), fullLog().text.length());
+        addMatchers(contest, COMMAND,
+                    singleSubstitution("^([^ ]+) ([^ ]+) (.*)$",
+                                       {{3, ""}, {-1, " "}, {2, ""}, {-1, " "}, {1, ""}}));
+        contest.aim("RE2", 1.0);
+    }
+    if (wanted("B3")) {
+        static constexpr char COMMAND[] = R"(s/^(.*): ([^:]*)$/\2: \1/)";
+        Contest contest("B3", title(COMMAND), fullLog().text.length());
+        addMatchers(contest, COMMAND,
+                    singleSubstitution("^(.*): ([^:]*)$", {{2, ""}, {-1, ": "}, {1, ""}}));
+        contest.aim("RE2", 1.0);
+    }
+    if (wanted("B4")) {
+        static constexpr char COMMAND[] = R"(/(error|warn|fatal|daemon\[9)/d)";
+        Contest contest("B4", title(COMMAND), fullLog().text.length());
+        addMatchers(contest, COMMAND, deletion(R"((error|warn|fatal|daemon\[9))"));
+        contest.aim("RE2", 1.0);
+    }
 }
 
 /// Adds the library, which edits a file in place. The timed replacement leaves the file unchanged,
@@ -275,6 +323,7 @@ void addSlots() {
 }
 
 Family const sed(addSed);
+Family const groups(addGroups);
 Family const files(addFileEdits);
 Family const growth(addGrowth);
 Family const slots(addSlots);

@@ -140,7 +140,8 @@ def print_peaks(path):
 
 def code(title):
     """Keeps commands from being read as Markdown."""
-    return re.sub(r"(\S*/\S*/\S*)", lambda found: "`" + found.group().replace("|", "\\|") + "`", title)
+    # An s command may contain blanks.
+    return re.sub(r"(\bs/[^/]*/[^/]*/\w*|\S*/\S*/\S*)", lambda found: "`" + found.group().replace("|", "\\|") + "`", title)
 
 
 def read_results(path):
