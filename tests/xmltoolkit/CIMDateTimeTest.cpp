@@ -11,6 +11,7 @@
 #include <string>
 
 #include "Random.hpp"
+#include "Sanitized.hpp"
 
 namespace {
 
@@ -53,10 +54,10 @@ TEST(CIMDateTime, CarriedMicrosecondsCount) {
 
 // A calendar that only knows how long months are.
 TEST(CIMDateTime, EachDayFollowsTheOneBefore) {
-    int year = 0;
+    int year = zeb::test::SANITIZED ? 9600 : 0;
     int month = 1;
     int day = 1;
-    std::int64_t days = 0;
+    std::int64_t days = year / 400 * 146'097;
     for (; year <= 9999; ++days) {
         std::string expected = "00000000123456.000007+000";
         auto const put = [&expected](std::size_t start, std::size_t width, int value) {

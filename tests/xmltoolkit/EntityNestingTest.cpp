@@ -358,7 +358,7 @@ TEST(EntityNesting, CyclesStayRecursiveReferencesUnlessTheyAreLong) {
 }
 
 TEST(EntityNesting, HubsAreNoChains) {
-    std::size_t const count = 100'000;
+    std::size_t const count = zeb::test::SANITIZED ? 20'000 : 100'000;
     std::string text = "<!DOCTYPE a [" + declaration(0, "x");
     std::string all;
     for (std::size_t i = 1; i < count; ++i) {

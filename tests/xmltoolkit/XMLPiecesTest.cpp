@@ -10,6 +10,7 @@
 
 #include "Parse.hpp"
 #include "Random.hpp"
+#include "Sanitized.hpp"
 #include "XMLParsing.hpp"
 
 namespace zeb::xmltoolkit {
@@ -88,7 +89,11 @@ TEST(XMLPieces, DoNotChangeTheAnswerToDamagedUTF16) {
 
 TEST(XMLPieces, ASurrogateAtTheEndOfAFullPieceMeansTheSame) {
     std::u16string const start = u"<a>" + std::u16string(PIECE_SIZE / 2 - 6, 'x');
-    for (std::size_t shift = 0; shift < 3; ++shift) {
+    // The sanitizers try the shift that ends the piece between the two halves of a pair.
+    for (std::size_t shift : {0U, 1U, 2U}) {
+        if (test::SANITIZED && shift != 1) {
+            continue;
+        }
         std::u16string const before = start + std::u16string(shift, 'x');
         EXPECT_EQ(outcome(inBytes(before + u"\xD83D</a>", true), PIECE_SIZE),
                   "line 1, column " + std::to_string(before.size() + 2) +
