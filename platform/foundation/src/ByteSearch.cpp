@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdint>
 #include <cstring>
 #ifndef __SSE2__
@@ -18,10 +19,24 @@ namespace {
 
 constexpr std::size_t NONE = std::string_view::npos;
 
-/// Places tested together.
-constexpr std::size_t PLACES = 16;
+/// Places tested by one vector, and together.
+constexpr std::size_t LANES = 16;
+constexpr std::size_t PLACES = 4 * LANES;
 
-/// Total bytes of failed comparisons before memmem takes over, in addition to the bytes passed.
+/// In fewer places the choice of a pair would cost more than a good one saves.
+constexpr std::size_t WORTH_A_CHOICE = 512;
+
+/// The pair is chosen from so many bytes wanted, the first.
+constexpr std::size_t CHOICE = 64;
+
+/// The bytes of the text that are counted for another choice, and the places compared.
+constexpr std::size_t SAMPLE = 1024;
+constexpr std::size_t COMPARED = 32;
+
+/// Failed comparisons before another choice, in addition to one in `PLACES`; doubled with each.
+constexpr std::size_t MISTAKES = 256;
+
+/// Cost of failed comparisons before memmem takes over, in addition to the bytes passed.
 constexpr std::size_t PATIENCE = 4096;
 
 template <typename Word>
@@ -55,9 +70,63 @@ bool areSame(char const* a, char const* b, std::size_t count) noexcept {
     return count == 0 || (*a == *b && (count == 1 || areSameWords<std::uint16_t>(a, b, count)));
 }
 
-/// Whether `wanted`, not empty, is at `place`; its first and last byte are there.
-bool isBetween(char const* place, std::string_view wanted) noexcept {
-    return wanted.size() <= 2 || areSame(place + 1, wanted.data() + 1, wanted.size() - 2);
+/// For each byte how often it occurs, in whatever unit.
+template <typename Count>
+using Frequencies = std::array<Count, UCHAR_MAX + 1>;
+
+/// A guess at the frequencies in texts, from the common letters to what is neither letter, digit
+/// nor blank. Bytes of characters beyond ASCII are common where they occur at all: the first ones
+/// more than the others.
+constexpr Frequencies<std::uint8_t> makeUsualFrequencies() {
+    constexpr std::string_view BY_FREQUENCY = " etaoinsrhldcumfgpwyb,.v\nk0123-=\"x/459786jqz";
+    Frequencies<std::uint8_t> usual{};
+    for (std::size_t byte = 0; byte < usual.size(); ++byte) {
+        usual[byte] = byte >= 0xC0 ? 64 : byte >= 0x80 ? 32 : byte >= 'A' && byte <= 'Z' ? 16 : 1;
+    }
+    for (std::size_t i = 0; i < BY_FREQUENCY.size(); ++i) {
+        usual[static_cast<unsigned char>(BY_FREQUENCY[i])] =
+            static_cast<std::uint8_t>(16 + BY_FREQUENCY.size() - i);
+    }
+    usual[0] = 64;
+    return usual;
+}
+
+constexpr Frequencies<std::uint8_t> USUAL = makeUsualFrequencies();
+static_assert(USUAL[' '] > USUAL['e'] && USUAL['z'] > USUAL['Z'] && USUAL['Z'] > USUAL['#']);
+
+Frequencies<std::uint16_t> frequenciesIn(std::string_view sample) noexcept {
+    Frequencies<std::uint16_t> counts{};
+    for (char const byte : sample) {
+        ++counts[static_cast<unsigned char>(byte)];
+    }
+    return counts;
+}
+
+/// The indexes of two bytes wanted, the same for a single one.
+struct Pair {
+    std::size_t one;
+    std::size_t other;
+};
+
+/// The two rarest of the first bytes wanted; different ones unless all are the same.
+template <typename Count>
+Pair rarestPair(std::string_view wanted, Frequencies<Count> const& frequencies) noexcept {
+    std::string_view const bytes = wanted.substr(0, CHOICE);
+    auto const frequency = [&](std::size_t index) {
+        return frequencies[static_cast<unsigned char>(bytes[index])];
+    };
+    std::size_t one = 0;
+    for (std::size_t i = 1; i < bytes.size(); ++i) {
+        one = frequency(i) < frequency(one) ? i : one;
+    }
+    std::size_t other = one == 0 ? bytes.size() - 1 : 0;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        if (bytes[i] != bytes[one] &&
+            (bytes[other] == bytes[one] || frequency(i) < frequency(other))) {
+            other = i;
+        }
+    }
+    return {one, other};
 }
 
 /// Calls `onHit(place)` for the places of `wanted` from `from` on, from left to right and none
@@ -84,98 +153,165 @@ ZEB_SSE2 inline __m128i load(char const* bytes) noexcept {
     return _mm_loadu_si128(reinterpret_cast<__m128i const*>(bytes));
 }
 
-/// The first and the last byte wanted, each repeated sixteen times.
-struct Ends {
-    __m128i first;
-    __m128i last;
-    std::size_t distance;
+/// The two bytes of a pair, each repeated in all lanes.
+struct Probe {
+    __m128i one;
+    __m128i other;
+    Pair at;
 };
 
-/// All bits set in the bytes for those places from `start` on that have both ends.
-ZEB_SSE2 inline __m128i candidates(char const* start, Ends const& ends) noexcept {
-    return _mm_and_si128(_mm_cmpeq_epi8(load(start), ends.first),
-                         _mm_cmpeq_epi8(load(start + ends.distance), ends.last));
+ZEB_SSE2 inline Probe makeProbe(std::string_view wanted, Pair at) noexcept {
+    return {_mm_set1_epi8(wanted[at.one]), _mm_set1_epi8(wanted[at.other]), at};
 }
 
-ZEB_SSE2 inline bool isCandidateAmong64(char const* start, Ends const& ends) noexcept {
-    __m128i const one = _mm_or_si128(candidates(start, ends), candidates(start + PLACES, ends));
+/// All bits set in the bytes for those places from `start` on that have both bytes of the pair.
+ZEB_SSE2 inline __m128i candidates(char const* start, Probe const& probe) noexcept {
+    return _mm_and_si128(_mm_cmpeq_epi8(load(start + probe.at.one), probe.one),
+                         _mm_cmpeq_epi8(load(start + probe.at.other), probe.other));
+}
+
+/// A bit for each byte.
+ZEB_SSE2 inline std::uint64_t bitsOf(__m128i bytes) noexcept {
+    return static_cast<unsigned int>(_mm_movemask_epi8(bytes));
+}
+
+/// A bit for each of `LANES` places from `start` on that has both bytes of the pair.
+ZEB_SSE2 inline std::uint64_t candidatesInVector(char const* start, Probe const& probe) noexcept {
+    return bitsOf(candidates(start, probe));
+}
+
+ZEB_SSE2 inline bool isCandidateAmongPlaces(char const* start, Probe const& probe) noexcept {
+    __m128i const one = _mm_or_si128(candidates(start, probe), candidates(start + LANES, probe));
     __m128i const other =
-        _mm_or_si128(candidates(start + 2 * PLACES, ends), candidates(start + 3 * PLACES, ends));
-    return _mm_movemask_epi8(_mm_or_si128(one, other)) != 0;
+        _mm_or_si128(candidates(start + 2 * LANES, probe), candidates(start + 3 * LANES, probe));
+    return bitsOf(_mm_or_si128(one, other)) != 0;
+}
+
+/// A bit for each of `PLACES` places.
+ZEB_SSE2 inline std::uint64_t candidatesInVectors(char const* start, Probe const& probe) noexcept {
+    std::uint64_t hits = 0;
+    for (std::size_t i = 0; i < PLACES; i += LANES) {
+        hits |= candidatesInVector(start + i, probe) << i;
+    }
+    return hits;
 }
 
 /// The state of a search for one text.
-struct Search {
-    std::string_view text;
-    std::string_view wanted;
-    std::size_t next = 0;    ///< the first place where a hit may be
-    std::size_t failed = 0;  ///< bytes that comparisons have cost in vain
+class Search {
+public:
+    ZEB_SSE2 Search(std::string_view text, std::string_view wanted) noexcept
+        : text_(text),
+          wanted_(wanted),
+          places_(text.size() - wanted.size() + 1),
+          probe_(makeProbe(wanted, places_ < WORTH_A_CHOICE ? Pair{0, wanted.size() - 1}
+                                                            : rarestPair(wanted, USUAL))) {}
+
+    /// As `forEachHit`.
+    template <typename OnHit>
+    ZEB_SSE2 void run(OnHit& onHit) {
+        std::size_t index = 0;
+        while ((index = skip(index)) + PLACES <= places_) {
+            std::uint64_t const hits = candidatesInVectors(text_.data() + index, probe_);
+            if (!take(index, hits, onHit)) {
+                return;
+            }
+            index = std::max(index + PLACES, next_);
+            if (mistakes_ > allowed_ + index / PLACES) {
+                chooseAgain(index);
+            }
+            if (cost_ > PATIENCE + index) {
+                byMemmem(text_, wanted_, index, onHit);
+                return;
+            }
+        }
+        finish(index, onHit);
+    }
+
+private:
+    /// Passes groups of `PLACES` without a candidate. @return the first place not passed
+    ZEB_SSE2 std::size_t skip(std::size_t index) const noexcept {
+        Probe const probe = probe_;
+        std::size_t const places = places_;
+        char const* const text = text_.data();
+        while (index + PLACES <= places && !isCandidateAmongPlaces(text + index, probe)) {
+            index += PLACES;
+        }
+        return index;
+    }
+
+    /// Searches the places from `index` on, fewer than `PLACES`.
+    template <typename OnHit>
+    ZEB_SSE2 void finish(std::size_t index, OnHit& onHit) {
+        for (; index < places_ && places_ >= LANES; index += LANES) {
+            // Some of the last places were tested before, with the same result.
+            index = std::min(index, places_ - LANES);
+            if (!take(index, candidatesInVector(text_.data() + index, probe_), onHit)) {
+                return;
+            }
+        }
+        for (; index < places_; ++index) {
+            if (text_[index] == wanted_.front() && !take(index, 1, onHit)) {
+                return;
+            }
+        }
+    }
 
     /// Tests the places after `start` whose bits are set in `hits`. @return false when `onHit` did
     template <typename OnHit>
-    bool take(std::size_t start, unsigned int hits, OnHit& onHit) {
+    bool take(std::size_t start, std::uint64_t hits, OnHit& onHit) {
         for (; hits != 0; hits &= hits - 1) {
-            std::size_t const place = start + static_cast<unsigned int>(__builtin_ctz(hits));
-            if (place < next) {
+            std::size_t const place = start + static_cast<unsigned int>(__builtin_ctzll(hits));
+            if (place < next_) {
                 continue;
             }
-            if (!isBetween(text.data() + place, wanted)) {
-                failed += wanted.size();
+            if (!areSame(text_.data() + place, wanted_.data(), wanted_.size())) {
+                ++mistakes_;
+                cost_ += FAILURE + wanted_.size() / FAILURE;
                 continue;
             }
             if (!onHit(place)) {
                 return false;
             }
-            next = place + wanted.size();
+            next_ = place + wanted_.size();
         }
         return true;
     }
-};
 
-/// Like `byMemmem`, but from the start.
-/// @param wanted not empty, and at most as long as `text`
-template <typename OnHit>
-ZEB_SSE2 void byVectors(std::string_view text, std::string_view wanted, OnHit& onHit) {
-    std::size_t const distance = wanted.size() - 1;
-    std::size_t const places = text.size() - distance;
-    Ends const ends{_mm_set1_epi8(wanted.front()), _mm_set1_epi8(wanted.back()), distance};
-    Search search{text, wanted};
-    std::size_t index = 0;
-    std::size_t unknown = 0;  // the first place in no group of 64 with a candidate
-    while (index < places && places - index >= PLACES) {
-        char const* const start = text.data() + index;
-        if (index >= unknown && places - index >= 4 * PLACES) {
-            if (!isCandidateAmong64(start, ends)) {
-                index += 4 * PLACES;
-                continue;
+    /// Chooses the byte wanted that is rarest after `index`, and the one that differs most often
+    /// where that byte is.
+    ZEB_SSE2 void chooseAgain(std::size_t index) noexcept {
+        Pair pair = rarestPair(wanted_, frequenciesIn(text_.substr(index, SAMPLE)));
+        std::size_t const end = std::min(index + SAMPLE, places_);
+        std::size_t compared = 0;
+        std::array<unsigned int, CHOICE> differences{};
+        for (std::size_t place = index; place < end && compared < COMPARED; ++place) {
+            if (text_[place + pair.one] == wanted_[pair.one]) {
+                ++compared;
+                for (std::size_t i = 0; i < std::min(CHOICE, wanted_.size()); ++i) {
+                    differences[i] += text_[place + i] != wanted_[i] ? 1 : 0;
+                }
             }
-            unknown = index + 4 * PLACES;
         }
-        auto const hits = static_cast<unsigned int>(_mm_movemask_epi8(candidates(start, ends)));
-        if (!search.take(index, hits, onHit)) {
-            return;
+        auto const* const most = std::max_element(differences.begin(), differences.end());
+        if (*most != 0) {
+            pair.other = static_cast<std::size_t>(most - differences.begin());
         }
-        index = std::max(index + PLACES, search.next);
-        if (search.failed > PATIENCE + index) {
-            byMemmem(text, wanted, index, onHit);
-            return;
-        }
+        probe_ = makeProbe(wanted_, pair);
+        allowed_ += mistakes_;
     }
-    if (index < places && places >= PLACES) {
-        // Some of these places were tested before, with the same result.
-        std::size_t const last = places - PLACES;
-        __m128i const hits = candidates(text.data() + last, ends);
-        search.take(last, static_cast<unsigned int>(_mm_movemask_epi8(hits)), onHit);
-        return;
-    }
-    for (; index < places; ++index) {
-        char const* const start = text.data() + index;
-        if (*start == wanted.front() && start[distance] == wanted.back() &&
-            !search.take(index, 1, onHit)) {
-            return;
-        }
-    }
-}
+
+    /// Cost of a failed comparison of few bytes, and bytes compared at the cost of one passed.
+    static constexpr std::size_t FAILURE = 8;
+
+    std::string_view text_;
+    std::string_view wanted_;
+    std::size_t places_;
+    Probe probe_;
+    std::size_t next_ = 0;      ///< the first place where a hit may be
+    std::size_t mistakes_ = 0;  ///< failed comparisons
+    std::size_t allowed_ = MISTAKES;
+    std::size_t cost_ = 0;  ///< of the failed comparisons, in bytes passed
+};
 
 #undef ZEB_SSE2
 
@@ -201,7 +337,7 @@ void forEachHit(std::string_view text, std::string_view wanted, OnHit onHit) {
         return;
     }
     if (hasSSE2()) {
-        byVectors(text, wanted, onHit);
+        Search(text, wanted).run(onHit);
     } else {
         byMemmem(text, wanted, 0, onHit);
     }

@@ -8,16 +8,22 @@
 /// @file
 /// Not API: searches for one text in another, and replaces it.
 ///
-/// Sixteen places are tested together: only where the first and the last byte wanted both occur are
-/// the bytes between them compared. For "needle" in "a needle", of the places 0 to 2 only place 2
-/// has "n" there and "e" five bytes later, so one comparison is made. After a hit the search
-/// continues with the places of the same vectors: dense hits cost a comparison each and almost no
-/// search.
+/// Sixty-four places are tested together: only where two of the bytes wanted both occur are all
+/// compared. The two are the rarest in usual texts, by a table. For "needle" these are "l" and "d",
+/// so "a needle in the hay" is compared at one place, although it contains "n" twice and "e" four
+/// times. (A text as short as that is not worth the choice; its pair are the first and the last
+/// byte.) After a hit the search continues with the places of the same vectors: dense hits cost a
+/// comparison each and almost no search.
 ///
-/// That costs a quarter of libc's memmem, which also prepares a table of 256 bytes in each call:
-/// expensive where hits are dense. But it is not linear: "ab...b" in a text of only "b" and "a" can
-/// fail late at every place. So failed comparisons are counted, and once they have cost more than
-/// the search itself, memmem, which is linear, searches the rest.
+/// A text may be unusual. When more than one place in 64 is compared in vain, the next bytes of the
+/// text are counted, and the pair becomes the byte that is rarest there and the one that differs
+/// most often where the first is. In a text of "needlX" only, the pair becomes "n" and the last
+/// "e", and nothing is compared any more.
+///
+/// That costs a third to an eighth of libc's memmem, which also prepares a table of 256 bytes in
+/// each call: expensive where hits are dense. But it is not linear: in a text of random "a" and "b"
+/// each pair occurs at a quarter of the places. So when failed comparisons have cost more than the
+/// search itself, memmem, which is linear, searches the rest.
 /// @par Thread safety reentrant.
 
 namespace zeb::foundation {
