@@ -9,7 +9,8 @@ endif()
 # Settings of all targets: warnings, hardening, 64-bit files and times.
 function(zeb_configure_target target)
     target_compile_options(
-        ${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow -Wpedantic $<$<BOOL:${ZEB_WERROR}>:-Werror>
+        ${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow -Wpedantic
+                          $<$<CXX_COMPILER_ID:Clang>:-Wreserved-identifier> $<$<BOOL:${ZEB_WERROR}>:-Werror>
                           ${ZEB_HARDENING})
     # Objects do not reveal the path of the sources; a debug build is used where they are.
     target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)
