@@ -20,7 +20,7 @@ using ZEBNS2::Matcher;
 constexpr std::size_t ENOUGH = LazyMatcher::WORTHWHILE;
 
 TEST(LazyMatcherMaking, FollowsAfterEnoughBytes) {
-    LazyMatcher const lazy("[a-z]=", REG_EXTENDED);
+    LazyMatcher const lazy("[a-z]=", REG_EXTENDED, {});
     EXPECT_EQ(lazy.get(0), nullptr);
     EXPECT_EQ(lazy.get(ENOUGH / 2), nullptr);
     EXPECT_NE(lazy.get(ENOUGH / 2), nullptr);
@@ -28,7 +28,7 @@ TEST(LazyMatcherMaking, FollowsAfterEnoughBytes) {
 }
 
 TEST(LazyMatcherMaking, FollowsAfterManySearches) {
-    LazyMatcher const lazy("[a-z]=", REG_EXTENDED);
+    LazyMatcher const lazy("[a-z]=", REG_EXTENDED, {});
     std::size_t searches = 1;
     while (lazy.get(0) == nullptr) {
         ++searches;
@@ -37,7 +37,7 @@ TEST(LazyMatcherMaking, FollowsAfterManySearches) {
 }
 
 TEST(LazyMatcherMaking, IsNotTriedAgainForAPatternThatIsLibcs) {
-    LazyMatcher const lazy("(a)\\1", REG_EXTENDED);
+    LazyMatcher const lazy("(a)\\1", REG_EXTENDED, {});
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(lazy.get(ENOUGH), nullptr);
     }
@@ -45,11 +45,11 @@ TEST(LazyMatcherMaking, IsNotTriedAgainForAPatternThatIsLibcs) {
 
 TEST(LazyMatcherMaking, CanBeChosen) {
     LazyMatcher::setMaking(LazyMatcher::Making::NEVER);
-    LazyMatcher const never("[a-z]=", REG_EXTENDED);
+    LazyMatcher const never("[a-z]=", REG_EXTENDED, {});
     LazyMatcher::setMaking(LazyMatcher::Making::AT_ONCE);
-    LazyMatcher const atOnce("[a-z]=", REG_EXTENDED);
+    LazyMatcher const atOnce("[a-z]=", REG_EXTENDED, {});
     LazyMatcher::setMaking(LazyMatcher::Making::WHEN_IT_PAYS);
-    LazyMatcher const later("[a-z]=", REG_EXTENDED);
+    LazyMatcher const later("[a-z]=", REG_EXTENDED, {});
     EXPECT_NE(atOnce.get(0), nullptr);
     EXPECT_EQ(later.get(0), nullptr);
     EXPECT_NE(later.get(ENOUGH), nullptr);
@@ -58,7 +58,7 @@ TEST(LazyMatcherMaking, CanBeChosen) {
 }
 
 TEST(LazyMatcherMaking, WaitsForTheLocaleOfTheExpression) {
-    LazyMatcher const lazy("[a-z]=", REG_EXTENDED);
+    LazyMatcher const lazy("[a-z]=", REG_EXTENDED, {});
     {
         WithLocale const other("C.UTF-8");
         ASSERT_TRUE(other.isKnown());
@@ -69,7 +69,7 @@ TEST(LazyMatcherMaking, WaitsForTheLocaleOfTheExpression) {
 
 TEST(LazyMatcherMaking, HappensOnceForManyThreads) {
     for (int round = 0; round < 20; ++round) {
-        LazyMatcher const lazy("([a-z]+)=([0-9]+)", REG_EXTENDED);
+        LazyMatcher const lazy("([a-z]+)=([0-9]+)", REG_EXTENDED, {});
         std::atomic<Matcher const*> first{nullptr};
         std::atomic<int> wrong{0};
         std::vector<std::thread> threads;

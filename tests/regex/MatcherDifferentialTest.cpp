@@ -23,14 +23,22 @@ namespace {
 using zeb::test::MatcherOracle;
 using zeb::test::Random;
 using zeb::test::RandomPatterns;
+using zeb::test::requiredLiteral;
 using zeb::test::SANITIZED;
 using zeb::test::WithLocale;
 using ZEBNS2::Matcher;
+using ZEBNS2::RequiredLiteral;
 
 bool isHarmless(std::string const& pattern, int flags) {
     auto const syntax = (flags & REG_EXTENDED) != 0 ? ZEBNS2::PatternSyntax::EXTENDED
                                                     : ZEBNS2::PatternSyntax::BASIC;
     return ZEBNS2::patternHazard(pattern.c_str(), syntax) == ZEBNS2::PatternHazard::NONE;
+}
+
+/// Where the literal begins in a subject; every second time 0, as if nobody had searched it.
+std::size_t literalAt(RequiredLiteral const& literal, std::string const& subject, int round) {
+    std::size_t const at = round % 2 == 0 ? 0 : literal.find(subject);
+    return at == std::string::npos ? 0 : at;
 }
 
 class MatcherLikeLibc : public testing::TestWithParam<char const*> {
@@ -49,6 +57,7 @@ TEST_P(MatcherLikeLibc, OnRandomPatterns) {
     constexpr int SUBJECTS = 16;
     int served = 0;
     int withGroups = 0;
+    int startedLate = 0;
     for (int i = 0; i < PATTERNS && !HasFailure(); ++i) {
         int flags = 0;
         std::string const pattern = draw.pattern(flags);
@@ -56,7 +65,9 @@ TEST_P(MatcherLikeLibc, OnRandomPatterns) {
             continue;
         }
         MatcherOracle const oracle(pattern, flags);
-        auto const matcher = oracle.compiles() ? Matcher::of(pattern, flags) : nullptr;
+        RequiredLiteral const literal = requiredLiteral(pattern, flags);
+        auto const matcher =
+            oracle.compiles() ? Matcher::of(pattern, flags, literal.text()) : nullptr;
         if (!matcher) {
             continue;
         }
@@ -68,13 +79,16 @@ TEST_P(MatcherLikeLibc, OnRandomPatterns) {
                                       : j % 3 == 1 ? oracle.slots()
                                                    : random.between(1, oracle.slots() + 2);
             int const searchFlags = random.oneIn(4) ? REG_NOTBOL : 0;
-            EXPECT_EQ(oracle.difference(*matcher, subject, slots, searchFlags), "")
+            std::size_t const at = literalAt(literal, subject, j);
+            startedLate += matcher->firstStart(subject, at) > 0 ? 1 : 0;
+            EXPECT_EQ(oracle.difference(*matcher, subject, slots, searchFlags, at), "")
                 << "seed " << seed_ << ", flags " << flags << ", " << searchFlags << ", slots "
                 << slots << ", pattern <" << pattern << ">, subject <" << subject << '>';
         }
     }
     EXPECT_GT(served, PATTERNS / 2);
     EXPECT_GT(withGroups, served * 3 / 4);
+    EXPECT_GT(startedLate, served / 10);
 }
 
 /// Texts that the realistic patterns are about, and pieces of the patterns themselves.
@@ -109,6 +123,7 @@ TEST_P(MatcherLikeLibc, OnRealisticPatterns) {
     int patterns = 0;
     int served = 0;
     int withGroups = 0;
+    int startedLate = 0;
     for (std::string line; std::getline(file, line) && !HasFailure();) {
         if (line.size() < 3 || line[0] == '#') {
             continue;
@@ -120,7 +135,8 @@ TEST_P(MatcherLikeLibc, OnRealisticPatterns) {
             continue;
         }
         ++patterns;
-        auto const matcher = Matcher::of(pattern, flags);
+        RequiredLiteral const literal = requiredLiteral(pattern, flags);
+        auto const matcher = Matcher::of(pattern, flags, literal.text());
         if (!matcher) {
             continue;
         }
@@ -128,7 +144,9 @@ TEST_P(MatcherLikeLibc, OnRealisticPatterns) {
         withGroups += matcher->hasGroups() ? 1 : 0;
         for (int i = 0; i < (SANITIZED ? 4 : 24) && !HasFailure(); ++i) {
             std::string const subject = realisticSubject(random, pattern);
-            EXPECT_EQ(oracle.difference(*matcher, subject, oracle.slots(), 0), "")
+            std::size_t const at = literalAt(literal, subject, i);
+            startedLate += matcher->firstStart(subject, at) > 0 ? 1 : 0;
+            EXPECT_EQ(oracle.difference(*matcher, subject, oracle.slots(), 0, at), "")
                 << "seed " << seed_ << ", flags " << flags << ", pattern <" << pattern
                 << ">, subject <" << subject << '>';
         }
@@ -137,6 +155,7 @@ TEST_P(MatcherLikeLibc, OnRealisticPatterns) {
     EXPECT_GT(patterns, 500);
     EXPECT_GT(served, patterns * 85 / 100);
     EXPECT_GT(withGroups, served * 95 / 100);
+    EXPECT_GT(startedLate, served / 8);
 }
 
 INSTANTIATE_TEST_SUITE_P(Locales, MatcherLikeLibc, testing::Values("C", "C.UTF-8"));

@@ -10,6 +10,7 @@
 
 #include "FailingMalloc.hpp"
 #include "regex/matcher/LazyMatcher.hpp"
+#include "regex/pattern/RequiredLiteral.hpp"
 
 namespace {
 
@@ -70,10 +71,11 @@ class MatcherExhaustion : public testing::TestWithParam<bool> {};
 TEST_P(MatcherExhaustion, AnyFailedAllocationLeavesNoMatcherOrAWholeOne) {
     for (char const* pattern : PATTERNS) {
         SCOPED_TRACE(pattern);
+        ZEBNS2::RequiredLiteral const literal(pattern, ZEBNS2::PatternSyntax::EXTENDED);
         std::string const whole = answer(*Matcher::of(pattern, REG_EXTENDED));
         long failures = 0;
         for (bool refused = true; refused; ++failures) {
-            LazyMatcher lazy(pattern, REG_EXTENDED);
+            LazyMatcher lazy(pattern, REG_EXTENDED, literal.text());
             long const before = zeb::test::blocksInUse - leakedByLibc;
             long const refusedBefore = zeb::test::allocationsRefused;
             zeb::test::failsOnce = GetParam();
@@ -93,7 +95,7 @@ TEST_P(MatcherExhaustion, AnyFailedAllocationLeavesNoMatcherOrAWholeOne) {
 }
 
 TEST(MatcherRetry, MakesItOnceThereIsMemory) {
-    LazyMatcher const lazy("[a-z]=", REG_EXTENDED);
+    LazyMatcher const lazy("[a-z]=", REG_EXTENDED, {});
     zeb::test::failsOnce = false;
     zeb::test::allocationsLeft = 0;
     EXPECT_EQ(lazy.get(ENOUGH), nullptr);

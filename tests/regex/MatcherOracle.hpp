@@ -7,8 +7,20 @@
 #include <vector>
 
 #include "regex/matcher/Matcher.hpp"
+#include "regex/pattern/RequiredLiteral.hpp"
 
 namespace zeb::test {
+
+/// The literal that every match of a pattern contains, as far as it is known.
+/// @param flags flags of regcomp
+inline ZEBNS2::RequiredLiteral requiredLiteral(std::string const& pattern, int flags) {
+    if ((flags & REG_ICASE) != 0) {
+        return ZEBNS2::RequiredLiteral();
+    }
+    bool const extended = (flags & REG_EXTENDED) != 0;
+    return ZEBNS2::RequiredLiteral(
+        pattern, extended ? ZEBNS2::PatternSyntax::EXTENDED : ZEBNS2::PatternSyntax::BASIC);
+}
 
 /// A pattern as libc compiles it, and how the matcher's answers differ from libc's.
 class MatcherOracle {
@@ -37,12 +49,13 @@ public:
     }
 
     /// What libc and the matcher disagree about; empty when they agree.
+    /// @param literalAt where the matcher's literal begins in the subject, or 0
     std::string difference(ZEBNS2::Matcher const& matcher, std::string const& subject,
-                           std::size_t slotCount, int flags) const {
+                           std::size_t slotCount, int flags, std::size_t literalAt = 0) const {
         using Answer = ZEBNS2::Matcher::Answer;
         std::vector<regmatch_t> expected(slotCount);
         std::vector<regmatch_t> found(slotCount, regmatch_t{-1, -1});
-        Answer const answer = matcher.search(subject, found.data(), slotCount, flags);
+        Answer const answer = matcher.search(subject, found.data(), slotCount, flags, literalAt);
         if (answer == Answer::ASK_LIBC) {
             return "";
         }

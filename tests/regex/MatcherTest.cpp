@@ -223,6 +223,91 @@ TEST(MatcherSearch, FindsBytesAtEveryDistanceFromVectors) {
     }
 }
 
+struct StartRow {
+    char const* pattern;
+    char const* literal;
+    char const* subject;
+    std::size_t start;  ///< of the search
+};
+
+/// The first start by the first occurrence of the literal.
+std::size_t firstStart(StartRow const& row) {
+    auto const matcher = Matcher::of(row.pattern, REG_EXTENDED, row.literal);
+    std::string const subject = row.subject;
+    return matcher->firstStart(subject, subject.find(row.literal));
+}
+
+TEST(MatcherSearch, BeginsAfterWhatNoMatchReadsBeforeItsLiteral) {
+    constexpr StartRow ROWS[] = {
+        {"([a-z]+)=([0-9]+)", "=", "Mar 14 id=5", 7},
+        {"([a-z]+)=(.*)", "=", "Mar 14 id=5", 7},  // what follows the literal does not count
+        {"^([a-z]+)=", "=", "Mar 14 id=5", 7},     // although only 0 would do
+        {"(.*)=([a-z]+)", "=", "Mar 14 id=5", 0},
+        {"[^ ]+:x", ":x", "a b:c:x", 2},
+        {"[^ ]+: x", ": x", "a b: x", 0},  // a blank that may begin the literal is counted
+        {"x[0-9]+", "x", "aaax", 3},
+        {"ab(c|d)", "ab", "aabc", 0},  // so is this a
+        {"ab(c|d)", "ab", "b ab", 2},
+        {"([a-c]x)?aab[0-9]", "aab", ".xxaab0", 1},
+        {"([0-9]aba)+c", "abac", "x1aba1abac", 1},  // the first round contains no literal
+        {"(aa=)*b", "b", "c=aab", 1},
+        {"a*ab(.*)", "ab", ".aab", 1},       // its beginning is read more than once
+        {"acbcxabc", "abc", "acbcxabc", 0},  // and with other bytes in between
+        {"aaxab", "ab", "aaxab", 0},
+        {"[a-z]*\\[0-9]", "\\", "a1b\\", 2},
+        {"a$", "a", "a a a", 0},
+        {"[[:alpha:]]+=", "=", "=", 0},
+    };
+    for (StartRow const& row : ROWS) {
+        EXPECT_EQ(firstStart(row), row.start) << row.pattern << " on " << row.subject;
+    }
+    auto const unknown = Matcher::of("x[0-9]+", REG_EXTENDED);  // without a literal
+    EXPECT_EQ(unknown->firstStart("aaax", 3), 0U);
+}
+
+TEST(MatcherSearch, BeginsNoLaterThanCharactersOfSeveralBytesThatLibcMayTake) {
+    WithLocale const locale("C.UTF-8");
+    ASSERT_TRUE(locale.isKnown());
+    EXPECT_EQ(firstStart({"[^ ]+=x", "=x", "aé bé=x", 4}), 4U);
+    EXPECT_EQ(firstStart({"[a-z]+=x", "=x", "aé bé=x", 6}), 7U);
+    EXPECT_EQ(firstStart({"(é|a)+=x", "=x", "b éa=x", 2}), 2U);
+    auto const matcher = Matcher::of("[^ ]+=x", REG_EXTENDED, "=x");
+    ASSERT_NE(matcher, nullptr);
+    Slots slots(1);
+    EXPECT_EQ(matcher->search("é b=x", slots.data(), 1, 0, 4), Answer::MATCH);
+    EXPECT_EQ(text(slots), "(3,6)");
+}
+
+TEST(MatcherSearch, FindsTheFirstStartAtEveryDistanceFromVectors) {
+    for (char const* set : {"[a]", "[ab]", "[a-bd-eg-hj-k]", "[acegikmo]", "[^ ]"}) {
+        auto const matcher = Matcher::of(set + std::string("+="), REG_EXTENDED, "=");
+        ASSERT_NE(matcher, nullptr) << set;
+        for (std::size_t length = 0; length < 70; ++length) {
+            for (std::size_t start = 0; start <= length; ++start) {
+                std::string subject(length, 'a');
+                if (start > 0) {
+                    subject[start - 1] = ' ';
+                }
+                subject[start / 2] = start > 3 ? ' ' : subject[start / 2];
+                ASSERT_EQ(matcher->firstStart(subject + "=a", length), start) << set << subject;
+            }
+        }
+    }
+}
+
+TEST(MatcherSearch, BeginsAnywhereWhenTheBytesBeforeTheLiteralTakeTooLong) {
+    std::string const literal = std::string(31, 'a') + '=';
+    for (int const count : {20, 60}) {
+        std::string pattern;
+        for (int i = 0; i < count; ++i) {
+            pattern += "[a-c]?";
+        }
+        auto const matcher = Matcher::of(pattern + literal, REG_EXTENDED, literal);
+        ASSERT_NE(matcher, nullptr);
+        EXPECT_EQ(matcher->firstStart("  b" + literal, 3), count == 20 ? 2U : 0U);
+    }
+}
+
 TEST(MatcherSearch, MatchOfManyStatesLeavesItsGroupsToLibc) {
     auto const matcher = Matcher::of("((ab)+)c", REG_EXTENDED);
     std::string subject;

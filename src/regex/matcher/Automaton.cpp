@@ -303,12 +303,13 @@ Automaton::Byte const* Automaton::nextStart(Subject const& subject, Byte const* 
 }
 
 template <bool RECORDS>
-Found Automaton::search(Subject const& subject, Span& span, Trail* trail) const noexcept {
+Found Automaton::search(Subject const& subject, Byte const* at, Span& span,
+                        Trail* trail) const noexcept {
     // The bytes that may be read in vain for each byte advanced, and in addition.
     constexpr std::size_t PATIENCE = 8;
     constexpr std::size_t CREDIT = 512;
     std::size_t wasted = 0;
-    for (Byte const* at = subject.begin;;) {
+    for (;;) {
         Run const found =
             run<RECORDS>(subject, at, isLineStart(subject, at) ? startOfLine_ : start_, trail);
         if (found.unknown) {
@@ -335,11 +336,12 @@ Found Automaton::search(Subject const& subject, Span& span, Trail* trail) const 
     }
 }
 
-Found Automaton::find(std::string_view subject, bool notLineStart, Span& span,
+Found Automaton::find(std::string_view subject, std::size_t start, bool notLineStart, Span& span,
                       Trail* trail) const noexcept {
     auto const* const begin = reinterpret_cast<Byte const*>(subject.data());
     Subject const bytes = {begin, begin + subject.size(), notLineStart};
-    return trail != nullptr ? search<true>(bytes, span, trail) : search<false>(bytes, span, trail);
+    return trail != nullptr ? search<true>(bytes, begin + start, span, trail)
+                            : search<false>(bytes, begin + start, span, trail);
 }
 
 void Automaton::trace(std::string_view subject, bool notLineStart, std::size_t start,

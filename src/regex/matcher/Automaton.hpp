@@ -104,10 +104,11 @@ public:
 
     /// Finds the first match.
     /// @param subject without NUL, at most 1 GiB
-    /// @param notLineStart whether `^` is not true at its start
+    /// @param start no match begins before this offset
+    /// @param notLineStart whether `^` is not true at the subject's start
     /// @param span written after YES and, its start, after TOO_SLOW
     /// @param trail if not null, receives the states of the match
-    Found find(std::string_view subject, bool notLineStart, Span& span,
+    Found find(std::string_view subject, std::size_t start, bool notLineStart, Span& span,
                Trail* trail) const noexcept;
 
     /// Runs from the start of a known match, for its trail.
@@ -156,7 +157,7 @@ private:
     template <bool RECORDS>
     Run run(Subject const& subject, Byte const* at, State state, Trail* trail) const noexcept;
     template <bool RECORDS>
-    Found search(Subject const& subject, Span& span, Trail* trail) const noexcept;
+    Found search(Subject const& subject, Byte const* at, Span& span, Trail* trail) const noexcept;
     /// The first byte from `at` on at which a match can start, or the end; null when there is none.
     Byte const* nextStart(Subject const& subject, Byte const* at) const noexcept;
     bool isLineStart(Subject const& subject, Byte const* at) const noexcept {

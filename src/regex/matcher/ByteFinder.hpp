@@ -66,6 +66,34 @@ public:
         return findOneByOne(at, end);
     }
 
+    /// The other way: searches from `end` down.
+    /// @return the byte after the last one of the set before `end`; `begin` when there is none
+    unsigned char const* findLast(unsigned char const* begin,
+                                  unsigned char const* end) const noexcept {
+        if (isEmpty_) {
+            return begin;
+        }
+#ifdef __SSE2__
+        switch (rangeCount_) {
+            case 0:
+                break;
+            case 1:
+                end = findLastInVectors<1>(begin, end);
+                break;
+            case 2:
+                end = findLastInVectors<2>(begin, end);
+                break;
+            default:
+                end = findLastInVectors<MAX_RANGES>(begin, end);
+                break;
+        }
+#endif
+        while (end != begin && !wanted_[end[-1]]) {
+            --end;
+        }
+        return end;
+    }
+
 private:
     static constexpr std::size_t VECTOR = 16;
     static constexpr std::size_t MAX_RANGES = 4;
@@ -145,6 +173,20 @@ private:
         auto const seen = static_cast<unsigned int>(VECTOR - static_cast<std::size_t>(end - at));
         unsigned int const wanted = wantedOf<COUNT>(end - VECTOR) >> seen;
         return wanted != 0 ? at + __builtin_ctz(wanted) : end;
+    }
+
+    /// Searches whole vectors from the end down.
+    /// @return the byte after the one found, or the end of what is left, less than a vector
+    template <std::size_t COUNT>
+    unsigned char const* findLastInVectors(unsigned char const* begin,
+                                           unsigned char const* end) const noexcept {
+        for (; static_cast<std::size_t>(end - begin) >= VECTOR; end -= VECTOR) {
+            unsigned int const wanted = wantedOf<COUNT>(end - VECTOR);
+            if (wanted != 0) {
+                return end - VECTOR + (32 - __builtin_clz(wanted));
+            }
+        }
+        return end;
     }
 #endif
 

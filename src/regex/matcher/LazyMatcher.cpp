@@ -44,7 +44,7 @@ Matcher const* LazyMatcher::make() const noexcept {
         return nullptr;
     }
     try {
-        Matcher const* const matcher = Matcher::of(pattern_, flags_).release();
+        Matcher const* const matcher = Matcher::of(pattern_, flags_, literal_).release();
         matcher_.store(matcher, std::memory_order_release);
         return matcher;
     } catch (std::exception const&) {

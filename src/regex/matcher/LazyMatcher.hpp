@@ -29,10 +29,12 @@ public:
 
     /// @param pattern bytes up to its NUL, which regcomp has accepted in the current locale
     /// @param flags flags of regcomp
+    /// @param literal text that every match contains; must outlive the object
     /// @throws std::bad_alloc
-    LazyMatcher(std::string_view pattern, int flags)
+    LazyMatcher(std::string_view pattern, int flags, std::string_view literal)
         : pattern_(pattern),
           flags_(flags),
+          literal_(literal),
           credit_(making() == Making::AT_ONCE ? 0 : WORTHWHILE),
           closed_(making() == Making::NEVER) {}
     LazyMatcher(LazyMatcher const&) = delete;
@@ -57,6 +59,7 @@ private:
 
     std::string pattern_;
     int flags_;
+    std::string_view literal_;
     LocaleMark locale_ = LocaleMark::current();
     mutable std::atomic<Matcher const*> matcher_{nullptr};
     /// Bytes still to be searched. It may count searches of several threads as one.

@@ -157,7 +157,8 @@ bool isMeasured() noexcept { return LibcLimits::isMeasured(::gnu_get_libc_versio
 
 }  // namespace
 
-std::unique_ptr<Matcher const> Matcher::of(std::string_view pattern, int flags) {
+std::unique_ptr<Matcher const> Matcher::of(std::string_view pattern, int flags,
+                                           std::string_view literal) {
     TreeBuilder builder(flags);
     bool const extended = (flags & REG_EXTENDED) != 0;
     PatternReader<TreeBuilder> reader(
@@ -177,6 +178,7 @@ std::unique_ptr<Matcher const> Matcher::of(std::string_view pattern, int flags) 
     if (!matcher->automaton_) {
         return nullptr;
     }
+    matcher->beforeLiteral_ = BeforeLiteral(*matcher->positions_, literal);
     matcher->hasTags_ = builder.tree().groups() != 0;
     if (matcher->hasTags_) {
         matcher->groups_ = Groups::of(*matcher->positions_, *matcher->automaton_);
@@ -192,7 +194,7 @@ std::unique_ptr<Matcher const> Matcher::of(std::string_view pattern, int flags) 
 }
 
 Matcher::Answer Matcher::search(std::string_view subject, regmatch_t* slots, std::size_t slotCount,
-                                int flags) const noexcept {
+                                int flags, std::size_t literalAt) const noexcept {
     if (onlyASCII_ && !isASCII(subject)) {
         return Answer::ASK_LIBC;
     }
@@ -200,7 +202,8 @@ Matcher::Answer Matcher::search(std::string_view subject, regmatch_t* slots, std
     bool const wantsGroups = slotCount > 1 && groups_;
     Trail trail;
     Span span;
-    Found found = automaton_->find(subject, notLineStart, span, wantsGroups ? &trail : nullptr);
+    Found found = automaton_->find(subject, firstStart(subject, literalAt), notLineStart, span,
+                                   wantsGroups ? &trail : nullptr);
     if (found == Found::TOO_SLOW) {
         found = findByThreads(*positions_, mode_, subject, span.start, notLineStart, span);
         if (found == Found::YES && wantsGroups) {

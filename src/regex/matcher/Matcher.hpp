@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "Automaton.hpp"
+#include "BeforeLiteral.hpp"
 #include "Groups.hpp"
 #include "LibcAtoms.hpp"
 #include "Positions.hpp"
@@ -25,6 +26,7 @@
 ///     Groups                  the way through the states, if there is only one
 ///     PreferredGroups         the way that glibc prefers, if there are several
 ///     Threads                 all starts at once, where the automaton would be quadratic
+///     BeforeLiteral           where a match can start, by the literal that it contains
 ///
 /// For "([a-z]+)=([0-9]*)" on "x ab=7": the automaton fails from x at the blank, then runs from a
 /// to the end, so the span is 2 to 6; Groups follows the recorded states backwards from 6 and finds
@@ -55,16 +57,25 @@ public:
 
     /// @param pattern up to its NUL
     /// @param flags flags of regcomp
+    /// @param literal ASCII text that every match contains; may be empty
     /// @return null when the pattern is not handled
     /// @throws std::bad_alloc
-    static std::unique_ptr<Matcher const> of(std::string_view pattern, int flags);
+    static std::unique_ptr<Matcher const> of(std::string_view pattern, int flags,
+                                             std::string_view literal = {});
 
     /// Like regexec with REG_STARTEND.
     /// @param subject without NUL, at most 1 GiB
     /// @param slots at least one
     /// @param flags REG_NOTBOL or nothing
-    Answer search(std::string_view subject, regmatch_t* slots, std::size_t slotCount,
-                  int flags) const noexcept;
+    /// @param literalAt offset of the first occurrence of the literal, 0 when it was not searched
+    Answer search(std::string_view subject, regmatch_t* slots, std::size_t slotCount, int flags,
+                  std::size_t literalAt = 0) const noexcept;
+
+    /// An offset before which no match starts.
+    /// @param literalAt as for `search`
+    std::size_t firstStart(std::string_view subject, std::size_t literalAt) const noexcept {
+        return beforeLiteral_.start(subject, literalAt);
+    }
 
     /// Whether it knows the groups.
     bool hasGroups() const noexcept { return !hasTags_ || groups_ || preferredGroups_; }
@@ -76,6 +87,7 @@ private:
 
     Automaton::Mode mode_{};
     bool onlyASCII_ = false;
+    BeforeLiteral beforeLiteral_;
     std::optional<Automaton> automaton_;
     bool hasTags_ = false;  ///< there are groups
     std::optional<Groups> groups_;
