@@ -43,6 +43,9 @@ public:
 
     std::size_t groups() const noexcept { return libc_.groups(); }
 
+    /// What every match contains.
+    RequiredLiteral const& requiredLiteral() const noexcept { return literal_; }
+
     /// Whether there is a match in `subject`, which contains no NUL; if so, it is in the slots, up
     /// to the first that is negative.
     /// @param slotCount at least 1

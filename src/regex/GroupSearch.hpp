@@ -75,6 +75,11 @@ public:
                compiled_->search(subject, slots_.get(), slotCount_, /*flags=*/0);
     }
 
+    /// What every match contains.
+    RequiredLiteral requiredLiteral() const noexcept {
+        return compiled_ != nullptr ? compiled_->requiredLiteral() : RequiredLiteral();
+    }
+
     /// The match found last.
     OffsetPair match() const noexcept { return offsetsOf(slots_[0]); }
 

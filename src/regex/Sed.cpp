@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <fstream>
 #include <ios>
+#include <optional>
 #include <string_view>
 
 #include "Lines.hpp"
@@ -57,7 +58,8 @@ String realSed(String const& text, String const& sedString,
 String sed(String const& text, RegularExpression const& expression, String const& replacement) {
     Replacer replacer(expression, replacement);
     StringBuffer edited(text.length());
-    return appendWithReplacement(edited, text, replacer) ? edited.releaseString() : text;
+    return appendWithReplacement(edited, text, upToNul(text), replacer) ? edited.releaseString()
+                                                                        : text;
 }
 
 String sed(String const& text, String const& expression, String const& replacement) {
@@ -79,18 +81,23 @@ void unprivilegedSed(String const& fileName, RegularExpression const& expression
     ZEB_LOG_DEBUG2(logger, UNIT, Format("regex: Getting lines for \"%1\"", fileName));
     String const contents = FileSystem::getFileContents(fileName);
     Replacer replacer(expression, replacement);
-    LineWriter edited(contents.length());
-    for (LineReader lines(contents); lines.next();) {
-        StringBuffer& out = edited.beginLine();
-        std::size_t const begin = out.length();
-        if (!appendWithReplacement(out, lines.line(), replacer)) {
-            out.append(lines.line());
+    RequiredLiteral const required = passingLiteral(logger, replacer.requiredLiteral());
+    std::optional<String> result = replacedAtOnce(contents, required, replacer, /*all=*/false);
+    if (!result) {
+        LineWriter edited(contents.length());
+        for (LineReader lines(contents, required); lines.next();) {
+            StringBuffer& out = edited.beginLine();
+            std::size_t const begin = out.length();
+            if (lines.isBlock() ||
+                !appendWithReplacement(out, lines.line(), lines.visible(), replacer)) {
+                out.append(lines.line());
+            }
+            ZEB_LOG_DEBUG3(logger, UNIT,
+                           Format("regex: Replacing line:\n<--%1\n-->%2", lines.line(),
+                                  std::string_view(out).substr(begin)));
         }
-        ZEB_LOG_DEBUG3(logger, UNIT,
-                       Format("regex: Replacing line:\n<--%1\n-->%2", lines.line(),
-                              std::string_view(out).substr(begin)));
+        result = edited.releaseText();
     }
-    String const result = edited.releaseText();
     ZEB_LOG_DEBUG2(logger, UNIT, Format("regex: Writing results in \"%1\"", fileName));
     // Failures from here on are not reported: kept for compatibility. Without a buffer of its own,
     // the stream would allocate one after emptying the file, which may fail.
@@ -98,7 +105,7 @@ void unprivilegedSed(String const& fileName, RegularExpression const& expression
     std::ofstream file;
     file.rdbuf()->pubsetbuf(buffer, sizeof buffer);
     file.open(fileName.c_str(), std::ios::binary | std::ios::trunc);
-    file.write(result.c_str(), static_cast<std::streamsize>(result.length()));
+    file.write(result->c_str(), static_cast<std::streamsize>(result->length()));
 }
 
 void unprivilegedSed(String const& fileName, String const& expression, String const& replacement) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <optional>
 #include <string_view>
 
 #include "GroupSearch.hpp"
@@ -41,31 +43,40 @@ public:
     /// Whether there is a match in `subject`, which contains no NUL.
     bool find(std::string_view subject) noexcept { return search_.find(subject); }
 
+    /// What every match contains.
+    RequiredLiteral requiredLiteral() const noexcept { return search_.requiredLiteral(); }
+
     /// The match found last.
     OffsetPair match() const noexcept { return search_.match(); }
 
     String const& replacement() const noexcept { return replacement_; }
+    /// Whether the replacement is the same for every match.
+    bool isLiteral() const noexcept { return isLiteral_; }
 
-    /// The replacement for the match found last, in `subject`.
-    String text(std::string_view subject) const {
+    /// The replacement for the match found last, in `subject`; valid until the next call.
+    String const& text(std::string_view subject) {
         if (isLiteral_) {
             return replacement_;
         }
-        return ArrayFormat(replacement_, getAllSubstrings(subject, search_.groups()));
+        expanded_ = ArrayFormat(replacement_, getAllSubstrings(subject, search_.groups()));
+        return expanded_;
     }
 
 private:
     String const& replacement_;
     bool isLiteral_;
+    String expanded_;
     /// Searches with groups even if the replacement uses none: some expressions, such as `(^a)+`,
     /// match in libc only as long as it is not asked for groups.
     RegularExpression::Search search_;
 };
 
 /// Appends `text` with its first match replaced; appends nothing when there is none.
+/// @param visible `text` up to its first NUL
 /// @return whether there is a match
-inline bool appendWithReplacement(StringBuffer& out, std::string_view text, Replacer& replacer) {
-    if (!replacer.find(upToNul(text))) {
+inline bool appendWithReplacement(StringBuffer& out, std::string_view text,
+                                  std::string_view visible, Replacer& replacer) {
+    if (!replacer.find(visible)) {
         return false;
     }
     auto const [start, end] = replacer.match();
@@ -73,6 +84,38 @@ inline bool appendWithReplacement(StringBuffer& out, std::string_view text, Repl
     out.append(replacer.text(text));
     out.append(text.substr(end));
     return true;
+}
+
+/// The literal without which a line is passed: none if each line is logged.
+inline RequiredLiteral passingLiteral(Logger const& logger, RequiredLiteral const& required) {
+    return logger.getLogLevel() >= Logger::DEBUG3_LEVEL ? RequiredLiteral() : required;
+}
+
+/// `text` with a literal text replaced by another, if that takes no lines to be told apart; null
+/// otherwise. Shares `text` when the literal does not occur.
+/// @param required what `passingLiteral` gives for `replacer`
+/// @param all all occurrences, or the first of each line
+inline std::optional<String> replacedAtOnce(String const& text, RequiredLiteral const& required,
+                                            Replacer const& replacer, bool all) {
+    std::string_view const bytes = text;
+    std::string_view const wanted = required.text();
+    // In lines with a NUL not all occurrences are visible.
+    if (!required.isWhole() || !replacer.isLiteral() || wanted.find('\n') != String::npos ||
+        bytes.size() > RegularExpression::MAX_SUBJECT_LENGTH || bytes.find('\0') != String::npos) {
+        return std::nullopt;
+    }
+    StringBuffer replaced(bytes.size());
+    std::size_t done = 0;
+    std::size_t from = 0;
+    for (;;) {
+        std::size_t const found = required.find(bytes.substr(from));
+        if (found == String::npos) {
+            return done == 0 ? text : replaced.append(bytes.substr(done)).releaseString();
+        }
+        replaced.append(bytes.substr(done, from + found - done)).append(replacer.replacement());
+        done = from + found + wanted.size();
+        from = all ? done : std::min(bytes.find('\n', done), bytes.size());
+    }
 }
 
 inline String doSedDelete(String const& text, String const& /*sedString*/,
@@ -85,9 +128,10 @@ inline String doSedDelete(String const& text, String const& /*sedString*/,
                           expression, text));
     RegularExpression const compiled(expression, options);
     RegularExpression::Search search(compiled, 1);
+    RequiredLiteral const required = passingLiteral(logger, search.requiredLiteral());
     LineWriter kept(text.length());
-    for (LineReader lines(text); lines.next();) {
-        if (search.find(upToNul(lines.line()))) {
+    for (LineReader lines(text, required); lines.next();) {
+        if (!lines.isBlock() && search.find(lines.visible())) {
             ZEB_LOG_DEBUG3(
                 logger, UNIT,
                 Format("regex: Deleting line (%1) \"%2\"", lines.number(), lines.line()));
@@ -111,23 +155,24 @@ inline String doSedDeleteRange(String const& text, String const& /*sedString*/,
     RegularExpression const compiledEnd(endExpression, options);
     RegularExpression::Search start(compiledStart, 1);
     RegularExpression::Search end(compiledEnd, 1);
+    RequiredLiteral const required = passingLiteral(logger, start.requiredLiteral());
     LineWriter kept(text.length());
     bool mayStart = true;
-    for (LineReader lines(text); lines.next();) {
-        if (!mayStart || !start.find(upToNul(lines.line()))) {
+    for (LineReader lines(text, required); lines.next();) {
+        if (lines.isBlock() || !mayStart || !start.find(lines.visible())) {
             kept.addLine(lines.line());
             continue;
         }
-        LineReader ahead = lines;
+        LineReader ahead = lines.withoutBlocks();
         bool ended = false;
         while (!ended && ahead.next()) {
-            ended = end.find(upToNul(ahead.line()));
+            ended = end.find(ahead.visible());
         }
         if (ended) {
             ZEB_LOG_DEBUG3(logger, UNIT,
                            Format("regex: Deleting between line %1 (%2) and line %3 (%4)",
                                   lines.number(), lines.line(), ahead.number(), ahead.line()));
-            lines = ahead;
+            lines.moveTo(ahead);
         } else {
             ZEB_LOG_DEBUG3(logger, UNIT,
                            Format("regex: Start sequence matches line %1, but no end was found.",
@@ -141,14 +186,16 @@ inline String doSedDeleteRange(String const& text, String const& /*sedString*/,
 
 /// Replaces the matches in the rest of a line after its first match; each rest is searched as a
 /// line of its own.
+/// @param visible of the line, up to its first NUL
 /// @param position end of the first match
 /// @param function whose signature the messages carry
 /// @return offset of the trailing text
 inline std::size_t replaceFurtherMatches(StringBuffer& edited, std::string_view line,
-                                         std::size_t position, Replacer& replacer,
-                                         Logger const& logger, char const* function) {
+                                         std::string_view visible, std::size_t position,
+                                         Replacer& replacer, Logger const& logger,
+                                         char const* function) {
     std::size_t matchEnd = position;
-    std::size_t seenEnd = upToNul(line).size();
+    std::size_t seenEnd = visible.size();
     for (;;) {
         if (position > seenEnd) {
             seenEnd = position + upToNul(line.substr(position)).size();
@@ -174,7 +221,7 @@ inline std::size_t replaceFurtherMatches(StringBuffer& edited, std::string_view 
                    Format("regex: Adding inner match leading text (%1-%2) \"%3\"", position, start,
                           leading));
         edited.append(leading);
-        String const expanded = replacer.text(rest);
+        String const& expanded = replacer.text(rest);
         ZEB_LOG_AS(logger, DEBUG3, UNIT, function,
                    Format("regex: Adding inner match replacement text (%1-%2) for \"%3\" to \"%4\"",
                           start, end, replacer.replacement(), expanded));
@@ -190,13 +237,18 @@ inline String doSedSearch(String const& text, String const& /*sedString*/,
     Logger const logger(COMPONENT);
     RegularExpression const compiled(searchExpression, options);
     Replacer replacer(compiled, replacement);
+    RequiredLiteral const required = passingLiteral(logger, replacer.requiredLiteral());
+    if (auto const replaced =
+            replacedAtOnce(text, required, replacer, /*all=*/mode == SED_GLOBAL_SEARCH)) {
+        return *replaced;
+    }
     LineWriter result(text.length());
-    for (LineReader lines(text); lines.next();) {
+    for (LineReader lines(text, required); lines.next();) {
         std::string_view const line = lines.line();
         ZEB_LOG_DEBUG3(
             logger, UNIT,
             Format("regex: Applying sed search \"%1\" to line \"%2\"", searchExpression, line));
-        if (!replacer.find(upToNul(line))) {
+        if (lines.isBlock() || !replacer.find(lines.visible())) {
             ZEB_LOG_DEBUG3(
                 logger, UNIT,
                 Format("regex: Search text \"%1\" did not match line %2", searchExpression, line));
@@ -210,15 +262,15 @@ inline String doSedSearch(String const& text, String const& /*sedString*/,
         ZEB_LOG_DEBUG3(logger, UNIT,
                        Format("regex: Adding leading text (%1-%2) \"%3\"", 0, start, leading));
         edited.append(leading);
-        String const expanded = replacer.text(line);
+        String const& expanded = replacer.text(line);
         ZEB_LOG_DEBUG3(logger, UNIT,
                        Format("regex: Adding match replacement text (%1-%2) for \"%3\" to \"%4\"",
                               start, end, replacement, expanded));
         edited.append(expanded);
         std::size_t const position =
-            mode == SED_GLOBAL_SEARCH
-                ? replaceFurtherMatches(edited, line, end, replacer, logger, __PRETTY_FUNCTION__)
-                : end;
+            mode == SED_GLOBAL_SEARCH ? replaceFurtherMatches(edited, line, lines.visible(), end,
+                                                              replacer, logger, __PRETTY_FUNCTION__)
+                                      : end;
         std::string_view const trailing = line.substr(position);
         ZEB_LOG_DEBUG3(
             logger, UNIT,

@@ -2,11 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <string>
 #include <string_view>
 #include <thread>
 #include <type_traits>
 #include <vector>
 
+#include "Random.hpp"
 #include "regex/GroupSearch.hpp"
 #include "regex/Lines.hpp"
 #include "regex/SedCommand.hpp"
@@ -15,6 +17,7 @@
 namespace ZEBNS2 {
 namespace {
 
+using namespace std::string_literals;
 using namespace std::string_view_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -107,6 +110,71 @@ TEST(Lines, AreCutAsTokenizeCutsThem) {
             writer.addLine(lines[i]);
         }
         EXPECT_EQ(writer.releaseText(), text) << "joining is the inverse of cutting";
+    }
+}
+
+TEST(Lines, AreVisibleUpToTheirFirstNul) {
+    for (std::size_t length = 0; length < 40; ++length) {
+        for (std::size_t nul = 0; nul <= length; ++nul) {
+            std::string line(length, 'x');
+            std::string_view const visible = std::string_view(line).substr(0, nul);
+            if (nul < length) {
+                line[nul] = '\0';
+                line.back() = '\0';
+            }
+            std::string const text = line + "\n" + line;
+            LineReader reader(text);
+            for (int i = 0; i < 2; ++i) {
+                ASSERT_TRUE(reader.next());
+                EXPECT_EQ(reader.line(), line);
+                EXPECT_EQ(reader.visible(), visible);
+            }
+            EXPECT_FALSE(reader.next());
+        }
+    }
+}
+
+/// Reads `text` with blocks. @return the lines that are in none
+std::vector<std::string> linesOutsideBlocks(std::string const& text, std::string_view literal) {
+    std::string const pattern(literal);
+    RequiredLiteral const required(pattern, PatternSyntax::EXTENDED);
+    EXPECT_EQ(required.text(), literal);
+    std::vector<std::string> outside;
+    LineWriter joined(text.size());
+    for (LineReader reader(text, required); reader.next();) {
+        joined.addLine(reader.line());
+        if (reader.isBlock()) {
+            EXPECT_EQ(reader.line().find(literal), std::string_view::npos);
+        } else {
+            EXPECT_EQ(reader.line().find('\n'), std::string_view::npos);
+            outside.emplace_back(reader.line());
+        }
+    }
+    EXPECT_EQ(joined.releaseText(), text);
+    return outside;
+}
+
+TEST(Lines, WithoutTheLiteralArePassedInBlocks) {
+    EXPECT_THAT(linesOutsideBlocks("", "key"), IsEmpty());
+    EXPECT_THAT(linesOutsideBlocks("\n", "key"), IsEmpty());
+    EXPECT_THAT(linesOutsideBlocks("a\n\nke\ny", "key"), IsEmpty());
+    EXPECT_THAT(linesOutsideBlocks("key", "key"), ElementsAre("key"));
+    EXPECT_THAT(linesOutsideBlocks("a\nb\na key\nc\n", "key"), ElementsAre("a key"));
+    EXPECT_THAT(linesOutsideBlocks("a\0\nb\0key\nc"s, "key"), ElementsAre("b\0key"s));
+}
+
+TEST(Lines, AreTheSameWithBlocks) {
+    zeb::test::Random random(15);
+    for (int i = 0; i < 300; ++i) {
+        std::string text;
+        std::size_t const rarity = random.between(1, 40);
+        std::size_t const length = random.oneIn(20) ? 70'000 : 30;
+        for (std::size_t lines = random.below(200); lines > 0; --lines) {
+            text += random.text("ke\0y"sv, random.below(random.oneIn(10) ? length : 30));
+            text += random.oneIn(rarity) ? "key" : "";
+            text += random.oneIn(10) ? "\n\n" : "\n";
+        }
+        ASSERT_NO_FATAL_FAILURE(linesOutsideBlocks(text, "key"));
     }
 }
 
