@@ -117,6 +117,17 @@ TEST(LibcCostSums, Anchors) {
         {{"a", 0}, {"^", 1}, {"^a$", 2}, {"^|$", 2}, {"\\b", 2}, {"(^)*", 1}, {"(^){2}", 2}});
 }
 
+TEST(LibcCostSums, Branches) {
+    expectSums(&Fragment::branches, {{"a", 0},
+                                     {"^(a)$", 0},
+                                     {"a|b", 1},
+                                     {"a?b*", 2},
+                                     {"a{0,3}", 3},
+                                     {"\\b", 1},
+                                     {"[a]", 1},
+                                     {"(a|b)(c*|d)", 3}});
+}
+
 TEST(LibcCostSums, ExitPaths) {
     expectSums(&Fragment::exitPaths, {{"a", 0},
                                       {"^", 1},

@@ -292,6 +292,16 @@ INSTANTIATE_TEST_SUITE_P(
                                     : "\\<\\<x" + repeat("\\<x", (n - 5) / 2);
               },
               LibcLimits::MAX_ANCHOR_CLOSURES},
+        // (43 branches * 3 combinations of constraints + 18 anchors) * 53 steps are 7,791 copies.
+        Bound{"CopiesForAnchors", PatternHazard::ANCHOR_CLOSURES,
+              [](std::size_t n) { return repeat("\\b", 9) + repeat("a?", n); }, 34},
+        // Two constraints of \b and two of \B have 15 combinations.
+        Bound{"CopiesForAnchorsOfFourKinds", PatternHazard::ANCHOR_CLOSURES,
+              [](std::size_t n) { return repeat("\\b\\B", 5) + repeat("a?", n); }, 7},
+        Bound{"CopiesForAnchorsOfFiveKinds", PatternHazard::ANCHOR_CLOSURES,
+              [](std::size_t n) { return "^" + repeat("\\b\\B", 5) + repeat("a?", n); }, 0},
+        Bound{"PathsFromAnchors", PatternHazard::ANCHOR_CLOSURES,
+              [](std::size_t n) { return repeat("\\b", 13) + repeat("a?", n); }, 4},
         Bound{"Wild", PatternHazard::MULTIBYTE_SETS,
               [](std::size_t n) { return repeat(".", 2000) + repeat("a", n); },
               LibcLimits::MAX_MULTIBYTE_SETS / 2000 - 2000},
@@ -477,7 +487,7 @@ TEST(LibcCost, ReadsPatternsAsLibcDoes) {
         {BASIC, "a^\\{0,3000\\}", PatternHazard::EPSILON_DEPTH},
         {BASIC, "^^\\{0,3000\\}", PatternHazard::EPSILON_DEPTH},
         {BASIC, "$\\{0,3000\\}", PatternHazard::EPSILON_DEPTH},
-        {BASIC, "\\(a$\\)\\{0,3000\\}", PatternHazard::ANCHOR_CLOSURES},
+        {BASIC, "\\(a$\\)\\{0,3000\\}", PatternHazard::EPSILON_DEPTH},
         {BASIC, "^\\{1\\}", PatternHazard::NONE, false},
         {BASIC, "\\{1\\}", PatternHazard::NONE, false},
         {BASIC, "a\\)", PatternHazard::NONE, false},

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bitset>
 #include <cstdint>
 #include <string_view>
 
@@ -57,6 +58,7 @@ public:
         std::uint32_t emptyPaths = 1;    ///< from entry to exit; 0 unless the fragment is nullable
         std::uint32_t unanchoredEmptyPaths = 1;  ///< those of them that pass no anchor
         std::uint32_t anchors = 0;               ///< nodes of anchors
+        std::uint32_t branches = 0;              ///< nodes with two epsilon edges
         std::uint32_t exitPaths = 0;             ///< from all nodes to the exit, in total
         std::uint32_t closures = 0;              ///< nodes on the paths from all nodes, in total
         std::uint32_t loopClosures = 0;     ///< of these, for paths that lead into a nullable star
@@ -131,6 +133,7 @@ private:
     Fragment first(Fragment const& a) noexcept;
     Fragment joined(Fragment const& a, Fragment const& b) noexcept;
     Fragment anchorNode() noexcept;
+    std::uint64_t anchorCopies(Fragment const& pattern) const noexcept;
     Fragment copy(Fragment const& a) noexcept;
     Fragment expanded(Fragment const& a, int least, int most) noexcept;
     Fragment star(Fragment const& a) noexcept;
@@ -147,6 +150,7 @@ private:
     PatternHazard hazard_ = PatternHazard::NONE;
     std::uint32_t nodes_ = 0;  ///< all nodes that libc makes; it also keeps those of `a{0}`
     std::uint32_t nullableStars_ = 0;
+    std::bitset<8> anchorConstraints_;  ///< kinds of constraints that anchors put on nodes
     bool anchorInNullableStar_ = false;
     bool copiedAnchor_ = false;
     LibcNeeds needs_;

@@ -97,8 +97,12 @@ struct LibcLimits {
     /// 2 microseconds for each.
     static constexpr std::uint32_t MAX_LOOP_CLOSURES = 100000;
     /// Nodes in the closures of anchors together. duplicate_node_closure copies them all, to record
-    /// the anchor in them, and search_duplicated_node searches for each copy among all copies.
+    /// the anchor in them, and search_duplicated_node searches for each copy among all copies. A
+    /// node that several paths lead to counts for each path, or LibcCost::anchorCopies counts,
+    /// whichever is less.
     static constexpr std::uint32_t MAX_ANCHOR_CLOSURES = 8000;
+    /// The same, for each path in any case.
+    static constexpr std::uint32_t MAX_ANCHOR_CLOSURE_PATHS = 200000;
     /// The same in a pattern with a star over a nullable body: `$y*****+*z******+**`, with a few
     /// more than this, takes libc 0.3 seconds, with four times as many 5 seconds.
     static constexpr std::uint32_t MAX_ANCHOR_CLOSURES_WITH_NULLABLE_STAR = 2000;
