@@ -346,8 +346,10 @@ void LibcCost::finish(Fragment const& pattern) noexcept {
     if (needs_.compilesDeep && pattern.backReferences != 0) {
         refuse(PatternHazard::EPSILON_DEPTH);
     }
-    limited(product(pattern.multibyteNodes, pattern.nodes), LibcLimits::MAX_MULTIBYTE_SETS,
-            PatternHazard::MULTIBYTE_SETS);
+    if (hasMultibyteCharacters()) {
+        limited(product(pattern.multibyteNodes, pattern.nodes), LibcLimits::MAX_MULTIBYTE_SETS,
+                PatternHazard::MULTIBYTE_SETS);
+    }
     if (pattern.anchorClosures > LibcLimits::MAX_ANCHOR_CLOSURES &&
         anchorCopies(whole) > LibcLimits::MAX_ANCHOR_CLOSURES) {
         refuse(PatternHazard::ANCHOR_CLOSURES);

@@ -25,9 +25,10 @@
 ///
 /// Invariant: no sum is smaller than what libc builds. Where libc's reading depends on the locale,
 /// the guard assumes the more expensive reading: a bracket is the three nodes of a UTF-8 locale,
-/// the bytes of a UTF-8 character are repeated together. In locales whose characters may end in a
-/// byte that is an operator in ASCII (such as Shift JIS) the pattern is read only as in the current
-/// locale.
+/// the bytes of a UTF-8 character are repeated together. Only the bound of multibyte nodes applies
+/// in multibyte locales alone: those nodes cost nothing else. In locales whose characters may end
+/// in a byte that is an operator in ASCII (such as Shift JIS) the pattern is read only as in the
+/// current locale.
 ///
 /// Cost: linear in the pattern and in the nodes that libc would make of it, at most
 /// LibcLimits::MAX_NODES.

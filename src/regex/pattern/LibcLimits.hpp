@@ -109,7 +109,7 @@ struct LibcLimits {
     /// Nodes times multibyte nodes, those that could take a multi-byte character, such as `.` and
     /// `[^x]`. In a UTF-8 locale transit_state_mb makes a set of nodes for each multibyte node that
     /// can take such a character, and keeps the sets: 2.4 bytes on the average, for each such
-    /// character of a subject.
+    /// character of a subject. Locales of single bytes have no such nodes and no such limit.
     static constexpr std::uint32_t MAX_MULTIBYTE_SETS = 10000000;
     /// Epsilon paths through a star over a nullable body that contains anchors, and from its
     /// anchors to its end: `(^|,)*` has one, \b is two. With two, libc compiles in 2 ms in any

@@ -65,12 +65,18 @@
 
 namespace ZEBNS2 {
 
+/// Whether a character of the current locale can take several bytes.
+inline bool hasMultibyteCharacters() noexcept {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): safe as long as no thread changes the locale
+    return MB_CUR_MAX > 1;
+}
+
 /// Whether an ASCII byte of a text is always a character. It is in UTF-8 and in all except a few
 /// other encodings that contain ASCII; in Shift JIS, Big5, GB18030 and similar ones `[`, `\\` and
 /// `{` may be the second byte of a character.
 inline bool isASCIITransparent() noexcept {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): safe as long as no thread changes the locale
-    return MB_CUR_MAX == 1 || std::strcmp(::nl_langinfo(CODESET), "UTF-8") == 0;
+    return !hasMultibyteCharacters() || std::strcmp(::nl_langinfo(CODESET), "UTF-8") == 0;
 }
 
 enum class PatternSyntax { BASIC, EXTENDED };
