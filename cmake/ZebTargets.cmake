@@ -106,9 +106,10 @@ function(zeb_do_not_optimise target)
     target_compile_options(${target} PRIVATE -O0 -U_FORTIFY_SOURCE)
 endfunction()
 
-# Settings of test code.
+# Settings of test code, which replaces functions of the C library.
 function(zeb_configure_test target)
     zeb_configure_target(${target})
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:Clang>:-Wno-reserved-identifier>)
     zeb_do_not_optimise(${target})
 endfunction()
 
