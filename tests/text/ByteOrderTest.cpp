@@ -369,7 +369,7 @@ bool agreesWithModel(std::string const& bytes) {
 
 TEST(ByteOrderModel, AllShortBuffersOfTelltaleBytes) {
     static constexpr char ALPHABET[] = {'\x00', '\x41', '\xFE', '\xFF', '\xD8', '\xDC'};
-    static constexpr std::size_t LONGEST = SANITIZED ? 6 : 8;
+    static constexpr std::size_t LONGEST = SANITIZED ? 6 : 7;
     std::size_t cases = 0;
     std::vector<std::size_t> digits;
     std::string bytes;
@@ -382,7 +382,7 @@ TEST(ByteOrderModel, AllShortBuffersOfTelltaleBytes) {
             }
             // Exceptions take most of the time, so that most of the longest do without them.
             bool const agrees =
-                length < 7 || cases % 8 == 0
+                length < LONGEST || cases % 8 == 0
                     ? agreesWithModel(bytes)
                     : yields(
                           Model(bytes).converted(), [&] { return convertToUTF8(arrayOf(bytes)); });
@@ -397,13 +397,13 @@ TEST(ByteOrderModel, AllShortBuffersOfTelltaleBytes) {
             }
         }
     }
-    EXPECT_EQ(cases, SANITIZED ? 55'987U : 2'015'539U);
+    EXPECT_EQ(cases, SANITIZED ? 55'987U : 335'923U);
 }
 
 TEST(ByteOrderModel, RandomBuffersOfUpTo14Bytes) {
     zeb::test::Random random(1114);
     static constexpr std::string_view ALPHABET = "\x00\x00\x00\x41\xFE\xFF\xD8\xDC\x7F\x80\xC3"sv;
-    for (int i = 0; i < (SANITIZED ? 100'000 : 1'000'000); ++i) {
+    for (int i = 0; i < (SANITIZED ? 100'000 : 400'000); ++i) {
         std::string const bytes = random.text(ALPHABET, random.below(15));
         bool const agrees =
             bytes.size() % 2 == 0 && i % 4 == 0
