@@ -32,6 +32,8 @@ function(zeb_configure_library_code target)
     target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
     # No program replaces a function of these libraries, so they may inline what they export; clang++ does so anyway.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+    # What the fuzzers run through; instrumented tests would only take longer to compile.
+    target_compile_options(${target} PRIVATE $<$<BOOL:${ZEB_FUZZ}>:-fsanitize=fuzzer-no-link>)
 endfunction()
 
 # Stops when a dependency of a part of the build is missing, and explains how to get it or to build without it.
@@ -115,7 +117,8 @@ endfunction()
 
 # zeb_add_test(<target> SOURCES <file>... LINKS <target>... [CONCURRENT] [DEFINITIONS <name=value>...])
 #
-# A GoogleTest program, each of its tests known to ctest. CONCURRENT marks tests that start threads: they get the label
+# A GoogleTest program, each of its tests known to ctest; under sanitizers, with which a process takes long to start, only
+# the program, which runs its tests in another order. CONCURRENT marks tests that start threads: they get the label
 # "concurrent" and make up what the thread sanitizer runs.
 function(zeb_add_test target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "CONCURRENT" "" "SOURCES;LINKS;DEFINITIONS")
@@ -132,6 +135,11 @@ function(zeb_add_test target)
     if(arg_CONCURRENT)
         set(labels LABELS concurrent)
         add_dependencies(zeb_concurrent_tests ${target})
+    endif()
+    if(ZEB_SANITIZE)
+        add_test(NAME ${target} COMMAND ${target} --gtest_brief=1 --gtest_shuffle --gtest_random_seed=1)
+        set_tests_properties(${target} PROPERTIES TIMEOUT 600 ${labels})
+        return()
     endif()
     gtest_discover_tests(
         ${target} TEST_PREFIX ${target}. DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 600 ${labels})
