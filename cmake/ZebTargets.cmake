@@ -103,7 +103,7 @@ function(zeb_add_program target)
     set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${library_dir}")
 endfunction()
 
-# For test code and GoogleTest, which take longer to compile than to run. _FORTIFY_SOURCE needs optimisation.
+# For test code, examples and GoogleTest, which take longer to compile than to run. _FORTIFY_SOURCE needs optimisation.
 function(zeb_do_not_optimise target)
     target_compile_options(${target} PRIVATE -O0 -U_FORTIFY_SOURCE)
 endfunction()
