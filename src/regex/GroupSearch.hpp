@@ -86,11 +86,21 @@ public:
     /// The match found last, then its groups up to the first that took no part in it.
     Array<OffsetPair> groups() const {
         Array<OffsetPair> ranges;
-        for (std::size_t i = 0; i < slotCount_ && slots_[i].rm_so >= 0; ++i) {
-            ranges.append(offsetsOf(slots_[i]));
+        for (std::size_t i = 0; i < groupCount(); ++i) {
+            ranges.append(group(i));
         }
         return ranges;
     }
+
+    /// How many `groups` there are, and the one at `index`.
+    std::size_t groupCount() const noexcept {
+        std::size_t count = 0;
+        while (count < slotCount_ && slots_[count].rm_so >= 0) {
+            ++count;
+        }
+        return count;
+    }
+    OffsetPair group(std::size_t index) const noexcept { return offsetsOf(slots_[index]); }
 
 private:
     Compiled const* compiled_;

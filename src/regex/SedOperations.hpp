@@ -19,16 +19,35 @@ namespace {  // NOLINT(cert-dcl59-cpp): the log records the signatures
 /// removed.
 class ArrayFormat : public Format {
 public:
-    ArrayFormat(String const& format, Array<String> const& arguments) {
+    /// @tparam Arguments an Array<String>, or another list of texts
+    template <typename Arguments>
+    ArrayFormat(String const& format, Arguments const& arguments) {
         std::string_view text = format;
-        std::size_t const highest = arguments.empty() ? 0 : arguments.size() - 1;
+        std::size_t const count = arguments.size();
+        std::size_t const highest = count == 0 ? 0 : count - 1;
         while (!text.empty()) {
             std::size_t const index = process(text, 0, highest, CONSUME_PLACEHOLDER);
-            if (index < arguments.size()) {
+            if (index < count) {
                 put(arguments[index]);
             }
         }
     }
+};
+
+/// What `getAllSubstrings` gives for the match found last, without copies.
+class GroupTexts {
+public:
+    GroupTexts(std::string_view subject, RegularExpression::Search const& search) noexcept
+        : subject_(subject), search_(search) {}
+
+    std::size_t size() const noexcept { return search_.groupCount(); }
+    std::string_view operator[](std::size_t index) const noexcept {
+        return textOf(subject_, search_.group(index));
+    }
+
+private:
+    std::string_view subject_;
+    RegularExpression::Search const& search_;
 };
 
 /// An expression and the replacement for its matches.
@@ -58,7 +77,7 @@ public:
         if (isLiteral_) {
             return replacement_;
         }
-        expanded_ = ArrayFormat(replacement_, getAllSubstrings(subject, search_.groups()));
+        expanded_ = ArrayFormat(replacement_, GroupTexts(subject, search_));
         return expanded_;
     }
 
