@@ -86,7 +86,7 @@ public:
     /// The match found last, then its groups up to the first that took no part in it.
     Array<OffsetPair> groups() const {
         Array<OffsetPair> ranges;
-        for (std::size_t i = 0; i < groupCount(); ++i) {
+        for (std::size_t i = 0, count = groupCount(); i < count; ++i) {
             ranges.append(group(i));
         }
         return ranges;
