@@ -111,7 +111,7 @@ bool appendJson(std::string& json, std::string_view text) {
     return false;
 }
 
-void appendJsonMember(std::string& json, char const* name, std::string_view text) {
+void appendJsonMember(std::string& json, std::string_view name, std::string_view text) {
     json += '"';
     json += name;
     json += "\":";
@@ -120,6 +120,35 @@ void appendJsonMember(std::string& json, char const* name, std::string_view text
         json += name;
         json += "Base64\":\"" + base64(text) + '"';
     }
+}
+
+JsonObject& JsonObject::add(std::string_view name, std::string_view text) {
+    separate();
+    appendJsonMember(json_, name, text);
+    return *this;
+}
+
+JsonObject& JsonObject::addJson(std::string_view name, std::string_view json) {
+    separate();
+    json_ += '"';
+    json_ += name;
+    json_ += "\":";
+    json_ += json;
+    return *this;
+}
+
+void JsonObject::separate() {
+    if (json_.size() > 1) {
+        json_ += ',';
+    }
+}
+
+std::string jsonNumber(std::string const& number) {
+    ordered_json const value = ordered_json::parse(number, nullptr, /*allow_exceptions=*/false);
+    if (value.is_number()) {
+        return value.dump();
+    }
+    return number == "-nan" ? "\"nan\"" : '"' + number + '"';  // the sign of nan has no meaning
 }
 
 std::string base64(std::string_view bytes) {

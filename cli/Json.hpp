@@ -10,8 +10,29 @@ namespace zeb::cli {
 bool appendJson(std::string& json, std::string_view text);
 
 /// Appends `"name":` and the text as a member of an object and, when the text is not UTF-8, the
-/// member nameBase64 with all its bytes in base64.
-void appendJsonMember(std::string& json, char const* name, std::string_view text);
+/// member nameBase64 with all its bytes in base64. The name needs no escapes.
+void appendJsonMember(std::string& json, std::string_view name, std::string_view text);
+
+/// An object of JSON, built member by member.
+class JsonObject {
+public:
+    /// Adds a text, see `appendJsonMember`.
+    JsonObject& add(std::string_view name, std::string_view text);
+    /// Adds a value that is JSON already.
+    JsonObject& addJson(std::string_view name, std::string_view json);
+    /// The object without a line's end.
+    [[nodiscard]] std::string text() const { return json_ + '}'; }
+
+private:
+    void separate();
+
+    std::string json_ = "{";
+};
+
+/// A number as JSON has it: unchanged in value, or, for what JSON lacks, the string "inf", "-inf"
+/// or "nan".
+/// @param number as std::to_chars prints it
+[[nodiscard]] std::string jsonNumber(std::string const& number);
 
 /// The bytes of a text in base64 (RFC 4648), padded.
 [[nodiscard]] std::string base64(std::string_view bytes);

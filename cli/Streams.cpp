@@ -1,7 +1,6 @@
 #include "Streams.hpp"
 
 #include "Excerpt.hpp"
-#include "Json.hpp"
 #include "Progress.hpp"
 
 #include <zeb/foundation/Exception.hpp>
@@ -10,8 +9,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <nlohmann/json.hpp>
 
 #include <cerrno>
 #include <cstdint>
@@ -147,21 +144,6 @@ void Output::write(std::string_view bytes) {
 void Output::line(std::string_view text) {
     write(text);
     write("\n");
-}
-
-void Output::json(nlohmann::ordered_json const& object) {
-    std::string text = "{";
-    for (auto const& [name, value] : object.items()) {
-        text += text.size() > 1 ? "," : "";
-        if (value.is_string()) {
-            appendJsonMember(text, name.c_str(), value.get_ref<std::string const&>());
-        } else {
-            appendJson(text, name);
-            text += ":" + value.dump(/*indent=*/-1, /*indent_char=*/' ', /*ensure_ascii=*/false,
-                                     nlohmann::ordered_json::error_handler_t::replace);
-        }
-    }
-    line(text + "}");
 }
 
 void Output::flush() {

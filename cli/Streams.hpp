@@ -4,8 +4,6 @@
 
 #include <zeb/foundation/String.hpp>
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <cstdint>
 #include <functional>
 #include <stdexcept>
@@ -71,9 +69,6 @@ class Output {
 public:
     void write(std::string_view bytes);
     void line(std::string_view text);
-    /// Writes an object as one line of JSON, each malformed piece of UTF-8 in it as U+FFFD. A
-    /// member with its bytes in base64 follows such a member, see `appendJsonMember`.
-    void json(nlohmann::ordered_json const& object);
     /// Writes the rest and closes standard output.
     void finish();
     /// Writes the rest; output may continue.

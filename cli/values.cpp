@@ -1,10 +1,9 @@
 // The commands that read, find and format single values.
 
 #include "Commands.hpp"
+#include "Json.hpp"
 
 #include <OrventoTextOperations.hpp>
-
-#include <nlohmann/json.hpp>
 
 #include <charconv>
 #include <iterator>
@@ -13,7 +12,6 @@
 
 namespace zeb::cli {
 
-using nlohmann::ordered_json;
 using ZEBNS2::String;
 
 namespace {
@@ -31,15 +29,6 @@ std::string normalized(String const& text, int base) {
         }
     }();
     return {digits, end};
-}
-
-/// A number, or the text of one that JSON lacks.
-ordered_json jsonNumber(std::string const& value) {
-    ordered_json const number = ordered_json::parse(value, nullptr, /*allow_exceptions=*/false);
-    if (number.is_number()) {
-        return number;
-    }
-    return value == "-nan" ? "nan" : value;  // its sign has no meaning
 }
 
 struct NumberType {
@@ -75,7 +64,7 @@ Status unit(Words const& words, Output& out) {
         return NOTHING_FOUND;
     }
     if (json) {
-        out.json({{"text", text}, {"bytes", bytes}});
+        out.line(JsonObject().add("text", text).addJson("bytes", std::to_string(bytes)).text());
     } else {
         out.line(std::to_string(bytes));
     }
@@ -99,7 +88,7 @@ Status date(Words const& words, Output& out) {
         if (!first.empty()) {
             found = true;
             if (json) {
-                out.json({{"file", name}, {"date", std::string(first)}});
+                out.line(JsonObject().add("file", name).add("date", first).text());
             } else {
                 out.line(first);
             }
@@ -132,7 +121,11 @@ Status number(Words const& words, Output& out) {
         if (type == known.name) {
             std::string const value = known.normalized(text, radix);
             if (json) {
-                out.json({{"text", text}, {"type", type}, {"value", jsonNumber(value)}});
+                out.line(JsonObject()
+                             .add("text", text)
+                             .add("type", type)
+                             .addJson("value", jsonNumber(value))
+                             .text());
             } else {
                 out.line(value);
             }
@@ -204,7 +197,11 @@ Status environment(Words const& words, Output& out) {
             if (value != none) {
                 found = true;
                 if (json) {
-                    out.json({{"file", file}, {"name", name}, {"value", std::string(value)}});
+                    out.line(JsonObject()
+                                 .add("file", file)
+                                 .add("name", name)
+                                 .add("value", value)
+                                 .text());
                 } else {
                     out.line(value);
                 }

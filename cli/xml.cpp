@@ -2,6 +2,7 @@
 
 #include "Commands.hpp"
 #include "Excerpt.hpp"
+#include "Json.hpp"
 
 #include <OrventoTextOperations.hpp>
 #include <OrventoXMLOperations.hpp>
@@ -11,8 +12,6 @@
 #include <zeb/xmltoolkit/XMLParserDOM.hpp>
 
 #include <unistd.h>
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstddef>
@@ -24,7 +23,6 @@
 
 namespace zeb::cli {
 
-using nlohmann::ordered_json;
 using xmltoolkit::DOMException;
 using xmltoolkit::XMLParserDOM;
 using ZEBNS2::String;
@@ -105,16 +103,18 @@ bool findAttribute(XMLNode const& node, String const& name, String& value) {
     return false;
 }
 
-ordered_json jsonOf(std::string const& file, XMLNode const& node) {
-    ordered_json attributes = ordered_json::object();
+std::string jsonOf(std::string const& file, XMLNode const& node) {
+    JsonObject attributes;
     for (auto const& [name, value] : node.getAttrs()) {
-        attributes[std::string(name)] = std::string(value);
+        attributes.add(name, value);
     }
-    return {{"file", file},
-            {"name", std::string(node.getName())},
-            {"attributes", attributes},
-            {"text", std::string(node.getText())},
-            {"xml", std::string(node.toString())}};
+    return JsonObject()
+        .add("file", file)
+        .add("name", node.getName())
+        .addJson("attributes", attributes.text())
+        .add("text", node.getText())
+        .add("xml", node.toString())
+        .text();
 }
 
 /// A query whose matches can be found one after the other, while the library's search returns the
@@ -188,16 +188,18 @@ Status xmlCheck(Words const& words, Output& out) {
         }
         if (!malformed) {
             if (json) {
-                out.json({{"file", name}, {"wellFormed", true}});
+                out.line(JsonObject().add("file", name).addJson("wellFormed", "true").text());
             } else {
                 out.line(name + ": ok");
             }
         } else if (json) {
-            out.json({{"file", name},
-                      {"wellFormed", false},
-                      {"line", malformed->line},
-                      {"column", malformed->column},
-                      {"reason", malformed->reason}});
+            out.line(JsonObject()
+                         .add("file", name)
+                         .addJson("wellFormed", "false")
+                         .addJson("line", std::to_string(malformed->line))
+                         .addJson("column", std::to_string(malformed->column))
+                         .add("reason", malformed->reason)
+                         .text());
         } else {
             out.line(malformed->located(name));
             out.write(malformed->place(text, isColored(STDOUT_FILENO)));
@@ -247,7 +249,7 @@ Status xmlFind(Words const& words, Output& out) {
                 }
                 found = true;
                 if (json) {
-                    out.json(jsonOf(name, node));
+                    out.line(jsonOf(name, node));
                 } else {
                     out.line(shown);
                 }
