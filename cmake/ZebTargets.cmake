@@ -34,6 +34,8 @@ function(zeb_configure_library_code target)
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     # What the fuzzers run through; instrumented tests would only take longer to compile.
     target_compile_options(${target} PRIVATE $<$<BOOL:${ZEB_FUZZ}>:-fsanitize=fuzzer-no-link>)
+    # Sources define the same names in unnamed namespaces, which a unity build of the caller's project would join.
+    set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
 endfunction()
 
 # Stops when a dependency of a part of the build is missing, and explains how to get it or to build without it.
