@@ -85,7 +85,7 @@ class Shortage : public zeb::test::Attempt {
 public:
     explicit Shortage(long allocations) : allocations_(allocations) {}
 
-    bool operator()(std::function<void()> const& action) override {
+    bool operator()(zeb::test::Action const& action) override {
         bool ended = true;
         allocationsLeft = allocations_;
         try {

@@ -4,7 +4,6 @@
 #include <OrventoTextOperations.hpp>
 #include <OrventoXMLOperations.hpp>
 
-#include <functional>
 #include <vector>
 
 #include "TemporaryDirectory.hpp"
@@ -14,6 +13,21 @@
 /// process, have in common.
 
 namespace zeb::test {
+
+/// A reference to something callable; std::function takes several times as long to compile.
+class Action {
+public:
+    template <typename Function>
+    Action(Function const& function)
+        : function_(&function),
+          call_([](void const* called) { (*static_cast<Function const*>(called))(); }) {}
+
+    void operator()() const { call_(function_); }
+
+private:
+    void const* function_;
+    void (*call_)(void const* function);
+};
 
 /// What is done to the calls: a test fails their allocations, or looks what they change.
 class Attempt {
@@ -25,7 +39,7 @@ public:
 
     /// Runs `action`, the call alone without what prepares and checks it.
     /// @return false when it threw std::bad_alloc
-    virtual bool operator()(std::function<void()> const& action) = 0;
+    virtual bool operator()(Action const& action) = 0;
 };
 
 /// What the calls are given. None of them changes it, whether it succeeds or fails.

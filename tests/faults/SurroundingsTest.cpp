@@ -68,7 +68,7 @@ using zeb::test::publicCalls;
 /// Notes the errno that calls leave when they find a strange one.
 class ErrnoAfter : public zeb::test::Attempt {
 public:
-    bool operator()(std::function<void()> const& action) override {
+    bool operator()(zeb::test::Action const& action) override {
         errno = ENOTNAM;
         action();
         seen.push_back(errno);

@@ -21,7 +21,7 @@ using zeb::test::publicCalls;
 
 class Undisturbed : public zeb::test::Attempt {
 public:
-    bool operator()(std::function<void()> const& action) override {
+    bool operator()(zeb::test::Action const& action) override {
         action();
         return true;
     }
