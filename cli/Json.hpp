@@ -20,7 +20,7 @@ public:
     JsonObject& add(std::string_view name, std::string_view text);
     /// Adds a value that is JSON already.
     JsonObject& addJson(std::string_view name, std::string_view json);
-    /// The object without a line's end.
+    /// The object without a trailing newline.
     [[nodiscard]] std::string text() const { return json_ + '}'; }
 
 private:
@@ -29,8 +29,8 @@ private:
     std::string json_ = "{";
 };
 
-/// A number as JSON has it: unchanged in value, or, for what JSON lacks, the string "inf", "-inf"
-/// or "nan".
+/// The number as JSON writes it, or the string "inf", "-inf" or "nan", which JSON has no numbers
+/// for.
 /// @param number as std::to_chars prints it
 [[nodiscard]] std::string jsonNumber(std::string const& number);
 

@@ -32,7 +32,7 @@ function(zeb_configure_library_code target)
     target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
     # No program replaces a function of these libraries, so they may inline what they export; clang++ does so anyway.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
-    # What the fuzzers run through; instrumented tests would only take longer to compile.
+    # Coverage for libFuzzer, of the libraries only; instrumented tests would take longer to compile.
     target_compile_options(${target} PRIVATE $<$<BOOL:${ZEB_FUZZ}>:-fsanitize=fuzzer-no-link>)
     # Sources define the same names in unnamed namespaces, which a unity build of the caller's project would join.
     set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
@@ -119,8 +119,8 @@ endfunction()
 
 # zeb_add_test(<target> SOURCES <file>... LINKS <target>... [CONCURRENT] [DEFINITIONS <name=value>...])
 #
-# A GoogleTest program, each of its tests known to ctest; under sanitizers, with which a process takes long to start, only
-# the program, which runs its tests in another order. CONCURRENT marks tests that start threads: they get the label
+# A GoogleTest program. Each of its tests is a test of ctest; under sanitizers, with which a process takes long to start,
+# the whole program is one, and runs its tests shuffled. CONCURRENT marks tests that start threads: they get the label
 # "concurrent" and make up what the thread sanitizer runs.
 function(zeb_add_test target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "CONCURRENT" "" "SOURCES;LINKS;DEFINITIONS")

@@ -67,14 +67,14 @@ inline std::size_t findNewlineOrNul(std::string_view text) noexcept {
 /// Iterates over the lines of a text, the parts between newlines, without copying them. The empty
 /// text has no line; after a final newline there is an empty one.
 ///
-/// Lines without a literal that is required may be passed as a block: one search for the literal
+/// Lines without a literal that is required may be skipped as a block: one search for the literal
 /// and one copy instead of those for each line. Where the literal is in most lines that search is
-/// wasted, so after each such line more of the next ones are read without it.
+/// wasted, so after each search that finds no block more lines, up to 15, are read singly.
 class LineReader {
 public:
     explicit LineReader(std::string_view text) noexcept : rest_(text), atEnd_(text.empty()) {}
 
-    /// Lines without `required` may be passed as blocks; without a text none are.
+    /// Lines without `required` may be skipped as blocks; if it has no text, none are.
     LineReader(std::string_view text, RequiredLiteral const& required) noexcept
         : rest_(text),
           atEnd_(text.empty()),
@@ -99,10 +99,10 @@ public:
     std::string_view line() const noexcept { return line_; }
     /// The part of the line before its first NUL, which the C library sees. Not of a block.
     std::string_view visible() const noexcept { return line_.substr(0, visible_); }
-    /// 0-based number of the line, if none was passed in a block.
+    /// 0-based number of the line, if none was skipped in a block.
     std::size_t number() const noexcept { return linesRead_ - 1; }
 
-    /// The same place in the text, with nothing passed from there on.
+    /// The same place in the text, with no blocks from there on.
     LineReader withoutBlocks() const noexcept {
         LineReader reader = *this;
         reader.required_ = nullptr;
@@ -171,7 +171,7 @@ private:
     std::string_view line_;
     std::size_t visible_ = 0;
     std::size_t linesRead_ = 0;
-    unsigned int wait_ = 0;     ///< lines read without a search after the last one in vain
+    unsigned int wait_ = 0;     ///< lines to read singly after the last search that found no block
     unsigned int waiting_ = 0;  ///< how many of them are left
 };
 

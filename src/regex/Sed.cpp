@@ -81,7 +81,7 @@ void unprivilegedSed(String const& fileName, RegularExpression const& expression
     ZEB_LOG_DEBUG2(logger, UNIT, Format("regex: Getting lines for \"%1\"", fileName));
     String const contents = FileSystem::getFileContents(fileName);
     Replacer replacer(expression, replacement);
-    RequiredLiteral const required = passingLiteral(logger, replacer.requiredLiteral());
+    RequiredLiteral const required = skippingLiteral(logger, replacer.requiredLiteral());
     std::optional<String> result = replacedAtOnce(contents, required, replacer, /*all=*/false);
     if (!result) {
         LineWriter edited(contents.length());

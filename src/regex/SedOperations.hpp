@@ -105,14 +105,14 @@ inline bool appendWithReplacement(StringBuffer& out, std::string_view text,
     return true;
 }
 
-/// The literal without which a line is passed: none if each line is logged.
-inline RequiredLiteral passingLiteral(Logger const& logger, RequiredLiteral const& required) {
+/// The literal without which lines are skipped; no text if each line is logged.
+inline RequiredLiteral skippingLiteral(Logger const& logger, RequiredLiteral const& required) {
     return logger.getLogLevel() >= Logger::DEBUG3_LEVEL ? RequiredLiteral() : required;
 }
 
-/// `text` with a literal text replaced by another, if that takes no lines to be told apart; null
-/// otherwise. Shares `text` when the literal does not occur.
-/// @param required what `passingLiteral` gives for `replacer`
+/// `text` with a literal text replaced by another, without splitting it into lines; nothing if that
+/// could give another result. Shares `text` when the literal does not occur.
+/// @param required what `skippingLiteral` gives for `replacer`
 /// @param all all occurrences, or the first of each line
 inline std::optional<String> replacedAtOnce(String const& text, RequiredLiteral const& required,
                                             Replacer const& replacer, bool all) {
@@ -147,7 +147,7 @@ inline String doSedDelete(String const& text, String const& /*sedString*/,
                           expression, text));
     RegularExpression const compiled(expression, options);
     RegularExpression::Search search(compiled, 1);
-    RequiredLiteral const required = passingLiteral(logger, search.requiredLiteral());
+    RequiredLiteral const required = skippingLiteral(logger, search.requiredLiteral());
     LineWriter kept(text.length());
     for (LineReader lines(text, required); lines.next();) {
         if (!lines.isBlock() && search.find(lines.visible())) {
@@ -174,7 +174,7 @@ inline String doSedDeleteRange(String const& text, String const& /*sedString*/,
     RegularExpression const compiledEnd(endExpression, options);
     RegularExpression::Search start(compiledStart, 1);
     RegularExpression::Search end(compiledEnd, 1);
-    RequiredLiteral const required = passingLiteral(logger, start.requiredLiteral());
+    RequiredLiteral const required = skippingLiteral(logger, start.requiredLiteral());
     LineWriter kept(text.length());
     bool mayStart = true;
     for (LineReader lines(text, required); lines.next();) {
@@ -256,7 +256,7 @@ inline String doSedSearch(String const& text, String const& /*sedString*/,
     Logger const logger(COMPONENT);
     RegularExpression const compiled(searchExpression, options);
     Replacer replacer(compiled, replacement);
-    RequiredLiteral const required = passingLiteral(logger, replacer.requiredLiteral());
+    RequiredLiteral const required = skippingLiteral(logger, replacer.requiredLiteral());
     if (auto const replaced =
             replacedAtOnce(text, required, replacer, /*all=*/mode == SED_GLOBAL_SEARCH)) {
         return *replaced;

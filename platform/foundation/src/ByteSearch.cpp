@@ -26,14 +26,15 @@ constexpr std::size_t PLACES = 4 * LANES;
 /// In fewer places the choice of a pair would cost more than a good one saves.
 constexpr std::size_t WORTH_A_CHOICE = 512;
 
-/// The pair is chosen from so many bytes wanted, the first.
+/// Only so many bytes wanted, the first, are considered for the pair.
 constexpr std::size_t CHOICE = 64;
 
-/// The bytes of the text that are counted for another choice, and the places compared.
+/// Bytes of the text that are counted for another choice of the pair, and places that are compared.
 constexpr std::size_t SAMPLE = 1024;
 constexpr std::size_t COMPARED = 32;
 
-/// Failed comparisons before another choice, in addition to one in `PLACES`; doubled with each.
+/// Failed comparisons before another choice, in addition to one in `PLACES`. Each choice adds as
+/// many as there were.
 constexpr std::size_t MISTAKES = 256;
 
 /// Cost of failed comparisons before memmem takes over, in addition to the bytes passed.
@@ -300,7 +301,8 @@ private:
         allowed_ += mistakes_;
     }
 
-    /// Cost of a failed comparison of few bytes, and bytes compared at the cost of one passed.
+    /// Cost of a failed comparison of few bytes, in bytes passed; also the bytes that are compared
+    /// in the time of one passed.
     static constexpr std::size_t FAILURE = 8;
 
     std::string_view text_;

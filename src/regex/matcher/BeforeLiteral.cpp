@@ -45,7 +45,8 @@ private:
         std::size_t matched;  ///< length of the literal's beginning that was read last
     };
 
-    /// What another byte makes of a length. It may forget a longer beginning than the first byte.
+    /// The length after one more byte. It falls back to 1 or 0 only, so it can be too short: then
+    /// the set becomes larger, which is safe.
     std::size_t advance(std::size_t matched, char byte) const noexcept {
         if (byte == literal_[matched]) {
             return matched + 1;

@@ -9,11 +9,10 @@
 /// @file
 /// Where a match can start, by the first occurrence of the literal that every match contains.
 ///
-/// A match that starts before this occurrence reads every byte up to it, and has not read the
-/// literal until then. The bytes that it can read so are a set, often a small one: of
-/// "([a-z]+)=(.*)" with the literal "=" they are the letters. So no match starts at or before the
-/// last other byte in front of the occurrence: on "Mar 14 id=5", with the = at 9, that is the blank
-/// at 6, and the search begins at 7.
+/// A match that starts before this occurrence contains all bytes up to it. Only some bytes can
+/// precede the literal in a match: for "([a-z]+)=(.*)" with the literal "=" they are the letters.
+/// Any other byte rules out all starts up to and including it: on "Mar 14 id=5", with the = at 9,
+/// the last such byte is the blank at 6, and the search begins at 7.
 ///
 /// The set is found by following the positions together with how much of the literal's beginning
 /// the bytes read last spell, and by stopping where the literal is complete. It may be too large,

@@ -109,7 +109,8 @@ Fragment LibcCost::anchor(PatternAnchor kind) noexcept {
             restrict(PatternAnchor::WORD_END);
             return choice(anchorNode(), anchorNode());
         case PatternAnchor::NOT_WORD_BOUNDARY:
-            restrict(PatternAnchor::WORD_BOUNDARY);  // no constraint itself, so its bit is free
+            // Two constraints; WORD_BOUNDARY itself is none, so its bit counts the second.
+            restrict(PatternAnchor::WORD_BOUNDARY);
             restrict(PatternAnchor::NOT_WORD_BOUNDARY);
             return choice(anchorNode(), anchorNode());
         default:
@@ -332,7 +333,7 @@ void LibcCost::dollars(std::size_t row) noexcept {
 
 /// An estimate of the nodes that duplicate_node_closure copies: it copies one path from each
 /// anchor, and one from each branch for each combination of constraints. Where a path leads past an
-/// anchor, it can be half as many again: 5,017 for `(y*|\b){8}`, whose estimate is 3,520.
+/// anchor, libc makes up to half as many again: 5,017 for `(y*|\b){8}`, whose estimate is 3,520.
 std::uint64_t LibcCost::anchorCopies(Fragment const& pattern) const noexcept {
     std::uint64_t const combinations = (std::uint64_t{1} << anchorConstraints_.count()) - 1;
     return (pattern.branches * combinations + pattern.anchors) * pattern.depth;

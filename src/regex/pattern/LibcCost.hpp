@@ -23,12 +23,12 @@
 /// characters. The longest chain of epsilon steps is group, choice, star, end of the group and the
 /// step to c: the epsilon depth is 5, the recursion depth of calc_eclosure_iter.
 ///
-/// Invariant: no sum is smaller than what libc builds. Where libc's reading depends on the locale,
-/// the guard assumes the more expensive reading: a bracket is the three nodes of a UTF-8 locale,
-/// the bytes of a UTF-8 character are repeated together. Only the bound of multibyte nodes applies
-/// in multibyte locales alone: those nodes cost nothing else. In locales whose characters may end
-/// in a byte that is an operator in ASCII (such as Shift JIS) the pattern is read only as in the
-/// current locale.
+/// Invariant: no sum is smaller than what libc builds, except anchorCopies, an estimate. Where
+/// libc's reading depends on the locale, the guard assumes the more expensive reading: a bracket is
+/// the three nodes of a UTF-8 locale, the bytes of a UTF-8 character are repeated together. The
+/// exception is MAX_MULTIBYTE_SETS, which applies in multibyte locales only. In locales whose
+/// characters may end in a byte that is an operator in ASCII (such as Shift JIS) the pattern is
+/// read only as in the current locale.
 ///
 /// Cost: linear in the pattern and in the nodes that libc would make of it, at most
 /// LibcLimits::MAX_NODES.

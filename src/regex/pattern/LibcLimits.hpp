@@ -97,11 +97,11 @@ struct LibcLimits {
     /// 2 microseconds for each.
     static constexpr std::uint32_t MAX_LOOP_CLOSURES = 100000;
     /// Nodes in the closures of anchors together. duplicate_node_closure copies them all, to record
-    /// the anchor in them, and search_duplicated_node searches for each copy among all copies. A
-    /// node that several paths lead to counts for each path, or LibcCost::anchorCopies counts,
-    /// whichever is less.
+    /// the anchor in them, and search_duplicated_node searches for each copy among all copies. The
+    /// smaller of two counts is compared: that of the nodes, one for each path that leads to them,
+    /// and LibcCost::anchorCopies.
     static constexpr std::uint32_t MAX_ANCHOR_CLOSURES = 8000;
-    /// The same, for each path in any case.
+    /// The bound of the first of these counts, whatever the second is.
     static constexpr std::uint32_t MAX_ANCHOR_CLOSURE_PATHS = 200000;
     /// The same in a pattern with a star over a nullable body: `$y*****+*z******+**`, with a few
     /// more than this, takes libc 0.3 seconds, with four times as many 5 seconds.
