@@ -27,11 +27,11 @@
 /// - Most expressions are searched in time linear in the subject. Where only the C library can
 ///   answer, its time counts: quadratic for some expressions, and worse with back-references.
 /// - A pattern does not compile when it would make the C library crash, loop forever, exhaust all
-///   memory, or take more than a second on 64 bytes: the reason is the C library's for exhausted
-///   memory. Most such patterns are of no practical use, such as groups nested more than 100
-///   deep or more than 50,000 nodes. The others concern back-references. The C library tries every
-///   way to use them, so they may leave few choices open: how long their group is, where it is, how
-///   far after it they are.
+///   memory, or, with back-references, take more than a second on 64 bytes: the reason is the C
+///   library's for exhausted memory. Most such patterns are of no practical use, such as groups
+///   nested more than 100 deep or more than 50,000 nodes. The others concern back-references. The C
+///   library tries every way to use them, so they may leave few choices open: how long their group
+///   is, where it is, how far after it they are.
 ///   `(.+)\1{1,4}` and `.*(.).*\1` pass, `(.+)\1{1,9}` and `.*(.).*\1.*\1` do not. An unlimited
 ///   repeat may contain a back-reference only if it leaves no choice: `(.)\1+` and `([a-z]+)( \1)+`
 ///   pass, `(.+)\1+` and `.*(.)\1+` do not. Between such a group and its back-reference must be no
