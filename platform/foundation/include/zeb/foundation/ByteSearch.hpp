@@ -9,11 +9,11 @@
 /// Not API: searches for one text in another, and replaces it.
 ///
 /// Sixty-four places are tested together: only where two of the bytes wanted both occur are all
-/// compared. The two are the rarest in usual texts, by a table. For "needle" these are "l" and "d",
-/// so "a needle in the hay" is compared at one place, although it contains "n" twice and "e" four
-/// times. (A text as short as that is not worth the choice; its pair are the first and the last
-/// byte.) After a hit the search continues with the places of the same vectors: dense hits cost a
-/// comparison each and almost no search.
+/// compared. The two are the rarest in usual texts, by a table: for "needle" these are "l" and "d",
+/// so places with the frequent "n" and "e" are not compared. (A text of fewer than 512 places is
+/// not worth the choice: its pair are the first and the last byte.) After a hit the search
+/// continues with the places of the same vectors: dense hits cost a comparison each and almost no
+/// search.
 ///
 /// A text may be unusual. When more than one place in 64 is compared in vain, the next bytes of the
 /// text are counted, and the pair becomes the byte that is rarest there and the one that differs
