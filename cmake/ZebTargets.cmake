@@ -141,10 +141,6 @@ function(zeb_add_test target)
     if(ZEB_SANITIZE)
         add_test(NAME ${target} COMMAND ${target} --gtest_brief=1 --gtest_shuffle --gtest_random_seed=1)
         set_tests_properties(${target} PROPERTIES TIMEOUT 600 ${labels})
-        # For a test's own code undefined behaviour is not checked: that takes a third longer to compile. Sources of the
-        # product that are part of a test have a path.
-        list(FILTER arg_SOURCES EXCLUDE REGEX "[/$]")
-        set_source_files_properties(${arg_SOURCES} PROPERTIES COMPILE_OPTIONS -fno-sanitize=undefined)
         return()
     endif()
     gtest_discover_tests(
