@@ -80,6 +80,12 @@ std::size_t plainLength(std::string_view text) {
     return length;
 }
 
+void appendName(std::string& json, std::string_view name) {
+    json += '"';
+    json += name;
+    json += "\":";
+}
+
 }  // namespace
 
 bool appendJson(std::string& json, std::string_view text) {
@@ -112,9 +118,7 @@ bool appendJson(std::string& json, std::string_view text) {
 }
 
 void appendJsonMember(std::string& json, std::string_view name, std::string_view text) {
-    json += '"';
-    json += name;
-    json += "\":";
+    appendName(json, name);
     if (!appendJson(json, text)) {
         json += ",\"";
         json += name;
@@ -130,9 +134,7 @@ JsonObject& JsonObject::add(std::string_view name, std::string_view text) {
 
 JsonObject& JsonObject::addJson(std::string_view name, std::string_view json) {
     separate();
-    json_ += '"';
-    json_ += name;
-    json_ += "\":";
+    appendName(json_, name);
     json_ += json;
     return *this;
 }
