@@ -41,6 +41,15 @@ Uncertainty after(Uncertainty const& place, Fragment const& next) noexcept {
             saturatedCount(std::uint64_t{place.repeats} + next.end.repeats)};
 }
 
+/// The unlimited repeats of `a` and `b` in sequence whose uncertainty ends in or before `b`, if a
+/// reference precedes that.
+std::uint32_t endedRepeats(Fragment const& a, Fragment const& b) noexcept {
+    if (endsUncertainty(a.end, b)) {
+        return a.references != 0 ? std::max(a.end.repeats, b.endedRepeats) : b.endedRepeats;
+    }
+    return b.endedRepeats != 0 ? saturatedCount(std::uint64_t{a.end.repeats} + b.endedRepeats) : 0;
+}
+
 /// The points for a number of items: the logarithm, rounded down; 0 for none.
 std::uint32_t doublings(std::uint32_t count) noexcept {
     std::uint32_t bits = 0;
@@ -153,6 +162,7 @@ Fragment BackReferenceCost::sequence(Fragment const& a, Fragment const& b) noexc
     part.alphabet = a.alphabet | b.alphabet;
     part.ownAlphabet = a.ownAlphabet | b.ownAlphabet;
     part.end = after(a.end, b);
+    part.endedRepeats = std::max(a.endedRepeats, endedRepeats(a, b));
     part.referenced = a.referenced | b.referenced;
     part.groups = a.groups | b.groups;
     part.size = saturatedCount(std::uint64_t{a.size} + b.size);
@@ -228,6 +238,7 @@ Fragment BackReferenceCost::choice(Fragment const& a, Fragment const& b) noexcep
             known ? saturated(std::max(a.length, b.length) - std::min(a.length, b.length)) : WIDE,
             saturatedCount(std::uint64_t{a.end.repeats} + b.end.repeats)};
     }
+    part.endedRepeats = std::max(a.endedRepeats, b.endedRepeats);
     part.referenced = a.referenced | b.referenced;
     part.groups = a.groups | b.groups;
     part.size = saturatedCount(std::uint64_t{a.size} + b.size);
@@ -374,7 +385,8 @@ void BackReferenceCost::checkStar(Fragment const& body) noexcept {
 /// `(a)?*+\1` on "aa"; but not if the star cannot take the characters of the references.
 void BackReferenceCost::finish(Fragment const& pattern) noexcept {
     if (pattern.freedom != 0) {
-        freedom_ = pattern.freedom + 2 * pattern.end.repeats + 2 * doublings(pattern.size / 16);
+        std::uint32_t const repeats = std::max(pattern.end.repeats, pattern.endedRepeats);
+        freedom_ = pattern.freedom + 2 * repeats + 2 * doublings(pattern.size / 16);
     }
     if (freedom_ > LibcLimits::MAX_FREEDOM) {
         refuse(PatternHazard::BACK_REFERENCES);

@@ -82,6 +82,8 @@ public:
         CharacterSet alphabet;         ///< characters that it takes
         CharacterSet ownAlphabet;      ///< ... outside of references and of leaf groups
         Uncertainty end;               ///< of its end, if its start is certain
+        /// Unlimited repeats that made a place uncertain, which ended after a reference.
+        std::uint32_t endedRepeats = 0;
         std::uint32_t referenced = 0;  ///< numbers of groups that it refers to, 1 << n for group n
         std::uint32_t groups = 0;      ///< that it contains, likewise
         std::uint32_t size = 0;        ///< characters to take, copies by repeats included
