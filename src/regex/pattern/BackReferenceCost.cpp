@@ -41,15 +41,6 @@ Uncertainty after(Uncertainty const& place, Fragment const& next) noexcept {
             saturatedCount(std::uint64_t{place.repeats} + next.end.repeats)};
 }
 
-/// The unlimited repeats of `a` and `b` in sequence whose uncertainty ends in or before `b`, if a
-/// reference precedes that.
-std::uint32_t endedRepeats(Fragment const& a, Fragment const& b) noexcept {
-    if (endsUncertainty(a.end, b)) {
-        return a.references != 0 ? std::max(a.end.repeats, b.endedRepeats) : b.endedRepeats;
-    }
-    return b.endedRepeats != 0 ? saturatedCount(std::uint64_t{a.end.repeats} + b.endedRepeats) : 0;
-}
-
 /// The points for a number of items: the logarithm, rounded down; 0 for none.
 std::uint32_t doublings(std::uint32_t count) noexcept {
     std::uint32_t bits = 0;
@@ -162,7 +153,10 @@ Fragment BackReferenceCost::sequence(Fragment const& a, Fragment const& b) noexc
     part.alphabet = a.alphabet | b.alphabet;
     part.ownAlphabet = a.ownAlphabet | b.ownAlphabet;
     part.end = after(a.end, b);
-    part.endedRepeats = std::max(a.endedRepeats, endedRepeats(a, b));
+    part.endedRepeats = std::max(a.endedRepeats, b.endedRepeats);
+    if (a.references != 0 && endsUncertainty(a.end, b)) {
+        part.endedRepeats = std::max(part.endedRepeats, a.end.repeats);
+    }
     part.referenced = a.referenced | b.referenced;
     part.groups = a.groups | b.groups;
     part.size = saturatedCount(std::uint64_t{a.size} + b.size);
